@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/Clock.h"
+#include "platform/Date.h"
+#include "platform/WidgetFamily.h"
+
+#include <vector>
+
+// The widget host's request vocabulary: what a provider is asked with and what it answers.
+
+// Handed to every provider request. The providers in this system consult only the clock.
+struct TimelineProviderContext {
+    WidgetFamily family = WidgetFamily::systemMedium;
+    bool isPreview = false;
+    double displayWidth = 0;
+    double displayHeight = 0;
+    const platform::Clock* clock = &platform::systemClock();
+
+    [[nodiscard]] Date now() const { return clock->now(); }
+};
+
+// When the host should ask for a new timeline: at or after `date`.
+struct TimelineReloadPolicy {
+    Date date;
+
+    [[nodiscard]] static TimelineReloadPolicy after(Date date) { return {date}; }
+    bool operator==(const TimelineReloadPolicy&) const = default;
+};
+
+template <typename Entry>
+struct Timeline {
+    std::vector<Entry> entries;
+    TimelineReloadPolicy policy;
+
+    bool operator==(const Timeline&) const = default;
+};

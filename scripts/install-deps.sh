@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build and tests need, when they are missing.
+set -euo pipefail
+packages=(cmake ninja-build g++ clang pkg-config libclang-rt-14-dev
+  libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev
+  liburiparser-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
+  fonts-inter fonts-jetbrains-mono "$@")
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if ((${#missing[@]})); then
+  echo "installing: ${missing[*]}" >&2
+  sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
+  $sudo apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/Date.h"
+
+#include <cstdint>
+#include <string>
+
+namespace AppGroupContainer {
+
+// A summary of the user's portfolio as the host app last computed it.
+struct PortfolioSnapshot {
+    double totalValue = 0;
+    double totalPnl = 0;
+    double totalReturn = 0;  // percent units: 1.5 means 1.5 %
+    double dailyChange = 0;
+    double dailyChangePct = 0;
+    std::int64_t holdingCount = 0;
+    std::string sourceLabel;
+    Date updatedAt;
+
+    friend bool operator==(const PortfolioSnapshot&, const PortfolioSnapshot&);
+};
+
+}  // namespace AppGroupContainer

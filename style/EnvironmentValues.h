@@ -1,0 +1,20 @@
+#pragma once
+
+#include "platform/Date.h"
+#include "platform/WidgetFamily.h"
+
+#include <string>
+
+enum class ColorScheme { dark, light };
+
+// What a widget's view reads while it is built: the family it is drawn in, the user's
+// locale and time zone, and the moment of drawing. The host fills it for each drawing.
+struct EnvironmentValues {
+    WidgetFamily widgetFamily = WidgetFamily::systemMedium;
+    std::string locale = "en_US";  // ICU locale id
+    std::string timeZone = "UTC";  // IANA zone id
+    Date now{};
+    ColorScheme colorScheme = ColorScheme::dark;
+
+    bool operator==(const EnvironmentValues&) const = default;
+};
