@@ -1,0 +1,40 @@
+#pragma once
+
+// Locale-aware formatting through ICU, made afresh for every call as the views require.
+// `locale` is an ICU locale id ("en_US", "de_DE"); `timeZone` an IANA id ("UTC").
+
+#include "platform/Date.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// A fixed date pattern such as "MMM d, h:mm a": month names and the day-period marker
+// follow the locale, everything else stays as the pattern says.
+[[nodiscard]] std::string formatDatePattern(Date date, std::string_view pattern,
+                                            std::string_view locale, std::string_view timeZone);
+
+// "2m ago", "in 3h": the phrase for `date` relative to `now`, in the abbreviated (narrow) style,
+// in the largest unit whose whole count is not zero.
+[[nodiscard]] std::string formatRelativeDateTime(Date date, Date now, std::string_view locale);
+
+// Currency text for an amount, or nothing when ICU gives no text.
+[[nodiscard]] std::optional<std::string> formatCurrency(double value, std::string_view currencyCode,
+                                                        int maximumFractionDigits,
+                                                        std::string_view locale);
+
+// Printf-style "%.<digits>f", never localised (full stop, no grouping), with "nan"/"inf" as the
+// C format writes them.
+[[nodiscard]] std::string formatFixed(double value, int digits);
+
+// The shortest text that reads back as the same double, as the platform prints one ("10000.0").
+[[nodiscard]] std::string formatShortest(double value);
+
+// The user's locale and time zone from the environment (LC_ALL, LC_MESSAGES?, LANG; TZ).
+// A POSIX or C locale counts as en_US; no TZ means the system zone (UTC when unknown).
+[[nodiscard]] std::string userLocale();
+[[nodiscard]] std::string userTimeZone();
+
+}  // namespace platform
