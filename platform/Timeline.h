@@ -4,6 +4,7 @@
 #include "platform/Date.h"
 #include "platform/WidgetFamily.h"
 
+#include <string>
 #include <vector>
 
 // The widget host's request vocabulary: what a provider is asked with and what it answers.
@@ -15,6 +16,8 @@ struct TimelineProviderContext {
     double displayWidth = 0;
     double displayHeight = 0;
     const platform::Clock* clock = &platform::systemClock();
+    // The folder of the shared store; empty means the one the environment names.
+    std::string storeDirectory;
 
     [[nodiscard]] Date now() const { return clock->now(); }
 };
