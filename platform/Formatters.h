@@ -32,8 +32,10 @@ namespace platform {
 // The shortest text that reads back as the same double, as the platform prints one ("10000.0").
 [[nodiscard]] std::string formatShortest(double value);
 
-// The user's locale and time zone from the environment (LC_ALL, LC_MESSAGES?, LANG; TZ).
-// A POSIX or C locale counts as en_US; no TZ means the system zone (UTC when unknown).
+// The user's locale from the environment: LC_ALL, else LANG, without encoding (".UTF-8") or
+// modifier ("@euro"); unset, empty, C or POSIX count as en_US.
+// The user's time zone: TZ (a leading ':' and a zoneinfo path prefix dropped), else the
+// system zone (/etc/timezone, then the /etc/localtime link), else UTC.
 [[nodiscard]] std::string userLocale();
 [[nodiscard]] std::string userTimeZone();
 

@@ -1,0 +1,307 @@
+#include "platform/Formatters.h"
+
+#include <gtest/gtest.h>
+#include <unicode/timezone.h>
+#include <unicode/unistr.h>
+
+#include <cfloat>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+using namespace std::chrono;
+using namespace std::string_literals;
+
+namespace {
+
+const Date briefTime = sys_days{2025y / November / 16} + 6h + 30min;
+
+// Sets an environment variable for one scope and puts the old value back afterwards.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(const char* name, const char* value) : m_name(name) {
+        if (const char* old = std::getenv(name)) m_old = old;
+        if (value != nullptr) {
+            ::setenv(name, value, 1);
+        } else {
+            ::unsetenv(name);
+        }
+    }
+    ~ScopedEnvironment() {
+        if (m_old) {
+            ::setenv(m_name, m_old->c_str(), 1);
+        } else {
+            ::unsetenv(m_name);
+        }
+    }
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    const char* m_name;
+    std::optional<std::string> m_old;
+};
+
+std::string printfFixed(double value, int digits) {
+    std::vector<char> buffer(512);
+    std::snprintf(buffer.data(), buffer.size(), "%.*f", digits, value);
+    return buffer.data();
+}
+
+bool icuKnowsZone(const std::string& id) {
+    std::unique_ptr<icu::TimeZone> zone(
+        icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(id)));
+    icu::UnicodeString resolved;
+    zone->getID(resolved);
+    return resolved != icu::UnicodeString(u"Etc/Unknown");
+}
+
+}  // namespace
+
+TEST(DatePattern, KeepsTheFixedPatternAndAnAsciiSpace) {
+    const std::string text =
+        platform::formatDatePattern(briefTime, "MMM d, h:mm a", "en_US", "UTC");
+    EXPECT_EQ(text, "Nov 16, 6:30 AM");
+    // Byte for byte: ICU's own en_US time formats use U+202F before the marker; ours must not.
+    EXPECT_EQ(text.find("\xE2\x80\xAF"), std::string::npos);
+    EXPECT_EQ(text[12], ' ');
+
+    // No leading zeros on day and hour; minutes keep two digits; the 12-hour clock stays.
+    const Date evening = sys_days{2025y / March / 5} + 21h + 4min;
+    EXPECT_EQ(platform::formatDatePattern(evening, "MMM d, h:mm a", "en_US", "UTC"),
+              "Mar 5, 9:04 PM");
+    const Date midnight = sys_days{2025y / January / 1};
+    EXPECT_EQ(platform::formatDatePattern(midnight, "MMM d, h:mm a", "en_US", "UTC"),
+              "Jan 1, 12:00 AM");
+}
+
+TEST(DatePattern, FollowsTheZoneAndTheLocaleNames) {
+    // 06:30 UTC is 07:30 in Berlin and 15:30 in Tokyo; 01:30 in New York (EST).
+    EXPECT_EQ(platform::formatDatePattern(briefTime, "MMM d, h:mm a", "en_US", "Europe/Berlin"),
+              "Nov 16, 7:30 AM");
+    EXPECT_EQ(platform::formatDatePattern(briefTime, "MMM d, h:mm a", "en_US", "America/New_York"),
+              "Nov 16, 1:30 AM");
+    // The day changes with the zone.
+    EXPECT_EQ(platform::formatDatePattern(briefTime, "MMM d, h:mm a", "en_US", "Pacific/Honolulu"),
+              "Nov 15, 8:30 PM");
+
+    // Other locales: names change, the pattern's order and 12-hour clock do not.
+    const std::string german =
+        platform::formatDatePattern(briefTime, "MMM d, h:mm a", "de_DE", "Europe/Berlin");
+    EXPECT_EQ(german.rfind("Nov", 0), 0u) << german;
+    EXPECT_NE(german.find(" 16, 7:30 "), std::string::npos) << german;
+    const std::string japanese =
+        platform::formatDatePattern(briefTime, "MMM d, h:mm a", "ja_JP", "Asia/Tokyo");
+    EXPECT_NE(japanese.find("11\xE6\x9C\x88 16, 3:30 "), std::string::npos) << japanese;  // 11月
+    EXPECT_EQ(japanese.find("PM"), std::string::npos) << japanese;
+
+    // An unknown zone behaves as UTC rather than failing.
+    EXPECT_EQ(platform::formatDatePattern(briefTime, "MMM d, h:mm a", "en_US", "Nowhere/Land"),
+              "Nov 16, 6:30 AM");
+}
+
+TEST(RelativeDateTime, PicksTheLargestNonZeroUnitInBothDirections) {
+    const Date now = briefTime;
+    auto phrase = [&](auto offset) {
+        return platform::formatRelativeDateTime(now + offset, now, "en_US");
+    };
+    // The platform's reference phrases.
+    EXPECT_EQ(phrase(-minutes(2)), "2m ago");
+    EXPECT_EQ(phrase(hours(3)), "in 3h");
+    EXPECT_EQ(phrase(seconds(0)), "in 0s");
+    EXPECT_EQ(phrase(-days(5)), "5d ago");
+
+    // Each unit, past and future, with the whole count truncated toward zero.
+    EXPECT_EQ(phrase(-seconds(59)), "59s ago");
+    EXPECT_EQ(phrase(seconds(1)), "in 1s");
+    EXPECT_EQ(phrase(-milliseconds(999)), "in 0s");  // under a second: zero seconds
+    EXPECT_EQ(phrase(-(minutes(2) + seconds(59))), "2m ago");
+    EXPECT_EQ(phrase(minutes(59) + seconds(59)), "in 59m");
+    EXPECT_EQ(phrase(-(hours(23) + minutes(59))), "23h ago");
+    EXPECT_EQ(phrase(days(6) + hours(23)), "in 6d");
+    EXPECT_EQ(phrase(-days(7)), "1w ago");
+    EXPECT_EQ(phrase(days(20)), "in 2w");
+    EXPECT_EQ(phrase(-days(45)), "1mo ago");
+    EXPECT_EQ(phrase(days(100)), "in 3mo");
+    EXPECT_EQ(phrase(-days(366)), "1y ago");
+    EXPECT_EQ(phrase(days(365 * 3 + 1)), "in 3y");
+
+    // Months are calendar months, pinned to the month's end: from Jan 31 one month is
+    // reached on Feb 28, and not yet on Feb 27.
+    const Date january31 = sys_days{2025y / January / 31};
+    EXPECT_EQ(platform::formatRelativeDateTime(sys_days{2025y / February / 27}, january31, "en_US"),
+              "in 3w");
+    EXPECT_EQ(platform::formatRelativeDateTime(sys_days{2025y / February / 28}, january31, "en_US"),
+              "in 1mo");
+    EXPECT_EQ(platform::formatRelativeDateTime(sys_days{2025y / March / 31}, january31, "en_US"),
+              "in 2mo");
+}
+
+TEST(RelativeDateTime, FollowsTheLocale) {
+    const std::string german =
+        platform::formatRelativeDateTime(briefTime - minutes(2), briefTime, "de_DE");
+    EXPECT_NE(german.find('2'), std::string::npos) << german;
+    EXPECT_EQ(german.find("ago"), std::string::npos) << german;
+    EXPECT_NE(german, platform::formatRelativeDateTime(briefTime + minutes(2), briefTime, "de_DE"));
+}
+
+TEST(Currency, LimitsFractionDigitsAndRoundsHalfEven) {
+    auto usd = [](double value, int digits) {
+        return platform::formatCurrency(value, "USD", digits, "en_US");
+    };
+    EXPECT_EQ(usd(10000, 0), "$10,000");
+    EXPECT_EQ(usd(9999.99, 2), "$9,999.99");
+    EXPECT_EQ(usd(9999.99, 0), "$10,000");
+    EXPECT_EQ(usd(5, 2), "$5.00");  // the currency's two digits stay the minimum
+    EXPECT_EQ(usd(1234567.891, 2), "$1,234,567.89");
+    EXPECT_EQ(usd(-12.5, 2), "-$12.50");
+    // Half-even on exact halves.
+    EXPECT_EQ(usd(10000.5, 0), "$10,000");
+    EXPECT_EQ(usd(10001.5, 0), "$10,002");
+    EXPECT_EQ(usd(0.125, 2), "$0.12");
+    EXPECT_EQ(usd(0.375, 2), "$0.38");
+}
+
+TEST(Currency, FollowsTheLocaleAndFailsOnABadCode) {
+    // German: grouping by full stops, decimal comma, the symbol after the number.
+    const auto german = platform::formatCurrency(1234567.891, "USD", 2, "de_DE");
+    ASSERT_TRUE(german.has_value());
+    EXPECT_EQ(german->rfind("1.234.567,89", 0), 0u) << *german;
+    EXPECT_EQ(german->back(), '$') << *german;
+
+    const auto indian = platform::formatCurrency(1234567.891, "USD", 2, "en_IN");
+    ASSERT_TRUE(indian.has_value());
+    EXPECT_NE(indian->find("12,34,567.89"), std::string::npos) << *indian;
+
+    EXPECT_FALSE(platform::formatCurrency(1, "US", 2, "en_US").has_value());
+    EXPECT_FALSE(platform::formatCurrency(1, "", 2, "en_US").has_value());
+}
+
+TEST(Fixed, MatchesPrintfInTheCLocale) {
+    // Values where rounding direction matters: exact binary halves round to even, values just
+    // off a half round by their true binary value.
+    std::vector<double> values = {0,        -0.0,    0.125,    0.375,      2.675,        1.005,
+                                  1.015,    1.025,   0.5,      1.5,        2.5,          -0.125,
+                                  -2.675,   0.001,   -0.001,   0.0049999,  0.005,        -0.005,
+                                  12.5,     187.456, 9999.995, 1e300,      -1e300,       DBL_MAX,
+                                  -DBL_MAX, DBL_MIN, 4.9e-324, 1e15 + 0.3, 123456789.125};
+    std::mt19937_64 random(20251116);
+    std::uniform_real_distribution<double> mantissa(-10, 10);
+    std::uniform_int_distribution<int> exponent(-12, 20);
+    for (int i = 0; i < 5000; ++i)
+        values.push_back(mantissa(random) * std::pow(10, exponent(random)));
+    for (int k = -400; k <= 400; ++k) values.push_back(k / 8.0);  // every eighth: many exact halves
+
+    for (const double value : values) {
+        for (const int digits : {0, 1, 2, 6}) {
+            ASSERT_EQ(platform::formatFixed(value, digits), printfFixed(value, digits))
+                << value << " with " << digits << " digits";
+        }
+    }
+}
+
+TEST(Fixed, WritesSpecialValuesAsTheCFormatDoes) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double infinity = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(platform::formatFixed(nan, 2), "nan");
+    EXPECT_EQ(platform::formatFixed(-nan, 2), "-nan");
+    EXPECT_EQ(platform::formatFixed(infinity, 2), "inf");
+    EXPECT_EQ(platform::formatFixed(-infinity, 2), "-inf");
+    EXPECT_EQ(platform::formatFixed(-0.0, 2), "-0.00");
+    EXPECT_EQ(platform::formatFixed(-0.001, 2), "-0.00");
+    for (const double value : {nan, -nan, infinity, -infinity}) {
+        EXPECT_EQ(platform::formatFixed(value, 2), printfFixed(value, 2));
+    }
+    // 1e300 in full: 301 digits, then the fraction.
+    const std::string huge = platform::formatFixed(1e300, 2);
+    EXPECT_EQ(huge.size(), 301u + 3u);
+    EXPECT_EQ(
+        huge,
+        "100000000000000005250476025520442024870446858110815915491585411551180245798890819578637137"
+        "508044786404370444383288387817694252323536043057564479218478670698284838720092657580373783"
+        "023379478809005936895323497079994508111903896764088007465274278014249457925878882005684283"
+        "8115669472196386865459400540160.00");
+}
+
+TEST(Shortest, PrintsADoubleAsThePlatformDoes) {
+    EXPECT_EQ(platform::formatShortest(10000), "10000.0");
+    EXPECT_EQ(platform::formatShortest(100000), "100000.0");
+    EXPECT_EQ(platform::formatShortest(1.5), "1.5");
+    EXPECT_EQ(platform::formatShortest(-187.456), "-187.456");
+    EXPECT_EQ(platform::formatShortest(0.1), "0.1");
+    EXPECT_EQ(platform::formatShortest(0.0001), "0.0001");
+    EXPECT_EQ(platform::formatShortest(0.00001), "1e-05");  // small values switch to exponents
+    EXPECT_EQ(platform::formatShortest(0.0), "0.0");
+    EXPECT_EQ(platform::formatShortest(-0.0), "-0.0");
+    // Up to 2^53 the integers print positionally, beyond it with an exponent.
+    EXPECT_EQ(platform::formatShortest(9007199254740992.0), "9007199254740992.0");
+    EXPECT_EQ(platform::formatShortest(9007199254740994.0), "9.007199254740994e+15");
+    EXPECT_EQ(platform::formatShortest(1e20), "1e+20");
+    EXPECT_EQ(platform::formatShortest(1.25e-300), "1.25e-300");
+    EXPECT_EQ(platform::formatShortest(std::numeric_limits<double>::quiet_NaN()), "nan");
+    EXPECT_EQ(platform::formatShortest(-std::numeric_limits<double>::infinity()), "-inf");
+
+    // Whatever the form, the text reads back as the same double.
+    std::mt19937_64 random(7);
+    std::uniform_real_distribution<double> mantissa(-10, 10);
+    std::uniform_int_distribution<int> exponent(-30, 30);
+    for (int i = 0; i < 2000; ++i) {
+        const double value = mantissa(random) * std::pow(10, exponent(random));
+        const std::string text = platform::formatShortest(value);
+        ASSERT_EQ(std::strtod(text.c_str(), nullptr), value) << text;
+        ASSERT_TRUE(text.find('.') != std::string::npos || text.find('e') != std::string::npos)
+            << text;
+    }
+}
+
+TEST(Environment, ReadsTheUserLocale) {
+    const ScopedEnvironment keepLang("LANG", nullptr);
+    {
+        const ScopedEnvironment all("LC_ALL", nullptr);
+        EXPECT_EQ(platform::userLocale(), "en_US");  // nothing set
+    }
+    const struct {
+        const char* lcAll;
+        const char* lang;
+        const char* expected;
+    } cases[] = {
+        {nullptr, "de_DE.UTF-8", "de_DE"}, {nullptr, "fr_FR.UTF-8@euro", "fr_FR"},
+        {nullptr, "de_DE@euro", "de_DE"},  {"ja_JP.eucJP", "de_DE.UTF-8", "ja_JP"},  // LC_ALL wins
+        {"", "de_DE.UTF-8", "de_DE"},  // an empty LC_ALL counts as unset
+        {nullptr, "C", "en_US"},           {nullptr, "C.UTF-8", "en_US"},
+        {nullptr, "POSIX", "en_US"},       {nullptr, "", "en_US"},
+        {"POSIX", "de_DE.UTF-8", "en_US"},
+    };
+    for (const auto& c : cases) {
+        const ScopedEnvironment all("LC_ALL", c.lcAll);
+        const ScopedEnvironment lang("LANG", c.lang);
+        EXPECT_EQ(platform::userLocale(), c.expected)
+            << "LC_ALL=" << (c.lcAll ? c.lcAll : "(unset)") << " LANG=" << c.lang;
+    }
+}
+
+TEST(Environment, ReadsTheUserTimeZone) {
+    for (const auto& [tz, expected] : std::vector<std::pair<const char*, const char*>>{
+             {"Europe/Berlin", "Europe/Berlin"},
+             {":Europe/Berlin", "Europe/Berlin"},
+             {"/usr/share/zoneinfo/Asia/Tokyo", "Asia/Tokyo"},
+             {":/usr/share/zoneinfo/America/New_York", "America/New_York"},
+             {"UTC", "UTC"}}) {
+        const ScopedEnvironment zone("TZ", tz);
+        EXPECT_EQ(platform::userTimeZone(), expected) << tz;
+    }
+    // Without TZ the system's zone, which ICU must know.
+    for (const char* unset : {static_cast<const char*>(nullptr), ""}) {
+        const ScopedEnvironment zone("TZ", unset);
+        const std::string system = platform::userTimeZone();
+        EXPECT_FALSE(system.empty());
+        EXPECT_TRUE(icuKnowsZone(system)) << system;
+    }
+}
