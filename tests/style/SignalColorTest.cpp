@@ -1,0 +1,100 @@
+#include "style/SignalColor.h"
+
+#include "style/Palette.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace {
+
+// Names the colour so a failure reads "bullish" rather than four doubles.
+std::string colorName(std::optional<std::string_view> signal) {
+    const Color color = signalColor(signal);
+    const auto name = Palette::nameOf(color);
+    return name ? std::string(*name) : "not a palette colour";
+}
+
+void expectAll(std::initializer_list<std::string_view> signals, std::string_view expected) {
+    for (const std::string_view signal : signals) {
+        EXPECT_EQ(colorName(signal), expected) << "signal \"" << signal << '"';
+    }
+}
+
+}  // namespace
+
+TEST(SignalColor, AbsentOrBlankIsNeutral) {
+    EXPECT_EQ(colorName(std::nullopt), "neutral");
+    expectAll({"", " ", "\t", "  \t \t  "}, "neutral");
+}
+
+TEST(SignalColor, SingleWordsIgnoreCaseAndPadding) {
+    expectAll({"Buy", "BUY", "buy", "bUy", "  buy  ", "\tBuy", "Buy\t\t"}, "bullish");
+    expectAll({"Sell", " SELL ", "sell", "\tsElL "}, "bearish");
+}
+
+TEST(SignalColor, PhrasesCountAnywhereInTheText) {
+    expectAll(
+        {"Strong Buy", "STRONG BUY", "Not a strong buy", "strong buy (upgraded)", "  Strong Buy\t"},
+        "bullish");
+    expectAll({"Strong Sell", "strong sell today", "analysts say STRONG SELL"}, "bearish");
+}
+
+TEST(SignalColor, BullishTestsRunFirst) {
+    EXPECT_EQ(colorName("strong buy / strong sell"), "bullish");
+    EXPECT_EQ(colorName("strong sell / strong buy"), "bullish");
+    // The single word "sell" is not a substring test, so it never outranks a phrase.
+    EXPECT_EQ(colorName("strong sell"), "bearish");
+}
+
+TEST(SignalColor, NearMissesAreNeutral) {
+    expectAll({"buy!", "buyback", "Buy (upgraded)", "sell-off", "strongbuy", "strong  buy",
+               "strong\tbuy", "strong sel", "b uy", "buy buy", "sells"},
+              "neutral");
+}
+
+TEST(SignalColor, LineBreaksAreNotTrimmed) {
+    expectAll({"buy\n", "\nbuy", "buy\r\n", "sell\n", "buy\u2028", "\u2029sell", "buy\v", "buy\f",
+               "buy\u0085"},
+              "neutral");
+    // A phrase still matches inside text with a line break.
+    expectAll({"strong buy\n", "\nstrong buy"}, "bullish");
+    EXPECT_EQ(colorName("strong sell\n"), "bearish");
+}
+
+TEST(SignalColor, OtherWordsAreNeutral) {
+    expectAll({"Hold", "Neutral", "Outperform", "Accumulate", "Underweight", "N/A"}, "neutral");
+}
+
+TEST(SignalColor, TrimsUnicodeSpaceSeparatorsButNotOtherSpaces) {
+    // Category Zs: no-break space, ideographic space, em space, thin space, narrow no-break
+    // space, Ogham space mark.
+    expectAll({"\u00A0Buy\u00A0", "\u3000buy\u3000", "\u2003BUY", "\u2009buy", "\u1680buy"},
+              "bullish");
+    expectAll({"sell\u202F", "\u3000\tSELL\u00A0 "}, "bearish");
+    // Not Zs: zero-width space (Cf), byte-order mark, and the line separator (Zl).
+    expectAll({"\u200Bbuy", "\uFEFFbuy", "buy\u2028", "\u00A0buy\n"}, "neutral");
+}
+
+TEST(SignalColor, LowerCasesBeyondAscii) {
+    // Full lower-casing in the root locale: fullwidth letters stay fullwidth (so no match),
+    // other scripts around a phrase do not disturb the search.
+    EXPECT_EQ(colorName("\uFF22\uFF35\uFF39"), "neutral");  // ＢＵＹ
+    EXPECT_EQ(colorName("\u00C9TAT: STRONG BUY"), "bullish");
+    EXPECT_EQ(colorName("STRONG SELL \u0130STANBUL"), "bearish");  // İ lowers to two code points
+    // The Kelvin sign lower-cases to an ASCII k, the long s stays itself.
+    EXPECT_EQ(colorName("STRONG BUY \u212A"), "bullish");
+    EXPECT_EQ(colorName("\u017Fell"), "neutral");
+    // Invalid UTF-8 does not break the comparison of the valid rest.
+    EXPECT_EQ(colorName("\xFF strong buy"), "bullish");
+    EXPECT_EQ(colorName("buy\xFF"), "neutral");
+}
+
+TEST(SignalColor, ReturnsThePaletteConstants) {
+    EXPECT_EQ(signalColor("Buy"), Palette::bullish);  // the placeholder brief's signal
+    EXPECT_EQ(signalColor("Strong Sell"), Palette::bearish);
+    EXPECT_EQ(signalColor("Neutral"), Palette::neutral);
+    EXPECT_EQ(signalColor(std::nullopt).alpha, 1.0);
+}
