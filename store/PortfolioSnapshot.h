@@ -2,8 +2,10 @@
 
 #include "platform/Date.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace AppGroupContainer {
 
@@ -17,6 +19,21 @@ struct PortfolioSnapshot {
     std::int64_t holdingCount = 0;
     std::string sourceLabel;
     Date updatedAt;
+
+    // The JSON keys, one per field in field order (store/CodingKeys.h).
+    enum class CodingKeys {
+        totalValue,
+        totalPnl,
+        totalReturn,
+        dailyChange,
+        dailyChangePct,
+        holdingCount,
+        sourceLabel,
+        updatedAt
+    };
+    static constexpr std::array<std::string_view, 8> codingKeyNames = {
+        "totalValue",     "totalPnl",     "totalReturn", "dailyChange",
+        "dailyChangePct", "holdingCount", "sourceLabel", "updatedAt"};
 
     friend bool operator==(const PortfolioSnapshot&, const PortfolioSnapshot&);
 };
