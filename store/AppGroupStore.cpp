@@ -1,0 +1,86 @@
+#include "store/AppGroupStore.h"
+
+#include "platform/DefaultsStore.h"
+#include "platform/StoreLocation.h"
+
+#include <string>
+
+namespace AppGroupContainer {
+
+const JSONDecoder& sharedDecoder() {
+    static const JSONDecoder decoder(JSONDecoder::DateDecodingStrategy::iso8601);
+    return decoder;
+}
+
+const platform::Logger& sharedLogger() {
+    static const platform::Logger logger(std::string(platform::StoreLocation::bundleIdentifier()),
+                                         "app");
+    return logger;
+}
+
+namespace {
+
+// Steps 1 to 3 of a read: open the suite (or the standard defaults), take the data value under
+// the key, release the store. A text value, or no value, gives nothing.
+std::optional<platform::Data> storedData(std::string_view key, std::string_view storeDirectory) {
+    const auto folder = platform::StoreLocation::directory(storeDirectory);
+    auto suite =
+        platform::DefaultsStore::openSuite(platform::StoreLocation::appGroupIdentifier(), folder);
+    if (!suite) return platform::DefaultsStore::standard(folder).dataForKey(key);
+    return suite->dataForKey(key);
+}
+
+template <typename T>
+std::optional<T> read(std::string_view key, std::string_view storeDirectory,
+                      const platform::Logger& logger) {
+    const auto data = storedData(key, storeDirectory);
+    if (!data) return std::nullopt;
+
+    const std::string_view json(reinterpret_cast<const char*>(data->data()), data->size());
+    auto decoded = sharedDecoder().decode<T>(json);
+    if (decoded) return std::move(decoded).value();
+
+    logger.error([&] {
+        return "AppGroup decode failed for " + std::string(key) + ": " +
+               decoded.error().description;
+    });
+    return std::nullopt;
+}
+
+}  // namespace
+
+template <typename Record>
+std::optional<Record> readRecord(std::string_view key, std::string_view storeDirectory,
+                                 const platform::Logger& logger) {
+    return read<Record>(key, storeDirectory, logger);
+}
+
+template <typename Record>
+std::optional<Record> readRecord(std::string_view key, std::string_view storeDirectory) {
+    return read<Record>(key, storeDirectory, sharedLogger());
+}
+
+std::optional<std::vector<WatchlistRow>> readRows(std::string_view key,
+                                                  std::string_view storeDirectory,
+                                                  const platform::Logger& logger) {
+    return read<std::vector<WatchlistRow>>(key, storeDirectory, logger);
+}
+
+std::optional<std::vector<WatchlistRow>> readRows(std::string_view key,
+                                                  std::string_view storeDirectory) {
+    return read<std::vector<WatchlistRow>>(key, storeDirectory, sharedLogger());
+}
+
+template std::optional<DailyBrief> readRecord<DailyBrief>(std::string_view, std::string_view);
+template std::optional<DailyBrief> readRecord<DailyBrief>(std::string_view, std::string_view,
+                                                          const platform::Logger&);
+template std::optional<PortfolioSnapshot> readRecord<PortfolioSnapshot>(std::string_view,
+                                                                        std::string_view);
+template std::optional<PortfolioSnapshot> readRecord<PortfolioSnapshot>(std::string_view,
+                                                                        std::string_view,
+                                                                        const platform::Logger&);
+template std::optional<WatchlistRow> readRecord<WatchlistRow>(std::string_view, std::string_view);
+template std::optional<WatchlistRow> readRecord<WatchlistRow>(std::string_view, std::string_view,
+                                                              const platform::Logger&);
+
+}  // namespace AppGroupContainer
