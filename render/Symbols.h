@@ -1,19 +1,42 @@
 #pragma once
 
 #include "render/Geometry.h"
+#include "render/Path.h"
 #include "style/Font.h"
 
+#include <optional>
 #include <string_view>
+#include <vector>
 
 namespace render {
 
 // The system symbols the views use, drawn as vector glyphs. A symbol's box is square, as
 // wide and high as its font size, with its baseline at 0.8 of the height (so it lines up
 // with text of the same size). Shared by layout (size) and the painter (paths).
-[[nodiscard]] inline Size symbolSize(const Font& font) { return {font.size, font.size}; }
-[[nodiscard]] inline double symbolBaseline(const Font& font) { return font.size * 0.8; }
+[[nodiscard]] inline Size symbolSize(const Font& font) {
+    return {font.size, font.size};
+}
+[[nodiscard]] inline double symbolBaseline(const Font& font) {
+    return font.size * 0.8;
+}
 
 // Whether a glyph exists for the name ("sparkles", "chart.line.uptrend.xyaxis", "star").
 [[nodiscard]] bool isKnownSymbol(std::string_view name);
+
+// A symbol's vector glyph: paths filled, or stroked with round caps and joins, in the symbol's
+// colour.
+struct SymbolGlyphPart {
+    Path path;
+    bool filled = false;
+    double lineWidth = 0;  // for a stroked part, in points
+    bool operator==(const SymbolGlyphPart&) const = default;
+};
+using SymbolGlyph = std::vector<SymbolGlyphPart>;
+
+// The glyph of `name` inside `box` (the symbol's frame; a square as wide as the font size),
+// with line weights following the font's size and weight. An unknown name gives nothing and is
+// reported once per process per name on stderr.
+[[nodiscard]] std::optional<SymbolGlyph> symbolGlyph(std::string_view name, const Rect& box,
+                                                     const Font& font);
 
 }  // namespace render
