@@ -1,0 +1,251 @@
+#include "render/PangoTextMeasurer.h"
+
+#include <pango/pangocairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace render {
+namespace {
+
+constexpr const char* systemFamily = "Inter";
+constexpr const char* monospacedFamily = "JetBrains Mono";
+
+PangoWeight pangoWeight(FontWeight weight) {
+    switch (weight) {
+        case FontWeight::regular:
+            return PANGO_WEIGHT_NORMAL;
+        case FontWeight::medium:
+            return PANGO_WEIGHT_MEDIUM;
+        case FontWeight::semibold:
+            return PANGO_WEIGHT_SEMIBOLD;
+        case FontWeight::bold:
+            return PANGO_WEIGHT_BOLD;
+    }
+    return PANGO_WEIGHT_NORMAL;
+}
+
+PangoAlignment pangoAlignment(TextAlignment alignment) {
+    switch (alignment) {
+        case TextAlignment::leading:
+            return PANGO_ALIGN_LEFT;  // mirrored for right-to-left text
+        case TextAlignment::center:
+            return PANGO_ALIGN_CENTER;
+        case TextAlignment::trailing:
+            return PANGO_ALIGN_RIGHT;
+    }
+    return PANGO_ALIGN_LEFT;
+}
+
+// Points to Pango units, rounding down so that a width never grows on the way.
+int toPangoUnits(double points) {
+    const double units = std::floor(points * PANGO_SCALE);
+    return int(std::clamp(units, 0.0, double(std::numeric_limits<int>::max() / 2)));
+}
+double toPoints(int units) {
+    return double(units) / PANGO_SCALE;
+}
+
+struct GObjectUnref {
+    void operator()(void* object) const { g_object_unref(object); }
+};
+using LayoutPtr = std::unique_ptr<PangoLayout, GObjectUnref>;
+
+// One thread's Pango state: Pango objects must not be shared between threads, so every thread
+// that measures or draws text gets its own font map and context, configured once.
+class ThreadPango {
+public:
+    ThreadPango() : m_fontMap(pango_cairo_font_map_new()) {
+        m_context = pango_font_map_create_context(m_fontMap);
+        pango_cairo_context_set_resolution(m_context, 72);  // 1 pt = 1 unit, for any relative size
+        // Unhinted metrics and unrounded positions: the same layout in points at every scale.
+        cairo_font_options_t* options = cairo_font_options_create();
+        cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
+        cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_NONE);
+        cairo_font_options_set_antialias(options, CAIRO_ANTIALIAS_GRAY);
+        pango_cairo_context_set_font_options(m_context, options);
+        cairo_font_options_destroy(options);
+        pango_context_set_round_glyph_positions(m_context, FALSE);
+    }
+    ~ThreadPango() {
+        for (auto& [font, description] : m_fonts) pango_font_description_free(description);
+        g_object_unref(m_context);
+        g_object_unref(m_fontMap);
+    }
+    ThreadPango(const ThreadPango&) = delete;
+    ThreadPango& operator=(const ThreadPango&) = delete;
+
+    [[nodiscard]] LayoutPtr newLayout() const { return LayoutPtr(pango_layout_new(m_context)); }
+
+    // The description of a font, made once per thread and font.
+    [[nodiscard]] const PangoFontDescription* description(const Font& font) {
+        for (const auto& [known, description] : m_fonts)
+            if (known == font) return description;
+        PangoFontDescription* description = pango_font_description_new();
+        pango_font_description_set_family_static(
+            description, font.design == FontDesign::monospaced ? monospacedFamily : systemFamily);
+        pango_font_description_set_weight(description, pangoWeight(font.weight));
+        pango_font_description_set_style(description, PANGO_STYLE_NORMAL);
+        const double size = std::isfinite(font.size) ? std::clamp(font.size, 0.0, 10000.0) : 0.0;
+        pango_font_description_set_absolute_size(description, size * PANGO_SCALE);
+        m_fonts.emplace_back(font, description);
+        return description;
+    }
+
+private:
+    PangoFontMap* m_fontMap;
+    PangoContext* m_context;
+    std::vector<std::pair<Font, PangoFontDescription*>> m_fonts;
+};
+
+ThreadPango& threadPango() {
+    thread_local ThreadPango pango;
+    return pango;
+}
+
+void setText(PangoLayout* layout, std::string_view text) {
+    if (g_utf8_validate(text.data(), gssize(text.size()), nullptr)) {
+        pango_layout_set_text(layout, text.data(), int(text.size()));
+        return;
+    }
+    gchar* valid = g_utf8_make_valid(text.data(), gssize(text.size()));
+    pango_layout_set_text(layout, valid, -1);
+    g_free(valid);
+}
+
+// Bottom of line `index` from the top of the layout, in Pango units.
+int lineBottom(PangoLayout* layout, int index) {
+    PangoLayoutIter* iter = pango_layout_get_iter(layout);
+    for (int i = 0; i < index && pango_layout_iter_next_line(iter);) ++i;
+    int top = 0, bottom = 0;
+    pango_layout_iter_get_line_yrange(iter, &top, &bottom);
+    pango_layout_iter_free(iter);
+    return bottom;
+}
+
+// Keeps at most `limit` lines; the last one kept ends in "…" when text was cut. Returns whether
+// the text was cut by hand (several paragraphs, which Pango limits one by one).
+bool limitLines(PangoLayout* layout, int limit, bool wraps) {
+    if (wraps) {
+        pango_layout_set_ellipsize(layout, PANGO_ELLIPSIZE_END);
+        pango_layout_set_height(layout, -limit);  // lines per paragraph
+    }
+    if (pango_layout_get_line_count(layout) <= limit) return false;
+
+    // Several paragraphs: end the text after the last allowed line and mark the cut, and cap the
+    // height there so that the mark, if it does not fit, is ellipsised into that line.
+    const PangoLayoutLine* last = pango_layout_get_line_readonly(layout, limit - 1);
+    const std::string_view all = pango_layout_get_text(layout);
+    std::string cut(all.substr(0, std::size_t(last->start_index + last->length)));
+    while (!cut.empty() && std::string_view(" \t\r\n").find(cut.back()) != std::string_view::npos)
+        cut.pop_back();
+    cut += "…";
+    const int bottom = lineBottom(layout, limit - 1);
+    pango_layout_set_text(layout, cut.data(), int(cut.size()));
+    if (wraps) pango_layout_set_height(layout, bottom);
+    return true;
+}
+
+struct ShapedText {
+    LayoutPtr layout;
+    bool cutByHand = false;
+};
+
+// The one place where a text's layout is configured, for measuring and for drawing alike.
+ShapedText shape(std::string_view text, const TextStyle& style, std::optional<double> width) {
+    ThreadPango& pango = threadPango();
+    ShapedText shaped{pango.newLayout()};
+    PangoLayout* layout = shaped.layout.get();
+    pango_layout_set_font_description(layout, pango.description(style.font));
+    pango_layout_set_alignment(layout, pangoAlignment(style.alignment));
+    pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
+    const bool wraps = width && std::isfinite(*width);
+    pango_layout_set_width(layout, wraps ? toPangoUnits(std::max(*width, 0.0)) : -1);
+    setText(layout, text);
+    if (style.lineLimit)
+        shaped.cutByHand = limitLines(layout, std::max(*style.lineLimit, 1), wraps);
+    return shaped;
+}
+
+}  // namespace
+
+TextMetrics PangoTextMeasurer::measure(std::string_view text, const TextStyle& style,
+                                       std::optional<double> width) const {
+    const ShapedText shaped = shape(text, style, width);
+    PangoLayout* layout = shaped.layout.get();
+    PangoRectangle logical;
+    pango_layout_get_extents(layout, nullptr, &logical);
+
+    TextMetrics metrics;
+    // Whole points, so that drawing at the measured width breaks the lines the same way.
+    metrics.size.width = std::ceil(toPoints(logical.width));
+    if (width && std::isfinite(*width))
+        metrics.size.width = std::min(metrics.size.width, std::max(*width, 0.0));
+    metrics.size.height = toPoints(logical.height);
+    metrics.firstBaseline = toPoints(pango_layout_get_baseline(layout) - logical.y);
+    PangoLayoutIter* iter = pango_layout_get_iter(layout);
+    while (pango_layout_iter_next_line(iter)) {
+    }
+    metrics.lastBaseline = toPoints(pango_layout_iter_get_baseline(iter) - logical.y);
+    pango_layout_iter_free(iter);
+    return metrics;
+}
+
+const TextMeasurer& pangoTextMeasurer() {
+    static const PangoTextMeasurer measurer;
+    return measurer;
+}
+
+TextLayoutFacts describeTextLayout(std::string_view text, const TextStyle& style,
+                                   std::optional<double> width) {
+    const ShapedText shaped = shape(text, style, width);
+    PangoLayout* layout = shaped.layout.get();
+    TextLayoutFacts facts{pango_layout_get_line_count(layout),
+                          shaped.cutByHand || pango_layout_is_ellipsized(layout),
+                          {}};
+    const PangoLayoutLine* first = pango_layout_get_line_readonly(layout, 0);
+    if (first && first->runs) {
+        const auto* run = static_cast<const PangoGlyphItem*>(first->runs->data);
+        PangoFontDescription* description = pango_font_describe(run->item->analysis.font);
+        facts.family = pango_font_description_get_family(description);
+        pango_font_description_free(description);
+    }
+    return facts;
+}
+
+namespace detail {
+
+void drawText(CairoContext* context, const DrawText& command) {
+    cairo_t* cairo = reinterpret_cast<cairo_t*>(context);
+    const Rect& frame = command.frame;
+    ShapedText shaped = shape(command.text, command.style, frame.width);
+    PangoLayout* layout = shaped.layout.get();
+
+    // A frame lower than the text (layout had to squeeze it) shows only the lines that fit.
+    const double allowed = (frame.height + 0.5) * PANGO_SCALE;
+    int lines = 0, fitting = 0;
+    PangoLayoutIter* iter = pango_layout_get_iter(layout);
+    do {
+        int top = 0, bottom = 0;
+        pango_layout_iter_get_line_yrange(iter, &top, &bottom);
+        ++lines;
+        if (bottom <= allowed) ++fitting;
+    } while (pango_layout_iter_next_line(iter));
+    pango_layout_iter_free(iter);
+    if (fitting < lines) limitLines(layout, std::max(fitting, 1), true);
+
+    const Color& color = command.style.color;
+    cairo_save(cairo);
+    cairo_set_source_rgba(cairo, color.red, color.green, color.blue, color.alpha);
+    cairo_move_to(cairo, frame.x, frame.y);
+    pango_cairo_show_layout(cairo, layout);
+    cairo_restore(cairo);
+}
+
+}  // namespace detail
+}  // namespace render
