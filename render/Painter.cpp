@@ -1,0 +1,273 @@
+#include "render/Painter.h"
+
+#include "render/ContinuousCorners.h"
+#include "render/PangoTextMeasurer.h"
+#include "render/Symbols.h"
+
+#include <cairo-pdf.h>
+#include <cairo-svg.h>
+#include <cairo.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <memory>
+
+namespace render {
+namespace {
+
+template <typename... Ts>
+struct Overloaded : Ts... {
+    using Ts::operator()...;
+};
+template <typename... Ts>
+Overloaded(Ts...) -> Overloaded<Ts...>;
+
+struct SurfaceDestroy {
+    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+};
+struct ContextDestroy {
+    void operator()(cairo_t* cairo) const { cairo_destroy(cairo); }
+};
+using SurfacePtr = std::unique_ptr<cairo_surface_t, SurfaceDestroy>;
+using ContextPtr = std::unique_ptr<cairo_t, ContextDestroy>;
+
+constexpr double minScale = 1, maxScale = 3;
+constexpr double maxCanvasSide = 10000;  // points; far beyond any widget
+
+bool isFinite(const Rect& r) {
+    return std::isfinite(r.x) && std::isfinite(r.y) && std::isfinite(r.width) &&
+           std::isfinite(r.height);
+}
+bool isDrawable(const Rect& r) {
+    return isFinite(r) && r.width > 0 && r.height > 0;
+}
+
+std::optional<PaintError> checkCanvas(const Size& canvas) {
+    if (!(canvas.width > 0 && canvas.height > 0 && canvas.width <= maxCanvasSide &&
+          canvas.height <= maxCanvasSide)) {
+        return PaintError{"cannot draw a canvas of " + std::to_string(canvas.width) + " x " +
+                          std::to_string(canvas.height) + " points"};
+    }
+    return std::nullopt;
+}
+
+std::optional<PaintError> checkScale(double scale) {
+    if (!(scale >= minScale && scale <= maxScale))
+        return PaintError{"the render scale must lie between 1 and 3, not " +
+                          std::to_string(scale)};
+    return std::nullopt;
+}
+
+int pixels(double points, double scale) {
+    return int(std::ceil(points * scale - 1e-9));
+}
+
+void appendPath(cairo_t* cairo, const Path& path) {
+    for (const PathElement& e : path.elements) {
+        switch (e.kind) {
+            case PathElement::Kind::moveTo:
+                cairo_move_to(cairo, e.points[0].x, e.points[0].y);
+                break;
+            case PathElement::Kind::lineTo:
+                cairo_line_to(cairo, e.points[0].x, e.points[0].y);
+                break;
+            case PathElement::Kind::curveTo:
+                cairo_curve_to(cairo, e.points[0].x, e.points[0].y, e.points[1].x, e.points[1].y,
+                               e.points[2].x, e.points[2].y);
+                break;
+            case PathElement::Kind::close:
+                cairo_close_path(cairo);
+                break;
+        }
+    }
+}
+
+void setColor(cairo_t* cairo, const Color& c) {
+    cairo_set_source_rgba(cairo, c.red, c.green, c.blue, c.alpha);
+}
+
+void drawSymbol(cairo_t* cairo, const DrawSymbol& symbol) {
+    const std::optional<SymbolGlyph> glyph =
+        symbolGlyph(symbol.systemName, symbol.frame, symbol.font);
+    if (!glyph) return;
+    cairo_save(cairo);
+    setColor(cairo, symbol.color);
+    cairo_set_line_cap(cairo, CAIRO_LINE_CAP_ROUND);
+    cairo_set_line_join(cairo, CAIRO_LINE_JOIN_ROUND);
+    for (const SymbolGlyphPart& part : *glyph) {
+        appendPath(cairo, part.path);
+        if (part.filled) {
+            cairo_fill(cairo);
+        } else {
+            cairo_set_line_width(cairo, part.lineWidth);
+            cairo_stroke(cairo);
+        }
+    }
+    cairo_restore(cairo);
+}
+
+// Draws the commands on a context whose user space is the canvas in points.
+std::optional<PaintError> draw(cairo_t* cairo, const DrawList& list) {
+    int openClips = 0;
+    for (const DrawCommand& command : list.commands) {
+        std::visit(
+            Overloaded{
+                [&](const FillShape& fill) {
+                    if (!isDrawable(fill.rect) || fill.color.alpha <= 0) return;
+                    appendPath(cairo,
+                               roundedRectPath(fill.rect, fill.cornerRadius, fill.cornerStyle));
+                    setColor(cairo, fill.color);
+                    cairo_fill(cairo);
+                },
+                [&](const PushClip& clip) {
+                    cairo_save(cairo);
+                    ++openClips;
+                    const Rect r = isDrawable(clip.rect) ? clip.rect : Rect{};
+                    appendPath(cairo, roundedRectPath(r, clip.cornerRadius, clip.cornerStyle));
+                    cairo_clip(cairo);
+                },
+                [&](const PopClip&) {
+                    if (openClips == 0) return;
+                    cairo_restore(cairo);
+                    --openClips;
+                },
+                [&](const DrawText& text) {
+                    if (text.text.empty() || !isFinite(text.frame) || text.style.color.alpha <= 0)
+                        return;
+                    detail::drawText(reinterpret_cast<detail::CairoContext*>(cairo), text);
+                },
+                [&](const DrawSymbol& symbol) {
+                    if (!isFinite(symbol.frame) || symbol.color.alpha <= 0) return;
+                    drawSymbol(cairo, symbol);
+                },
+            },
+            command);
+    }
+    for (; openClips > 0; --openClips) cairo_restore(cairo);
+    if (const cairo_status_t status = cairo_status(cairo); status != CAIRO_STATUS_SUCCESS)
+        return PaintError{std::string("drawing failed: ") + cairo_status_to_string(status)};
+    return std::nullopt;
+}
+
+cairo_status_t appendBytes(void* closure, const unsigned char* data, unsigned int length) {
+    static_cast<std::string*>(closure)->append(reinterpret_cast<const char*>(data), length);
+    return CAIRO_STATUS_SUCCESS;
+}
+
+// The canvas drawn on an image surface at the scale.
+PaintResult<SurfacePtr> drawImage(const DrawList& list, double scale) {
+    if (auto error = checkCanvas(list.canvas)) return *error;
+    if (auto error = checkScale(scale)) return *error;
+    SurfacePtr surface(cairo_image_surface_create(
+        CAIRO_FORMAT_ARGB32, pixels(list.canvas.width, scale), pixels(list.canvas.height, scale)));
+    ContextPtr cairo(cairo_create(surface.get()));
+    cairo_scale(cairo.get(), scale, scale);
+    if (auto error = draw(cairo.get(), list)) return *error;
+    cairo_surface_flush(surface.get());
+    return surface;
+}
+
+PaintResult<std::string> finish(cairo_surface_t* surface, std::string&& bytes) {
+    cairo_surface_finish(surface);
+    if (const cairo_status_t status = cairo_surface_status(surface); status != CAIRO_STATUS_SUCCESS)
+        return PaintError{std::string("encoding failed: ") + cairo_status_to_string(status)};
+    return std::move(bytes);
+}
+
+}  // namespace
+
+std::optional<ImageFormat> imageFormatForPath(const std::filesystem::path& path) {
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return char(std::tolower(c)); });
+    if (extension == ".png") return ImageFormat::png;
+    if (extension == ".svg") return ImageFormat::svg;
+    if (extension == ".pdf") return ImageFormat::pdf;
+    return std::nullopt;
+}
+
+PaintResult<std::string> paintToBytes(const DrawList& list, ImageFormat format, double scale) {
+    std::string bytes;
+    switch (format) {
+        case ImageFormat::png: {
+            PaintResult<SurfacePtr> image = drawImage(list, scale);
+            if (auto* error = std::get_if<PaintError>(&image)) return std::move(*error);
+            cairo_surface_t* surface = std::get<SurfacePtr>(image).get();
+            if (const cairo_status_t status =
+                    cairo_surface_write_to_png_stream(surface, appendBytes, &bytes);
+                status != CAIRO_STATUS_SUCCESS)
+                return PaintError{std::string("encoding PNG failed: ") +
+                                  cairo_status_to_string(status)};
+            return bytes;
+        }
+        case ImageFormat::svg:
+        case ImageFormat::pdf: {
+            if (auto error = checkCanvas(list.canvas)) return *error;
+            const double width = list.canvas.width, height = list.canvas.height;
+            SurfacePtr surface(
+                format == ImageFormat::svg
+                    ? cairo_svg_surface_create_for_stream(appendBytes, &bytes, width, height)
+                    : cairo_pdf_surface_create_for_stream(appendBytes, &bytes, width, height));
+            if (format == ImageFormat::svg)
+                cairo_svg_surface_set_document_unit(surface.get(), CAIRO_SVG_UNIT_PT);
+            {
+                ContextPtr cairo(cairo_create(surface.get()));
+                if (auto error = draw(cairo.get(), list)) return *error;
+            }
+            return finish(surface.get(), std::move(bytes));
+        }
+    }
+    return PaintError{"unknown image format"};
+}
+
+std::optional<PaintError> paintToFile(const DrawList& list, const std::filesystem::path& path,
+                                      double scale) {
+    const std::optional<ImageFormat> format = imageFormatForPath(path);
+    if (!format) {
+        return PaintError{"cannot tell the image format of '" + path.string() +
+                          "': name it .png, .svg or .pdf"};
+    }
+    PaintResult<std::string> bytes = paintToBytes(list, *format, scale);
+    if (auto* error = std::get_if<PaintError>(&bytes)) return std::move(*error);
+    const std::string& data = std::get<std::string>(bytes);
+
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    if (!out) return PaintError{"cannot write '" + path.string() + "': " + std::strerror(errno)};
+    out.write(data.data(), std::streamsize(data.size()));
+    out.close();
+    if (!out) return PaintError{"cannot write '" + path.string() + "': " + std::strerror(errno)};
+    return std::nullopt;
+}
+
+Bitmap renderBitmap(const DrawList& list, double scale) {
+    PaintResult<SurfacePtr> image = drawImage(list, scale);
+    auto* surface = std::get_if<SurfacePtr>(&image);
+    if (!surface) return {};
+    cairo_surface_t* s = surface->get();
+    Bitmap bitmap;
+    bitmap.width = cairo_image_surface_get_width(s);
+    bitmap.height = cairo_image_surface_get_height(s);
+    bitmap.pixels.reserve(std::size_t(bitmap.width) * bitmap.height);
+    const unsigned char* data = cairo_image_surface_get_data(s);
+    const int stride = cairo_image_surface_get_stride(s);
+    auto straight = [](std::uint32_t premultiplied, std::uint32_t alpha) {
+        return std::uint8_t(alpha == 0 ? 0 : (premultiplied * 255 + alpha / 2) / alpha);
+    };
+    for (int y = 0; y < bitmap.height; ++y) {
+        const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
+        for (int x = 0; x < bitmap.width; ++x) {
+            const std::uint32_t argb = row[x];  // native-endian premultiplied ARGB
+            const std::uint32_t a = argb >> 24;
+            bitmap.pixels.push_back({straight((argb >> 16) & 0xff, a),
+                                     straight((argb >> 8) & 0xff, a), straight(argb & 0xff, a),
+                                     std::uint8_t(a)});
+        }
+    }
+    return bitmap;
+}
+
+}  // namespace render

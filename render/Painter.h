@@ -1,0 +1,64 @@
+#pragma once
+
+#include "render/DrawList.h"
+#include "render/PlatformDefaults.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace render {
+
+// Draws a DrawList with Cairo: PNG at a scale (the canvas times the scale in pixels), SVG and PDF
+// at the canvas size in points. Commands are drawn in order, antialiased; a PopClip without its
+// PushClip is ignored and clips still open at the end are closed.
+
+enum class ImageFormat { png, svg, pdf };
+
+// The format a file name asks for by its extension, in any letter case: .png, .svg or .pdf.
+[[nodiscard]] std::optional<ImageFormat> imageFormatForPath(const std::filesystem::path& path);
+
+struct PaintError {
+    std::string message;
+    bool operator==(const PaintError&) const = default;
+};
+
+template <typename T>
+using PaintResult = std::variant<T, PaintError>;
+
+// The encoded image. The scale applies to PNG only and must lie between 1 and 3.
+[[nodiscard]] PaintResult<std::string> paintToBytes(const DrawList& list, ImageFormat format,
+                                                    double scale = defaults::renderScale);
+
+// Writes the image in the format that the path's extension names. Nothing on success.
+[[nodiscard]] std::optional<PaintError> paintToFile(const DrawList& list,
+                                                    const std::filesystem::path& path,
+                                                    double scale = defaults::renderScale);
+
+// A pixel with straight (not premultiplied) alpha.
+struct Rgba {
+    std::uint8_t red = 0;
+    std::uint8_t green = 0;
+    std::uint8_t blue = 0;
+    std::uint8_t alpha = 0;
+    bool operator==(const Rgba&) const = default;
+};
+
+// Pixels in rows from the top, each row from the left.
+struct Bitmap {
+    int width = 0;
+    int height = 0;
+    std::vector<Rgba> pixels;
+
+    [[nodiscard]] Rgba at(int x, int y) const { return pixels[std::size_t(y) * width + x]; }
+    bool operator==(const Bitmap&) const = default;
+};
+
+// The list drawn as PNG would be, before encoding: canvas × scale pixels, transparent where
+// nothing is drawn. An invalid canvas or scale gives an empty bitmap.
+[[nodiscard]] Bitmap renderBitmap(const DrawList& list, double scale = defaults::renderScale);
+
+}  // namespace render
