@@ -1,0 +1,38 @@
+#pragma once
+
+// The platform's layout, over our view values: a parent proposes a size (an absent dimension
+// asks for the ideal one), the child chooses its size, the parent places it. Environment
+// values (font, foreground colour, line limit, letter case, text alignment) flow down from
+// the modifiers that wrap a view. The result is a draw list for the painters and the frames
+// of every node for the frames dump. Layout is pure: same inputs, same result.
+
+#include "render/Geometry.h"
+#include "render/LayoutResult.h"
+#include "render/PlatformDefaults.h"
+#include "render/ProposedSize.h"
+#include "render/TextMeasurer.h"
+#include "style/EnvironmentValues.h"
+#include "style/View.h"
+
+namespace render {
+
+// A widget's content on its family's canvas: the container backgrounds of the content's own
+// modifiers fill the whole canvas first; the content is proposed the canvas less the content
+// margin on every side and centred there. The tap link is the outermost widget URL of the
+// tree. `scale` (device pixels per point) sets the divider's hairline.
+[[nodiscard]] LayoutResult layoutWidget(const View& content, const EnvironmentValues& env,
+                                        const TextMeasurer& measurer,
+                                        double scale = defaults::renderScale);
+
+// A view alone on a canvas of `canvas`: proposed the whole canvas and centred in it (no
+// margins). Container backgrounds of the view fill the canvas as for a widget.
+[[nodiscard]] LayoutResult layoutView(const View& view, Size canvas, const EnvironmentValues& env,
+                                      const TextMeasurer& measurer,
+                                      double scale = defaults::renderScale);
+
+// The size `view` chooses for `proposal`, with the environment's defaults flowing in.
+[[nodiscard]] Size sizeThatFits(const View& view, ProposedSize proposal,
+                                const EnvironmentValues& env, const TextMeasurer& measurer,
+                                double scale = defaults::renderScale);
+
+}  // namespace render

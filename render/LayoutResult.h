@@ -1,0 +1,28 @@
+#pragma once
+
+#include "render/DrawList.h"
+#include "render/Geometry.h"
+
+#include <string>
+#include <vector>
+
+namespace render {
+
+// One node or layout modifier as laid out: how deep it sits (a modifier wraps the node and the
+// modifiers before it, so it sits one level above them), what it is, and where, in canvas points.
+// Modifiers without a frame of their own (font, colour, line limit, letter case, text alignment,
+// widget link) are folded into the text they style and get no line.
+struct LaidOutFrame {
+    int depth = 0;
+    std::string description;
+    Rect rect;
+    bool operator==(const LaidOutFrame&) const = default;
+};
+
+struct LayoutResult {
+    DrawList drawList;                 // canvas, commands in paint order, tap link
+    std::vector<LaidOutFrame> frames;  // in tree order, parents before their contents
+    bool operator==(const LayoutResult&) const = default;
+};
+
+}  // namespace render

@@ -1,0 +1,77 @@
+#pragma once
+
+// Shared helpers of the layout tests: lay a view out with the fake measurer, find frames by
+// their dump description, compare rects to the last bit that matters.
+
+#include "render/FrameDump.h"
+#include "render/Layout.h"
+#include "tests/render/FakeTextMeasurer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ostream>
+#include <string_view>
+#include <vector>
+
+namespace render {
+
+inline void PrintTo(const Rect& r, std::ostream* out) {
+    *out << dumpRect(r);
+}
+inline void PrintTo(const Size& s, std::ostream* out) {
+    *out << dumpLength(s.width) << " × " << dumpLength(s.height);
+}
+
+namespace testing {
+
+inline const FakeTextMeasurer& fakeMeasurer() {
+    static const FakeTextMeasurer measurer;
+    return measurer;
+}
+
+// A view alone on a canvas, proposed the whole canvas and centred in it.
+inline LayoutResult layOut(const View& view, Size canvas, EnvironmentValues env = {},
+                           double scale = 2) {
+    return layoutView(view, canvas, env, fakeMeasurer(), scale);
+}
+
+inline Size fit(const View& view, ProposedSize proposal, EnvironmentValues env = {}) {
+    return sizeThatFits(view, proposal, env, fakeMeasurer());
+}
+
+inline ::testing::AssertionResult sameRect(const Rect& actual, const Rect& expected) {
+    auto near = [](double a, double b) { return std::abs(a - b) < 1e-9; };
+    if (near(actual.x, expected.x) && near(actual.y, expected.y) &&
+        near(actual.width, expected.width) && near(actual.height, expected.height))
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure()
+           << "rect " << dumpRect(actual) << ", expected " << dumpRect(expected);
+}
+
+// The rects of the frames whose description starts with `prefix`, in tree order.
+inline std::vector<Rect> rectsOf(const LayoutResult& result, std::string_view prefix) {
+    std::vector<Rect> rects;
+    for (const auto& frame : result.frames)
+        if (std::string_view(frame.description).starts_with(prefix)) rects.push_back(frame.rect);
+    return rects;
+}
+
+// The one rect described by `prefix`, or a failure.
+inline Rect rectOf(const LayoutResult& result, std::string_view prefix) {
+    const auto rects = rectsOf(result, prefix);
+    EXPECT_EQ(rects.size(), 1u) << "frames described as " << prefix << " in\n"
+                                << dumpFrames(result);
+    return rects.empty() ? Rect{-1, -1, -1, -1} : rects.front();
+}
+
+template <typename Command>
+std::vector<Command> commandsOf(const LayoutResult& result) {
+    std::vector<Command> found;
+    for (const auto& command : result.drawList.commands)
+        if (const auto* c = std::get_if<Command>(&command)) found.push_back(*c);
+    return found;
+}
+
+}  // namespace testing
+}  // namespace render
