@@ -1,6 +1,10 @@
 #include "dailybrief/DailyBriefView.h"
 
+#include "dailybrief/DailyBriefTimelineProvider.h"
+#include "platform/Clock.h"
 #include "style/Palette.h"
+#include "style/TreeDump.h"
+#include "tests/support/Golden.h"
 #include "tests/support/ViewQuery.h"
 
 #include <gtest/gtest.h>
@@ -266,4 +270,24 @@ TEST(DailyBriefView, EmptyStateAsksForATicker) {
     EXPECT_EQ(modifierOf<FrameModifier>(view),
               (FrameModifier{
                   .maxWidth = infinity, .maxHeight = infinity, .alignment = Alignment::center}));
+}
+
+// The placeholder's brief, as the widget gallery shows it in each family.
+TEST(DailyBriefView, TreesMatchTheGoldenDumps) {
+    const platform::FixedClock clock(at(2025y / November / 16, 6h, 30min));
+    const DailyBrief sample = sampleDailyBrief(clock);
+    golden::expectMatches(dumpTree(draw(sample, WidgetFamily::systemMedium)),
+                          "trees/dailybrief-medium.txt");
+    golden::expectMatches(dumpTree(draw(sample, WidgetFamily::systemLarge)),
+                          "trees/dailybrief-large.txt");
+    golden::expectMatches(dumpTree(draw(std::nullopt, WidgetFamily::systemMedium)),
+                          "trees/dailybrief-empty.txt");
+
+    // The sample draws as NVDA / NVIDIA with a bullish "Buy" label and the score 78.
+    const View top = briefTopRow(sample);
+    EXPECT_EQ(textsNamed(top, "NVDA").size(), 1u);
+    EXPECT_EQ(textsNamed(top, "NVIDIA").size(), 1u);
+    const View& label = only(top, "Buy");
+    EXPECT_EQ(modifierOf<ForegroundColorModifier>(label)->color, Palette::bullish);
+    EXPECT_EQ(keyOf(scoreNode(top)), LocalizedStringKey("%lld", std::int64_t{78}));
 }

@@ -1,7 +1,10 @@
 #include "watchlist/WatchlistGlanceView.h"
 
 #include "style/Palette.h"
+#include "style/TreeDump.h"
+#include "tests/support/Golden.h"
 #include "tests/support/ViewQuery.h"
+#include "watchlist/WatchlistTimelineProvider.h"
 
 #include <gtest/gtest.h>
 
@@ -291,4 +294,24 @@ TEST(WatchlistGlanceView, OtherFamiliesDrawAsMedium) {
     const auto unknown = static_cast<WidgetFamily>(7);
     EXPECT_EQ(WatchlistGlanceView{entry}.body(environment(unknown)),
               draw(entry, WidgetFamily::systemMedium));
+}
+
+// The sample rows with a portfolio, in each family.
+TEST(WatchlistGlanceView, TreesMatchTheGoldenDumps) {
+    PortfolioSnapshot portfolio;
+    portfolio.totalValue = 48210.37;
+    portfolio.totalPnl = 6210.37;
+    portfolio.totalReturn = 14.79;
+    portfolio.dailyChange = -120.5;
+    portfolio.dailyChangePct = -0.25;
+    portfolio.holdingCount = 7;
+    portfolio.sourceLabel = "Brokerage";
+    portfolio.updatedAt = drawnAt - 1h;
+    const WatchlistEntry entry = entryOf(sampleWatchlistRows(), portfolio);
+    golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemSmall)),
+                          "trees/watchlist-small.txt");
+    golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemMedium)),
+                          "trees/watchlist-medium.txt");
+    golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemLarge)),
+                          "trees/watchlist-large.txt");
 }
