@@ -32,10 +32,4 @@ bool canonicallyEquivalent(std::string_view a, std::string_view b) {
     return U_SUCCESS(status) && left == right;
 }
 
-bool canonicallyEquivalent(const std::optional<std::string>& a,
-                           const std::optional<std::string>& b) {
-    if (a.has_value() != b.has_value()) return false;
-    return !a || canonicallyEquivalent(*a, *b);
-}
-
 }  // namespace AppGroupContainer

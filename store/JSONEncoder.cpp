@@ -4,11 +4,18 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
+
 namespace AppGroupContainer {
 namespace {
 
 // Ordered, so that the keys come out in field order.
 using Json = nlohmann::ordered_json;
+
+// Whole seconds, as the platform's ISO 8601 encoder writes them: the readers reject fractions.
+std::string dateText(Date date) {
+    return platform::formatDate(std::chrono::floor<std::chrono::seconds>(date));
+}
 
 template <typename Record>
 constexpr std::string key(typename Record::CodingKeys codingKey) {
@@ -28,7 +35,7 @@ Json object(const DailyBrief& brief) {
     json[key<DailyBrief>(K::summary)] = brief.summary;
     json[key<DailyBrief>(K::signal)] = brief.signal;
     json[key<DailyBrief>(K::score)] = brief.score;
-    json[key<DailyBrief>(K::generatedAt)] = platform::formatDate(brief.generatedAt);
+    json[key<DailyBrief>(K::generatedAt)] = dateText(brief.generatedAt);
     return json;
 }
 
@@ -43,7 +50,7 @@ Json object(const PortfolioSnapshot& snapshot) {
     json[key<P>(K::dailyChangePct)] = snapshot.dailyChangePct;
     json[key<P>(K::holdingCount)] = snapshot.holdingCount;
     json[key<P>(K::sourceLabel)] = snapshot.sourceLabel;
-    json[key<P>(K::updatedAt)] = platform::formatDate(snapshot.updatedAt);
+    json[key<P>(K::updatedAt)] = dateText(snapshot.updatedAt);
     return json;
 }
 

@@ -1,0 +1,183 @@
+#include "store/AppGroupStore.h"
+#include "tests/store/RecordingSink.h"
+#include "tests/store/Samples.h"
+#include "tests/support/TempStore.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <set>
+
+namespace {
+
+using namespace AppGroupContainer;
+using recording::RecordingSink;
+using tempstore::TempStore;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const std::string subsystem = VELMORA_BUNDLE_ID;
+
+// A store folder, and a logger whose lines the test can read.
+struct Fixture {
+    TempStore store;
+    RecordingSink sink;
+    platform::Logger logger{subsystem, "app", sink};
+
+    std::optional<DailyBrief> brief() const {
+        return readRecord<DailyBrief>(dailyBriefKey, store.directory(), logger);
+    }
+    std::optional<PortfolioSnapshot> portfolio() const {
+        return readRecord<PortfolioSnapshot>(portfolioSnapshotKey, store.directory(), logger);
+    }
+    std::optional<std::vector<WatchlistRow>> rows() const {
+        return readRows(watchlistTickersKey, store.directory(), logger);
+    }
+};
+
+TEST(AppGroupStore, ReadsEachRecordFromTheSuite) {
+    Fixture f;
+    f.store.putData(dailyBriefKey, samples::brief);
+    f.store.putData(portfolioSnapshotKey, samples::snapshot);
+    f.store.putData(watchlistTickersKey, samples::rows);
+
+    const auto brief = f.brief();
+    ASSERT_TRUE(brief);
+    EXPECT_EQ(*brief, sharedDecoder().decode<DailyBrief>(samples::brief).value());
+    const auto portfolio = f.portfolio();
+    ASSERT_TRUE(portfolio);
+    EXPECT_EQ(portfolio->holdingCount, 12);
+    const auto rows = f.rows();
+    ASSERT_TRUE(rows);
+    ASSERT_EQ(rows->size(), 2u);
+    EXPECT_EQ((*rows)[0].ticker, "AAPL");
+    EXPECT_EQ((*rows)[1].ticker, "MSFT");
+    EXPECT_THAT(f.sink.lines(), IsEmpty());
+}
+
+TEST(AppGroupStore, NothingStoredOrTextStoredGivesNoValueSilently) {
+    Fixture f;
+    EXPECT_FALSE(f.brief());  // no folder at all yet
+    EXPECT_FALSE(f.rows());
+    f.store.putString(dailyBriefKey, samples::brief);  // a text value, even of valid JSON
+    f.store.putString(watchlistTickersKey, samples::rows);
+    EXPECT_FALSE(f.brief());
+    EXPECT_FALSE(f.rows());
+    EXPECT_FALSE(f.portfolio());  // never written
+    EXPECT_THAT(f.sink.lines(), IsEmpty());
+    EXPECT_EQ(f.sink.enabledQueries(), 0);
+}
+
+TEST(AppGroupStore, UndecodableDataLogsOneErrorLineNamingTheKey) {
+    Fixture f;
+    f.store.putData(dailyBriefKey, R"({"ticker":"NVDA","summary":"s","signal":"Buy","score":1,)"
+                                   R"("generatedAt":1763272800})");
+    EXPECT_FALSE(f.brief());
+    EXPECT_THAT(f.sink.lines(),
+                ElementsAre(subsystem +
+                            "[app] AppGroup decode failed for vmDailyBrief: generatedAt: expected "
+                            "an RFC 3339 date-time, found a number"));
+
+    Fixture g;
+    g.store.putData(watchlistTickersKey, samples::brief);  // an object where a list belongs
+    EXPECT_FALSE(g.rows());
+    EXPECT_THAT(
+        g.sink.lines(),
+        ElementsAre(subsystem + "[app] AppGroup decode failed for vmWatchlistTickers: expected an "
+                                "array, found an object"));
+
+    Fixture h;
+    h.store.putData(portfolioSnapshotKey, "{not json");  // "n" begins null, "o" ends it
+    EXPECT_FALSE(h.portfolio());
+    EXPECT_THAT(h.sink.lines(),
+                ElementsAre(subsystem +
+                            "[app] AppGroup decode failed for vmPortfolioSnapshot: not valid JSON "
+                            "at offset 2"));
+}
+
+TEST(AppGroupStore, AnEmptyListIsAValueAndLogsNothing) {
+    Fixture f;
+    f.store.putData(watchlistTickersKey, "[]");
+    const auto rows = f.rows();
+    ASSERT_TRUE(rows);
+    EXPECT_TRUE(rows->empty());
+    f.store.putData(watchlistTickersKey, "");  // zero bytes of data are not JSON
+    EXPECT_FALSE(f.rows());
+    EXPECT_THAT(f.sink.lines(),
+                ElementsAre(subsystem +
+                            "[app] AppGroup decode failed for vmWatchlistTickers: not valid JSON "
+                            "at offset 0"));
+}
+
+TEST(AppGroupStore, DisabledErrorLevelSkipsTheMessage) {
+    TempStore store;
+    RecordingSink off(false);
+    const platform::Logger logger(subsystem, "app", off);
+    store.putData(dailyBriefKey, "[]");
+    EXPECT_FALSE(readRecord<DailyBrief>(dailyBriefKey, store.directory(), logger));
+    EXPECT_EQ(off.enabledQueries(), 1);
+    EXPECT_THAT(off.lines(), IsEmpty());
+}
+
+TEST(AppGroupStore, FallsBackToTheStandardStoreWhenTheSuiteCannotBeOpened) {
+    Fixture f;
+    // Only the standard defaults exist: the read goes on there, and logs nothing for it.
+    f.store.putData(dailyBriefKey, samples::brief, /*standard=*/true);
+    EXPECT_FALSE(std::filesystem::exists(f.store.suiteFile()));
+    EXPECT_TRUE(f.brief());
+    EXPECT_FALSE(f.rows());
+    f.store.putData(portfolioSnapshotKey, "{}", /*standard=*/true);
+    EXPECT_FALSE(f.portfolio());
+    EXPECT_THAT(f.sink.lines(), ElementsAre(testing::HasSubstr(
+                                    "AppGroup decode failed for vmPortfolioSnapshot: missing key "
+                                    "\"totalValue\"")));
+
+    // Once the suite exists it alone is read, even without the key.
+    f.store.putData(watchlistTickersKey, "[]");
+    EXPECT_FALSE(f.brief());
+}
+
+TEST(AppGroupStore, EveryReadSeesTheLatestWrite) {
+    Fixture f;
+    f.store.putData(watchlistTickersKey, samples::rows);
+    EXPECT_EQ(f.rows()->size(), 2u);
+    f.store.putData(watchlistTickersKey, R"([{"ticker":"ONE","price":1,"changePct":0}])");
+    const auto rows = f.rows();
+    ASSERT_TRUE(rows);
+    ASSERT_EQ(rows->size(), 1u);
+    EXPECT_EQ((*rows)[0].ticker, "ONE");
+    f.store.remove(watchlistTickersKey);
+    EXPECT_FALSE(f.rows());
+}
+
+TEST(AppGroupStore, ReadsChangeNothingOnDisk) {
+    Fixture f;
+    f.store.putData(dailyBriefKey, samples::brief);
+    f.store.putData(watchlistTickersKey, "{bad");
+    const auto file = f.store.suiteFile();
+    const auto read = [&] {
+        std::ifstream in(file, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    const auto list = [&] {
+        std::set<std::string> names;
+        for (const auto& e : std::filesystem::directory_iterator(f.store.folder()))
+            names.insert(e.path().filename().string());
+        return names;
+    };
+    const auto bytes = read();
+    const auto modified = std::filesystem::last_write_time(file);
+    const auto names = list();
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_TRUE(f.brief());
+        EXPECT_FALSE(f.rows());
+        EXPECT_FALSE(f.portfolio());
+    }
+    EXPECT_EQ(read(), bytes);
+    EXPECT_EQ(std::filesystem::last_write_time(file), modified);
+    EXPECT_EQ(list(), names);
+}
+
+}  // namespace

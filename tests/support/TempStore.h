@@ -1,0 +1,78 @@
+#pragma once
+
+// A store folder of its own for each test: a fresh temporary directory, removed afterwards,
+// with the host app's writer side to fill the app group's suite or the standard defaults.
+
+#include "platform/DefaultsStore.h"
+#include "platform/StoreLocation.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace tempstore {
+
+class TempStore {
+public:
+    TempStore() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "velmora-test-XXXXXX");
+        const char* made = ::mkdtemp(pattern.data());
+        if (made == nullptr) std::abort();
+        m_folder = made;
+    }
+    TempStore(const TempStore&) = delete;
+    TempStore& operator=(const TempStore&) = delete;
+    ~TempStore() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_folder, ignored);
+    }
+
+    [[nodiscard]] const std::filesystem::path& folder() const { return m_folder; }
+    [[nodiscard]] std::string directory() const { return m_folder.string(); }
+
+    [[nodiscard]] std::filesystem::path suiteFile() const {
+        return platform::StoreLocation::domainFile(m_folder,
+                                                   platform::StoreLocation::appGroupIdentifier());
+    }
+    [[nodiscard]] std::filesystem::path standardFile() const {
+        return platform::StoreLocation::domainFile(m_folder,
+                                                   platform::StoreLocation::bundleIdentifier());
+    }
+
+    // Writes a data value holding `bytes` into the suite (or the standard defaults).
+    void putData(std::string_view key, std::string_view bytes, bool standard = false) const {
+        auto store = writer(standard);
+        const auto* first = reinterpret_cast<const std::uint8_t*>(bytes.data());
+        const auto error = store.setData(key, {first, bytes.size()});
+        ASSERT_FALSE(error.has_value()) << error->description;
+    }
+
+    void putString(std::string_view key, std::string_view text, bool standard = false) const {
+        auto store = writer(standard);
+        const auto error = store.setString(key, text);
+        ASSERT_FALSE(error.has_value()) << error->description;
+    }
+
+    void remove(std::string_view key) const {
+        auto store = writer(false);
+        const auto error = store.removeObject(key);
+        ASSERT_FALSE(error.has_value()) << error->description;
+    }
+
+private:
+    platform::DefaultsStore writer(bool standard) const {
+        auto opened = platform::DefaultsStore::openForWriting(
+            standard ? platform::StoreLocation::bundleIdentifier()
+                     : platform::StoreLocation::appGroupIdentifier(),
+            m_folder);
+        if (!std::holds_alternative<platform::DefaultsStore>(opened)) std::abort();
+        return std::get<platform::DefaultsStore>(std::move(opened));
+    }
+
+    std::filesystem::path m_folder;
+};
+
+}  // namespace tempstore
