@@ -7,11 +7,14 @@
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <cairo.h>
+#include <png.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cmath>
+#include <csetjmp>
 #include <cstring>
 #include <fstream>
 #include <memory>
@@ -158,6 +161,77 @@ cairo_status_t appendBytes(void* closure, const unsigned char* data, unsigned in
     return CAIRO_STATUS_SUCCESS;
 }
 
+// PNG encoding tuned for speed: widget images are mostly flat colour, which zlib's fastest level
+// packs well without row filters. Cairo's own writer (adaptive filters, level 6) spends about
+// five times as long for files a fifth smaller. Opaque images are written without alpha.
+void writePngBytes(png_structp png, png_bytep data, png_size_t length) {
+    static_cast<std::string*>(png_get_io_ptr(png))
+        ->append(reinterpret_cast<const char*>(data), length);
+}
+void ignorePngWarning(png_structp, png_const_charp) {}
+
+// Kept free of objects with destructors: libpng reports errors by jumping back to the setjmp.
+bool writePng(png_structp png, png_infop info, cairo_surface_t* surface, bool opaque,
+              unsigned char* row) {
+    if (setjmp(png_jmpbuf(png))) return false;
+    const int width = cairo_image_surface_get_width(surface);
+    const int height = cairo_image_surface_get_height(surface);
+    const int stride = cairo_image_surface_get_stride(surface);
+    const unsigned char* data = cairo_image_surface_get_data(surface);
+    png_set_IHDR(png, info, png_uint_32(width), png_uint_32(height), 8,
+                 opaque ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
+    png_set_compression_level(png, Z_BEST_SPEED);
+    png_write_info(png, info);
+    for (int y = 0; y < height; ++y) {
+        const auto* pixels = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
+        unsigned char* out = row;
+        for (int x = 0; x < width; ++x) {
+            const std::uint32_t argb = pixels[x];  // native-endian, premultiplied
+            const std::uint32_t a = argb >> 24;
+            std::uint32_t r = (argb >> 16) & 0xff, g = (argb >> 8) & 0xff, b = argb & 0xff;
+            if (a != 0xff && a != 0) {
+                r = (r * 255 + a / 2) / a;
+                g = (g * 255 + a / 2) / a;
+                b = (b * 255 + a / 2) / a;
+            }
+            *out++ = png_byte(r);
+            *out++ = png_byte(g);
+            *out++ = png_byte(b);
+            if (!opaque) *out++ = png_byte(a);
+        }
+        png_write_row(png, row);
+    }
+    png_write_end(png, info);
+    return true;
+}
+
+PaintResult<std::string> encodePng(cairo_surface_t* surface) {
+    const int width = cairo_image_surface_get_width(surface);
+    const int height = cairo_image_surface_get_height(surface);
+    const int stride = cairo_image_surface_get_stride(surface);
+    const unsigned char* data = cairo_image_surface_get_data(surface);
+    bool opaque = true;
+    for (int y = 0; y < height && opaque; ++y) {
+        const auto* pixels = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
+        for (int x = 0; x < width; ++x) opaque &= (pixels[x] >> 24) == 0xff;
+    }
+    std::string bytes;
+    std::vector<unsigned char> row(std::size_t(width) * 4);
+    png_structp png =
+        png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, ignorePngWarning);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    bool written = false;
+    if (png && info) {
+        png_set_write_fn(png, &bytes, writePngBytes, nullptr);
+        written = writePng(png, info, surface, opaque, row.data());
+    }
+    png_destroy_write_struct(&png, &info);
+    if (!written) return PaintError{"encoding PNG failed"};
+    return bytes;
+}
+
 // The canvas drawn on an image surface at the scale.
 PaintResult<SurfacePtr> drawImage(const DrawList& list, double scale) {
     if (auto error = checkCanvas(list.canvas)) return *error;
@@ -196,13 +270,7 @@ PaintResult<std::string> paintToBytes(const DrawList& list, ImageFormat format, 
         case ImageFormat::png: {
             PaintResult<SurfacePtr> image = drawImage(list, scale);
             if (auto* error = std::get_if<PaintError>(&image)) return std::move(*error);
-            cairo_surface_t* surface = std::get<SurfacePtr>(image).get();
-            if (const cairo_status_t status =
-                    cairo_surface_write_to_png_stream(surface, appendBytes, &bytes);
-                status != CAIRO_STATUS_SUCCESS)
-                return PaintError{std::string("encoding PNG failed: ") +
-                                  cairo_status_to_string(status)};
-            return bytes;
+            return encodePng(std::get<SurfacePtr>(image).get());
         }
         case ImageFormat::svg:
         case ImageFormat::pdf: {
