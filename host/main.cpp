@@ -1,1 +1,5 @@
-int main() { return 0; }
+#include "host/CommandLine.h"
+
+int main(int argc, char** argv) {
+    return host::runCommandLine(argc, argv);
+}

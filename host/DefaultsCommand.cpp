@@ -1,0 +1,157 @@
+#include "host/CommandLine.h"
+#include "platform/DefaultsStore.h"
+#include "platform/StoreLocation.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+namespace host {
+namespace {
+
+struct DefaultsOptions {
+    bool standard = false;  // the standard defaults instead of the app group's suite
+    std::string key;
+    std::optional<std::string> data;
+    std::optional<std::string> dataFile;
+    std::optional<std::string> string;
+};
+
+std::string_view domain(const DefaultsOptions& options) {
+    return options.standard ? platform::StoreLocation::bundleIdentifier()
+                            : platform::StoreLocation::appGroupIdentifier();
+}
+
+std::optional<platform::Data> readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return std::nullopt;
+    platform::Data bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (file.bad()) return std::nullopt;
+    return bytes;
+}
+
+int write(const GlobalOptions& globals, const DefaultsOptions& options) {
+    platform::Data bytes;
+    if (options.dataFile) {
+        auto contents = readFile(*options.dataFile);
+        if (!contents) {
+            printError("cannot read " + *options.dataFile);
+            return exitFailure;
+        }
+        bytes = std::move(*contents);
+    } else if (options.data) {
+        bytes.assign(options.data->begin(), options.data->end());
+    }
+
+    auto opened = platform::DefaultsStore::openForWriting(
+        domain(options), platform::StoreLocation::directory(globals.storeDirectory));
+    if (auto* error = std::get_if<platform::DefaultsError>(&opened)) {
+        printError(error->description);
+        return exitFailure;
+    }
+    auto& store = std::get<platform::DefaultsStore>(opened);
+    const auto error = options.string ? store.setString(options.key, *options.string)
+                                      : store.setData(options.key, bytes);
+    if (error) {
+        printError(error->description);
+        return exitFailure;
+    }
+    return exitSuccess;
+}
+
+// Data that reads as text is printed as it is; anything else as hex digits.
+bool printable(const platform::Data& bytes) {
+    return std::none_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) {
+        return (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
+    });
+}
+
+void printValue(const platform::DefaultsValue& value) {
+    if (const auto* text = std::get_if<std::string>(&value)) {
+        std::printf("string\n%s\n", text->c_str());
+        return;
+    }
+    const auto& bytes = std::get<platform::Data>(value);
+    std::printf("data (%zu bytes)\n", bytes.size());
+    if (printable(bytes)) {
+        std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+    } else {
+        for (std::uint8_t byte : bytes) std::printf("%02x", byte);
+    }
+    std::printf("\n");
+}
+
+std::optional<platform::DefaultsStore> openForReading(const GlobalOptions& globals,
+                                                      const DefaultsOptions& options) {
+    const auto folder = platform::StoreLocation::directory(globals.storeDirectory);
+    if (options.standard) return platform::DefaultsStore::standard(folder);
+    return platform::DefaultsStore::openSuite(domain(options), folder);
+}
+
+int read(const GlobalOptions& globals, const DefaultsOptions& options) {
+    const auto store = openForReading(globals, options);
+    const auto value = store ? store->valueForKey(options.key) : std::nullopt;
+    if (!value) {
+        printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
+        return exitFailure;
+    }
+    printValue(*value);
+    return exitSuccess;
+}
+
+int remove(const GlobalOptions& globals, const DefaultsOptions& options) {
+    const auto store = openForReading(globals, options);
+    if (!store || !store->valueForKey(options.key)) {
+        printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
+        return exitFailure;
+    }
+    auto opened = platform::DefaultsStore::openForWriting(
+        domain(options), platform::StoreLocation::directory(globals.storeDirectory));
+    if (auto* error = std::get_if<platform::DefaultsError>(&opened)) {
+        printError(error->description);
+        return exitFailure;
+    }
+    if (auto error = std::get<platform::DefaultsStore>(opened).removeObject(options.key)) {
+        printError(error->description);
+        return exitFailure;
+    }
+    return exitSuccess;
+}
+
+}  // namespace
+
+void registerDefaultsCommand(CLI::App& app, GlobalOptions& globals) {
+    auto options = std::make_shared<DefaultsOptions>();
+    CLI::App* defaults =
+        app.add_subcommand("defaults", "Write, read or delete a key of the shared store");
+    defaults->require_subcommand(1);
+    defaults->add_flag("--standard", options->standard,
+                       "Use the standard defaults (" +
+                           std::string(platform::StoreLocation::bundleIdentifier()) +
+                           ") instead of the app group's suite");
+
+    CLI::App* write = defaults->add_subcommand("write", "Store a data or text value under KEY");
+    write->add_option("KEY", options->key, "The key")->required();
+    CLI::Option_group* value = write->add_option_group("value", "What to store");
+    value->add_option("--data", options->data, "A data value: the UTF-8 bytes of TEXT")
+        ->type_name("TEXT");
+    value->add_option("--data-file", options->dataFile, "A data value: the bytes of FILE")
+        ->type_name("FILE");
+    value->add_option("--string", options->string, "A text value")->type_name("TEXT");
+    value->require_option(1);
+    write->callback([&globals, options] { globals.exitCode = host::write(globals, *options); });
+
+    CLI::App* read = defaults->add_subcommand("read", "Print the value under KEY");
+    read->add_option("KEY", options->key, "The key")->required();
+    read->callback([&globals, options] { globals.exitCode = host::read(globals, *options); });
+
+    CLI::App* remove = defaults->add_subcommand("delete", "Remove KEY");
+    remove->add_option("KEY", options->key, "The key")->required();
+    remove->callback([&globals, options] { globals.exitCode = host::remove(globals, *options); });
+}
+
+}  // namespace host
