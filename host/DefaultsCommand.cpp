@@ -76,7 +76,7 @@ void printValue(const platform::DefaultsValue& value) {
         return;
     }
     const auto& bytes = std::get<platform::Data>(value);
-    std::printf("data (%zu bytes)\n", bytes.size());
+    std::printf("data (%zu %s)\n", bytes.size(), bytes.size() == 1 ? "byte" : "bytes");
     if (printable(bytes)) {
         std::fwrite(bytes.data(), 1, bytes.size(), stdout);
     } else {
