@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -73,6 +74,16 @@ std::optional<Json> parse(std::string_view text, std::optional<DecodingError>& e
         error = DecodingError{"not valid JSON: " + std::string(what)};
     }
     return std::nullopt;
+}
+
+// An offset can carry a date in year 0000 or 9999 across the turn of the year in UTC, where
+// the writing form (four-digit years, UTC) cannot write it back: such an instant is no record
+// date, or a record read and written again by the host app would no longer decode.
+bool writable(Date date) {
+    using namespace std::chrono;
+    constexpr auto first = sys_days(year(0) / January / 1);
+    constexpr auto afterLast = sys_days(year(10000) / January / 1);
+    return date >= first && date < afterLast;
 }
 
 // Reads the members of one JSON object into a record's fields. `path` names the object inside
@@ -151,6 +162,9 @@ public:
                     parsed = platform::parseRecordDate(value->get_ref<const std::string&>());
                 break;
         }
+        if (parsed && !writable(*parsed))
+            return fail(key, quoted(value->get_ref<const std::string&>()) +
+                                 " falls outside the years 0000 to 9999 in UTC");
         if (parsed) {
             out = *parsed;
             return true;
