@@ -29,6 +29,17 @@ private:
     Date m_at;
 };
 
+// A clock that is moved by hand: the simulating host's virtual time.
+class ManualClock final : public Clock {
+public:
+    explicit ManualClock(Date at) : m_at(at) {}
+    [[nodiscard]] Date now() const override { return m_at; }
+    void set(Date at) { m_at = at; }
+
+private:
+    Date m_at;
+};
+
 // The process-wide system clock, created once.
 [[nodiscard]] inline const Clock& systemClock() {
     static const SystemClock clock;

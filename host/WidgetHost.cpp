@@ -1,0 +1,83 @@
+#include "host/WidgetHost.h"
+
+#include "platform/Fatal.h"
+#include "render/Layout.h"
+#include "render/PangoTextMeasurer.h"
+
+namespace host {
+
+WidgetHost::WidgetHost(std::vector<StaticConfiguration> widgets, HostSettings settings)
+    : m_widgets(std::move(widgets)), m_settings(std::move(settings)) {}
+
+const StaticConfiguration* WidgetHost::widget(std::string_view kind) const {
+    for (const auto& widget : m_widgets)
+        if (widget.kind == kind) return &widget;
+    return nullptr;
+}
+
+std::vector<Placement> WidgetHost::allPlacements() const {
+    std::vector<Placement> placements;
+    for (const auto& widget : m_widgets)
+        for (auto family : widget.families) placements.push_back({widget.kind, family});
+    return placements;
+}
+
+AnyTimeline WidgetHost::request(const Placement& placement, Request request,
+                                const platform::Clock& clock) const {
+    const auto* configuration = widget(placement.kind);
+    VELMORA_ASSERT(configuration != nullptr);
+    TimelineProviderContext context;
+    context.family = placement.family;
+    const auto canvas = render::defaults::canvasSize(placement.family);
+    context.displayWidth = canvas.width;
+    context.displayHeight = canvas.height;
+    context.clock = &clock;
+    context.storeDirectory = m_settings.storeDirectory;
+    context.isPreview = request != Request::timeline;
+
+    std::optional<AnyTimeline> answer;
+    switch (request) {
+        case Request::placeholder: {
+            auto entry = configuration->placeholder(context);
+            const auto date = entryDate(entry);
+            answer = AnyTimeline{{std::move(entry)}, TimelineReloadPolicy::after(date)};
+            break;
+        }
+        case Request::snapshot:
+            configuration->getSnapshot(context, [&](AnyEntry entry) {
+                const auto date = entryDate(entry);
+                answer = AnyTimeline{{std::move(entry)}, TimelineReloadPolicy::after(date)};
+            });
+            break;
+        case Request::timeline:
+            configuration->getTimeline(context, [&](AnyTimeline timeline) { answer = timeline; });
+            break;
+    }
+    // Providers complete before they return; a missing answer is a provider bug.
+    VELMORA_ASSERT(answer.has_value() && !answer->entries.empty());
+    return std::move(*answer);
+}
+
+EnvironmentValues WidgetHost::environment(WidgetFamily family, Date now) const {
+    EnvironmentValues env;
+    env.widgetFamily = family;
+    env.locale = m_settings.locale;
+    env.timeZone = m_settings.timeZone;
+    env.now = now;
+    env.colorScheme = m_settings.colorScheme;
+    return env;
+}
+
+View WidgetHost::content(const Placement& placement, const AnyEntry& entry, Date now) const {
+    const auto* configuration = widget(placement.kind);
+    VELMORA_ASSERT(configuration != nullptr);
+    return configuration->content(entry, environment(placement.family, now));
+}
+
+render::LayoutResult WidgetHost::draw(const Placement& placement, const AnyEntry& entry,
+                                      Date now) const {
+    return render::layoutWidget(content(placement, entry, now), environment(placement.family, now),
+                                render::pangoTextMeasurer(), m_settings.scale);
+}
+
+}  // namespace host

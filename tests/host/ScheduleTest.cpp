@@ -1,0 +1,107 @@
+#include "host/ReloadSchedule.h"
+#include "host/WidgetHost.h"
+#include "platform/Date.h"
+#include "widgets/Widgets.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+
+namespace {
+
+Date at(const char* text) {
+    return *platform::parseCommandLineDate(text);
+}
+
+host::WidgetHost emptyStoreHost() {
+    host::HostSettings settings;
+    settings.storeDirectory =
+        (std::filesystem::temp_directory_path() / "velmora-schedule-test-empty").string();
+    return host::WidgetHost(VelmoraWidgetsBundle().body(), settings);
+}
+
+// Runs the schedule on a virtual clock from `from` until before `until`, as the simulating
+// host does, and returns every request.
+std::vector<host::TimelineRequestRecord> simulate(const host::WidgetHost& widgetHost,
+                                                  host::ReloadSchedule& schedule, Date from,
+                                                  Date until) {
+    std::vector<host::TimelineRequestRecord> records;
+    platform::ManualClock clock(from);
+    while (clock.now() < until) {
+        schedule.runDue(widgetHost, clock,
+                        [&](const host::TimelineRequestRecord& r) { records.push_back(r); });
+        const auto next = schedule.nextReload();
+        if (!next) break;
+        clock.set(*next);
+    }
+    return records;
+}
+
+}  // namespace
+
+TEST(Schedule, ASimulatedDayAsksEveryQuarterHourForTheWatchlistAndOnceAtSixThirtyForTheBrief) {
+    const auto widgetHost = emptyStoreHost();
+    host::ReloadSchedule schedule(widgetHost.allPlacements());
+    const auto records =
+        simulate(widgetHost, schedule, at("2025-11-16T00:00:00Z"), at("2025-11-17T00:00:00Z"));
+
+    std::map<std::pair<std::string, WidgetFamily>, std::vector<Date>> byPlacement;
+    for (const auto& r : records)
+        byPlacement[{r.placement.kind, r.placement.family}].push_back(r.requestedAt);
+
+    ASSERT_EQ(byPlacement.size(), 5u);
+    for (auto family :
+         {WidgetFamily::systemSmall, WidgetFamily::systemMedium, WidgetFamily::systemLarge}) {
+        const auto& times = byPlacement[{"WatchlistGlance", family}];
+        ASSERT_EQ(times.size(), 96u) << name(family);
+        for (std::size_t i = 1; i < times.size(); ++i)
+            EXPECT_EQ(times[i] - times[i - 1], std::chrono::minutes(15));
+    }
+    for (auto family : {WidgetFamily::systemMedium, WidgetFamily::systemLarge}) {
+        const auto& times = byPlacement[{"DailyBrief", family}];
+        ASSERT_EQ(times.size(), 2u) << name(family);
+        EXPECT_EQ(times[0], at("2025-11-16T00:00:00Z"));
+        EXPECT_EQ(times[1], at("2025-11-16T06:30:00Z"));
+    }
+}
+
+TEST(Schedule, NeverAsksBeforeTheReloadDateItWasGiven) {
+    const auto widgetHost = emptyStoreHost();
+    host::ReloadSchedule schedule(widgetHost.allPlacements());
+    const auto records =
+        simulate(widgetHost, schedule, at("2025-12-31T20:00:00Z"), at("2026-01-02T08:00:00Z"));
+
+    std::map<std::pair<std::string, WidgetFamily>, Date> promised;
+    for (const auto& r : records) {
+        const auto key = std::make_pair(r.placement.kind, r.placement.family);
+        if (promised.count(key)) {
+            EXPECT_GE(r.requestedAt, promised[key]);
+        }
+        promised[key] = r.timeline.policy.date;
+        EXPECT_GT(r.timeline.policy.date, r.requestedAt);
+    }
+    // Across the year end the brief reloads at 06:30 on each new day.
+    std::vector<Date> briefTimes;
+    for (const auto& r : records)
+        if (r.placement == host::Placement{"DailyBrief", WidgetFamily::systemLarge})
+            briefTimes.push_back(r.requestedAt);
+    EXPECT_EQ(briefTimes, (std::vector{at("2025-12-31T20:00:00Z"), at("2026-01-01T06:30:00Z"),
+                                       at("2026-01-02T06:30:00Z")}));
+}
+
+TEST(Schedule, AWaitingPlacementIsNotAskedAgainWhenTheClockHasNotMoved) {
+    const auto widgetHost = emptyStoreHost();
+    host::ReloadSchedule schedule({{"WatchlistGlance", WidgetFamily::systemSmall}});
+    platform::ManualClock clock(at("2025-11-16T10:00:00Z"));
+    int requests = 0;
+    auto count = [&](const host::TimelineRequestRecord&) { ++requests; };
+    schedule.runDue(widgetHost, clock, count);
+    schedule.runDue(widgetHost, clock, count);
+    clock.set(at("2025-11-16T10:14:59.999Z"));
+    schedule.runDue(widgetHost, clock, count);
+    EXPECT_EQ(requests, 1);
+    clock.set(at("2025-11-16T10:15:00Z"));
+    schedule.runDue(widgetHost, clock, count);
+    EXPECT_EQ(requests, 2);
+}
