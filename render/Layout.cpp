@@ -301,6 +301,9 @@ private:
     Arrangement arrangeStack(Axis axis, double spacing, std::vector<Child> children, ProposedSize p,
                              HorizontalAlignment vAlign, VerticalAlignment hAlign);
     Arrangement arrangeGrid(const LazyVGridNode& grid, std::vector<Child> children, ProposedSize p);
+    bool orderIsMoot(const std::vector<PlacedChild>& children,
+                     const std::vector<std::size_t>& others, Axis axis,
+                     std::optional<double> crossProposal, double length);
 
     void record(int depth, std::string description, Rect rect) {
         result.frames.push_back({depth, std::move(description), rect});
@@ -498,6 +501,56 @@ Arrangement Engine::arrange(ViewRef ref, ProposedSize p, const Env& env) {
         ref.view->node);
 }
 
+// Whether a view, offered along `axis` at least the length it takes when offered without
+// bound, always takes exactly that length: texts and symbols, and what is built from them
+// across that axis. Stacks along the axis share out their length (a text in them may wrap
+// at any offer), frames with a maximum follow the offer, dividers and grids fill it.
+bool keepsItsLength(ViewRef ref, Axis axis) {
+    for (; ref.level > 0; ref = ref.inner()) {
+        if (const auto* f = std::get_if<FrameModifier>(&ref.modifier()))
+            if (axis == Axis::horizontal ? f->maxWidth : f->maxHeight) return false;
+    }
+    auto all = [axis](const std::vector<View>& children) {
+        return std::all_of(children.begin(), children.end(), [axis](const View& child) {
+            return keepsItsLength({&child, child.modifiers.size()}, axis);
+        });
+    };
+    return std::visit(
+        Overloaded{
+            [](const TextNode&) { return true; },
+            [](const ImageNode&) { return true; },
+            [](const EmptyView&) { return true; },
+            // Nested in a stack across the axis, a spacer is as thin as nothing; alone, it
+            // keeps its minimum.
+            [](const SpacerNode&) { return true; },
+            [](const DividerNode&) { return false; },
+            [&](const VStackNode& s) { return axis == Axis::horizontal && all(s.children); },
+            [&](const HStackNode& s) { return axis == Axis::vertical && all(s.children); },
+            [&](const GroupNode& g) { return axis == Axis::horizontal && all(g.children); },
+            [&](const ForEachNode& e) { return axis == Axis::horizontal && all(e.children); },
+            [](const LazyVGridNode&) { return false; },
+        },
+        ref.view->node);
+}
+
+// The order in which the stack sizes its children only matters when some child may be
+// offered less than it would take: when every child keeps its length and none takes more
+// than an equal share of `length`, each gets exactly what it takes in any order, and the
+// probes that rank them by flexibility (a text measured at zero width) can be skipped.
+bool Engine::orderIsMoot(const std::vector<PlacedChild>& children,
+                         const std::vector<std::size_t>& others, Axis axis,
+                         std::optional<double> crossProposal, double length) {
+    const double share = length / double(others.size());
+    const ProposedSize unbounded =
+        proposalOn(axis, std::numeric_limits<double>::infinity(), crossProposal);
+    for (std::size_t i : others) {
+        const Child& c = children[i].child;
+        if (!keepsItsLength(c.ref, axis)) return false;
+        if (along(axis, measure(c.ref, unbounded, c.env).size) > share) return false;
+    }
+    return true;
+}
+
 // The platform's stack: spacing between neighbours; the length along the axis is shared out
 // least flexible child first (flexibility: the child's length for an infinite proposal less
 // its length for a zero one), each child offered an equal share of what is left. Spacers come
@@ -534,12 +587,12 @@ Arrangement Engine::arrangeStack(Axis axis, double spacing, std::vector<Child> c
         for (std::size_t i : spacers) heldForSpacers += size(i, 0.0);
         double left = *mainProposal - spacing * double(n - 1) - heldForSpacers;
 
-        if (others.size() > 1) {
+        if (others.size() > 1 && !orderIsMoot(out.children, others, axis, crossProposal, left)) {
             std::vector<double> flexibility(n, 0);
+            const ProposedSize zero = proposalOn(axis, 0.0, crossProposal);
+            const ProposedSize unbounded =
+                proposalOn(axis, std::numeric_limits<double>::infinity(), crossProposal);
             for (std::size_t i : others) {
-                const ProposedSize zero = proposalOn(axis, 0.0, crossProposal);
-                const ProposedSize unbounded =
-                    proposalOn(axis, std::numeric_limits<double>::infinity(), crossProposal);
                 const Child& c = out.children[i].child;
                 flexibility[i] = along(axis, measure(c.ref, unbounded, c.env).size) -
                                  along(axis, measure(c.ref, zero, c.env).size);

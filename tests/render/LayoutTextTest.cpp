@@ -161,5 +161,9 @@ TEST(LayoutText, EachTextIsMeasuredOncePerWidth) {
         const bool repeated =
             string == "NVIDIA Corporation" || string == "+1.25%" || string == "Buy";
         EXPECT_LE(count, repeated ? 5 : 1) << string << " at " << width;
+        // Everything fits at its ideal width, so no text is measured at a width, not even at
+        // zero to rank the children by flexibility.
+        EXPECT_EQ(width, -1) << string;
     }
+    EXPECT_EQ(counting.calls.size(), 10u);
 }
