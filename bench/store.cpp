@@ -1,0 +1,110 @@
+// The cost of the store's reads: decoding alone, and whole provider requests against a SQLite
+// store on disk (each opens the database read-only, looks the key up, closes it and decodes).
+
+#include "dailybrief/DailyBriefTimelineProvider.h"
+#include "platform/DefaultsStore.h"
+#include "platform/StoreLocation.h"
+#include "store/AppGroupStore.h"
+#include "store/JSONEncoder.h"
+#include "watchlist/WatchlistTimelineProvider.h"
+
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+using namespace AppGroupContainer;
+
+const std::string briefJson =
+    R"({"ticker":"NVDA","companyName":"NVIDIA","summary":"Momentum continues with options flow )"
+    R"(signaling continuation through earnings; macro tailwind from softening rates remains )"
+    R"(supportive.","signal":"Buy","score":78,"generatedAt":"2025-11-16T05:45:00Z"})";
+
+const std::string portfolioJson =
+    R"({"totalValue":125000.5,"totalPnl":2500,"totalReturn":2.04,"dailyChange":-300,)"
+    R"("dailyChangePct":-0.24,"holdingCount":25,"sourceLabel":"Broker sync",)"
+    R"("updatedAt":"2025-11-16T08:55:00Z"})";
+
+std::string rowsJson(int count) {
+    std::vector<WatchlistRow> rows;
+    for (int i = 0; i < count; ++i)
+        rows.push_back({.ticker = "TICK" + std::to_string(i),
+                        .companyName = "Company number " + std::to_string(i),
+                        .price = 100 + i * 3.25,
+                        .changePct = (i % 7) * 0.37 - 1,
+                        .signal = i % 3 ? "Buy" : "Strong Sell",
+                        .score = 40.0 + i});
+    return encode(rows);
+}
+
+// A store folder with the host app's three records, removed at exit.
+const std::string& storeFolder() {
+    static const std::string folder = [] {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "velmora-bench-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr) std::abort();
+        auto opened = platform::DefaultsStore::openForWriting(
+            platform::StoreLocation::appGroupIdentifier(), pattern);
+        auto& store = std::get<platform::DefaultsStore>(opened);
+        const auto put = [&](std::string_view key, const std::string& json) {
+            const auto* bytes = reinterpret_cast<const std::uint8_t*>(json.data());
+            if (store.setData(key, {bytes, json.size()})) std::abort();
+        };
+        put(dailyBriefKey, briefJson);
+        put(watchlistTickersKey, rowsJson(25));
+        put(portfolioSnapshotKey, portfolioJson);
+        static const std::string removeAtExit = pattern;
+        std::atexit([] { std::filesystem::remove_all(removeAtExit); });
+        return pattern;
+    }();
+    return folder;
+}
+
+void DecodeBrief(benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(sharedDecoder().decode<DailyBrief>(briefJson));
+}
+BENCHMARK(DecodeBrief);
+
+void DecodeRows25(benchmark::State& state) {
+    const std::string json = rowsJson(25);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(sharedDecoder().decode<std::vector<WatchlistRow>>(json));
+}
+BENCHMARK(DecodeRows25);
+
+void DailyBriefSnapshot(benchmark::State& state) {
+    const platform::FixedClock clock(platform::parseRecordDate("2025-11-16T05:00:00Z").value());
+    TimelineProviderContext context;
+    context.clock = &clock;
+    context.storeDirectory = storeFolder();
+    const DailyBriefTimelineProvider provider;
+    for (auto _ : state)
+        provider.getSnapshot(context, [](DailyBriefEntry entry) {
+            if (!entry.brief) std::abort();
+            benchmark::DoNotOptimize(entry);
+        });
+}
+BENCHMARK(DailyBriefSnapshot);
+
+void WatchlistTimeline25(benchmark::State& state) {
+    const platform::FixedClock clock(platform::parseRecordDate("2025-11-16T05:00:00Z").value());
+    TimelineProviderContext context;
+    context.clock = &clock;
+    context.storeDirectory = storeFolder();
+    const WatchlistTimelineProvider provider;
+    for (auto _ : state)
+        provider.getTimeline(context, [](Timeline<WatchlistEntry> timeline) {
+            if (timeline.entries[0].rows.size() != 25 || !timeline.entries[0].portfolio)
+                std::abort();
+            benchmark::DoNotOptimize(timeline);
+        });
+}
+BENCHMARK(WatchlistTimeline25);
+
+}  // namespace
+
+BENCHMARK_MAIN();
