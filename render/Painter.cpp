@@ -164,6 +164,18 @@ cairo_status_t appendBytes(void* closure, const unsigned char* data, unsigned in
 // PNG encoding tuned for speed: widget images are mostly flat colour, which zlib's fastest level
 // packs well without row filters. Cairo's own writer (adaptive filters, level 6) spends about
 // five times as long for files a fifth smaller. Opaque images are written without alpha.
+// A pixel of a Cairo image (native-endian ARGB, premultiplied) with straight alpha.
+Rgba straightPixel(std::uint32_t argb) {
+    const std::uint32_t a = argb >> 24;
+    std::uint32_t r = (argb >> 16) & 0xff, g = (argb >> 8) & 0xff, b = argb & 0xff;
+    if (a != 0xff && a != 0) {
+        r = (r * 255 + a / 2) / a;
+        g = (g * 255 + a / 2) / a;
+        b = (b * 255 + a / 2) / a;
+    }
+    return {std::uint8_t(r), std::uint8_t(g), std::uint8_t(b), std::uint8_t(a)};
+}
+
 void writePngBytes(png_structp png, png_bytep data, png_size_t length) {
     static_cast<std::string*>(png_get_io_ptr(png))
         ->append(reinterpret_cast<const char*>(data), length);
@@ -187,19 +199,20 @@ bool writePng(png_structp png, png_infop info, cairo_surface_t* surface, bool op
     for (int y = 0; y < height; ++y) {
         const auto* pixels = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
         unsigned char* out = row;
-        for (int x = 0; x < width; ++x) {
-            const std::uint32_t argb = pixels[x];  // native-endian, premultiplied
-            const std::uint32_t a = argb >> 24;
-            std::uint32_t r = (argb >> 16) & 0xff, g = (argb >> 8) & 0xff, b = argb & 0xff;
-            if (a != 0xff && a != 0) {
-                r = (r * 255 + a / 2) / a;
-                g = (g * 255 + a / 2) / a;
-                b = (b * 255 + a / 2) / a;
+        if (opaque) {
+            for (int x = 0; x < width; ++x, out += 3) {
+                out[0] = png_byte(pixels[x] >> 16);
+                out[1] = png_byte(pixels[x] >> 8);
+                out[2] = png_byte(pixels[x]);
             }
-            *out++ = png_byte(r);
-            *out++ = png_byte(g);
-            *out++ = png_byte(b);
-            if (!opaque) *out++ = png_byte(a);
+        } else {
+            for (int x = 0; x < width; ++x, out += 4) {
+                const Rgba p = straightPixel(pixels[x]);
+                out[0] = p.red;
+                out[1] = p.green;
+                out[2] = p.blue;
+                out[3] = p.alpha;
+            }
         }
         png_write_row(png, row);
     }
@@ -319,21 +332,13 @@ Bitmap renderBitmap(const DrawList& list, double scale) {
     Bitmap bitmap;
     bitmap.width = cairo_image_surface_get_width(s);
     bitmap.height = cairo_image_surface_get_height(s);
-    bitmap.pixels.reserve(std::size_t(bitmap.width) * bitmap.height);
     const unsigned char* data = cairo_image_surface_get_data(s);
     const int stride = cairo_image_surface_get_stride(s);
-    auto straight = [](std::uint32_t premultiplied, std::uint32_t alpha) {
-        return std::uint8_t(alpha == 0 ? 0 : (premultiplied * 255 + alpha / 2) / alpha);
-    };
+    bitmap.pixels.resize(std::size_t(bitmap.width) * bitmap.height);
+    Rgba* out = bitmap.pixels.data();
     for (int y = 0; y < bitmap.height; ++y) {
         const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
-        for (int x = 0; x < bitmap.width; ++x) {
-            const std::uint32_t argb = row[x];  // native-endian premultiplied ARGB
-            const std::uint32_t a = argb >> 24;
-            bitmap.pixels.push_back({straight((argb >> 16) & 0xff, a),
-                                     straight((argb >> 8) & 0xff, a), straight(argb & 0xff, a),
-                                     std::uint8_t(a)});
-        }
+        for (int x = 0; x < bitmap.width; ++x) *out++ = straightPixel(row[x]);
     }
     return bitmap;
 }
