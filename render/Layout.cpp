@@ -260,12 +260,24 @@ struct CacheKeyHash {
     }
 };
 
-// A text's string and style, resolved once per layout, with its measurements by width.
+// A text's string and style, resolved once per layout, with its measurements.
 struct TextInfo {
+    struct Measurement {
+        double width;  // -1: unwrapped
+        std::optional<int> lineLimit;
+        TextMetrics metrics;
+    };
     std::string text;
     TextStyle style;
     TextMetrics ideal;
-    std::vector<std::pair<double, TextMetrics>> byWidth;
+    std::vector<Measurement> measurements;
+};
+
+// How a text fits a proposal: its metrics and the line limit it is drawn with, its own or
+// fewer lines when the height offered is short.
+struct TextFit {
+    TextMetrics metrics;
+    std::optional<int> lineLimit;
 };
 
 class Engine {
@@ -292,7 +304,15 @@ private:
     Measured measureNode(ViewRef ref, ProposedSize p, const Env& env);
 
     TextInfo& textInfo(const View& view, const TextNode& node, const Env& env);
-    const TextMetrics& textMetrics(TextInfo& info, std::optional<double> width);
+    TextMetrics textMetrics(TextInfo& info, std::optional<double> width,
+                            std::optional<int> lineLimit);
+    TextFit fitText(TextInfo& info, ProposedSize p);
+    // The style the painter draws the text with: the line limit it was fitted with.
+    TextStyle drawnStyle(TextInfo& info, ProposedSize p) {
+        TextStyle style = info.style;
+        style.lineLimit = fitText(info, p).lineLimit;
+        return style;
+    }
 
     std::vector<Child> flatten(const std::vector<View>& children, const Env& env) const;
     void flattenInto(std::vector<Child>& out, const std::vector<View>& children,
@@ -308,7 +328,7 @@ private:
     void record(int depth, std::string description, Rect rect) {
         result.frames.push_back({depth, std::move(description), rect});
     }
-    std::string describeNode(ViewRef ref, const Env& env);
+    std::string describeNode(ViewRef ref, ProposedSize p, const Env& env);
 
     const EnvironmentValues& m_environment;
     const TextMeasurer& m_measurer;
@@ -328,16 +348,39 @@ TextInfo& Engine::textInfo(const View& view, const TextNode& node, const Env& en
     return m_texts.emplace(&view, std::move(info)).first->second;
 }
 
+// The text at `width` (absent: unwrapped) with `lineLimit`, measured once per layout.
+TextMetrics Engine::textMetrics(TextInfo& info, std::optional<double> width,
+                                std::optional<int> lineLimit) {
+    constexpr double tolerance = 1e-9;
+    if (width && *width >= info.ideal.size.width - tolerance) width.reset();
+    if (!width && lineLimit == info.style.lineLimit) return info.ideal;
+    const double key = width.value_or(-1);
+    for (const auto& m : info.measurements)
+        if (m.width == key && m.lineLimit == lineLimit) return m.metrics;
+    TextStyle style = info.style;
+    style.lineLimit = lineLimit;
+    const TextMetrics metrics = m_measurer.measure(info.text, style, width);
+    info.measurements.push_back({key, lineLimit, metrics});
+    return metrics;
+}
+
 // A text proposed at least its ideal width keeps its ideal size; narrower, it wraps to the
 // proposed width and, with a line limit, ends its last line with an ellipsis. The width goes
-// to the measurer as it is, so a word that cannot break is cut there too.
-const TextMetrics& Engine::textMetrics(TextInfo& info, std::optional<double> width) {
+// to the measurer as it is, so a word that cannot break is cut there too. Offered less
+// height than its lines need, it keeps as many lines as fit, at least one, the last ending in
+// an ellipsis.
+TextFit Engine::fitText(TextInfo& info, ProposedSize p) {
     constexpr double tolerance = 1e-9;
-    if (!width || *width >= info.ideal.size.width - tolerance) return info.ideal;
-    for (const auto& [w, metrics] : info.byWidth)
-        if (w == *width) return metrics;
-    info.byWidth.emplace_back(*width, m_measurer.measure(info.text, info.style, *width));
-    return info.byWidth.back().second;
+    TextFit fit{textMetrics(info, p.width, info.style.lineLimit), info.style.lineLimit};
+    const bool oneLine = fit.metrics.firstBaseline == fit.metrics.lastBaseline;
+    if (!p.height || oneLine || fit.metrics.size.height <= *p.height + tolerance) return fit;
+    const TextMetrics first = textMetrics(info, p.width, 1);
+    int lines = std::max(1, int(std::floor((*p.height + tolerance) / first.size.height)));
+    if (info.style.lineLimit) lines = std::min(lines, *info.style.lineLimit);
+    for (;; --lines) {
+        const TextMetrics metrics = lines == 1 ? first : textMetrics(info, p.width, lines);
+        if (lines == 1 || metrics.size.height <= *p.height + tolerance) return {metrics, lines};
+    }
 }
 
 void Engine::flattenInto(std::vector<Child>& out, const std::vector<View>& children,
@@ -431,7 +474,7 @@ Measured Engine::measureNode(ViewRef ref, ProposedSize p, const Env& env) {
             [&](const EmptyView&) -> Measured { return {}; },
             [&](const TextNode& text) -> Measured {
                 TextInfo& info = textInfo(view, text, env);
-                const TextMetrics& metrics = textMetrics(info, p.width);
+                const TextMetrics metrics = fitText(info, p).metrics;
                 return {metrics.size, metrics.firstBaseline};
             },
             [&](const ImageNode&) -> Measured {
@@ -729,20 +772,19 @@ Arrangement Engine::arrangeGrid(const LazyVGridNode& grid, std::vector<Child> ch
     return out;
 }
 
-std::string Engine::describeNode(ViewRef ref, const Env& env) {
+std::string Engine::describeNode(ViewRef ref, ProposedSize p, const Env& env) {
     const View& view = *ref.view;
     return std::visit(
         Overloaded{
             [](const EmptyView&) -> std::string { return "EmptyView"; },
             [&](const TextNode& text) -> std::string {
-                const TextInfo& info = textInfo(view, text, env);
-                std::string out = "Text " + dumpQuoted(info.text) + " " +
-                                  describeFont(info.style.font) + " " +
-                                  dumpColorName(info.style.color);
-                if (info.style.lineLimit)
-                    out += " lineLimit " + std::to_string(*info.style.lineLimit);
-                if (info.style.alignment == TextAlignment::center) out += " center";
-                if (info.style.alignment == TextAlignment::trailing) out += " trailing";
+                TextInfo& info = textInfo(view, text, env);
+                const TextStyle style = drawnStyle(info, p);
+                std::string out = "Text " + dumpQuoted(info.text) + " " + describeFont(style.font) +
+                                  " " + dumpColorName(style.color);
+                if (style.lineLimit) out += " lineLimit " + std::to_string(*style.lineLimit);
+                if (style.alignment == TextAlignment::center) out += " center";
+                if (style.alignment == TextAlignment::trailing) out += " trailing";
                 return out;
             },
             [&](const ImageNode& image) -> std::string {
@@ -844,12 +886,12 @@ void Engine::place(ViewRef ref, Point origin, ProposedSize p, const Env& env, in
         return;
     }
 
-    record(depth, describeNode(ref, env), rect);
+    record(depth, describeNode(ref, p, env), rect);
     std::visit(
         Overloaded{
             [&](const TextNode& text) {
-                const TextInfo& info = textInfo(*ref.view, text, env);
-                commands.push_back(DrawText{rect, info.text, info.style});
+                TextInfo& info = textInfo(*ref.view, text, env);
+                commands.push_back(DrawText{rect, info.text, drawnStyle(info, p)});
             },
             [&](const ImageNode& image) {
                 commands.push_back(DrawSymbol{rect, image.systemName, env.font, env.color});

@@ -24,15 +24,15 @@ DrawText onlyText(const LayoutResult& result) {
     return texts.empty() ? DrawText{} : texts.front();
 }
 
-// Counts how often each text is measured at each width.
+// Counts how often each text is measured at each width and line limit.
 class CountingMeasurer final : public TextMeasurer {
 public:
     [[nodiscard]] TextMetrics measure(std::string_view text, const TextStyle& style,
                                       std::optional<double> width) const override {
-        ++calls[{std::string(text), width.value_or(-1)}];
+        ++calls[{std::string(text), width.value_or(-1), style.lineLimit.value_or(0)}];
         return fakeMeasurer().measure(text, style, width);
     }
-    mutable std::map<std::tuple<std::string, double>, int> calls;
+    mutable std::map<std::tuple<std::string, double, int>, int> calls;
 };
 
 }  // namespace
@@ -67,7 +67,41 @@ TEST(LayoutText, LineLimitsCutAtTheProposedWidth) {
     EXPECT_EQ(fit(phrase, {110, 10}), (Size{110, 12}));
     EXPECT_EQ(fit(phrase, {500, 10}), (Size{110, 12}));
     EXPECT_EQ(fit(phrase, {}), (Size{110, 12}));
-    EXPECT_EQ(fit(phrase, {109.5, 10}), (Size{80, 24}));
+    EXPECT_EQ(fit(phrase, {109.5, 100}), (Size{80, 24}));
+}
+
+TEST(LayoutText, TextsGiveUpLinesToFitTheHeightOffered) {
+    // Three lines (36 high) offered 30 keep two, the second ending in an ellipsis.
+    const DrawText two = onlyText(layOut(text("aa bb cc"), {10, 30}));
+    EXPECT_TRUE(sameRect(two.frame, {0, 3, 10, 24}));
+    EXPECT_EQ(two.style.lineLimit, 2);
+    EXPECT_EQ(FakeTextMeasurer::layOut(two.text, two.style, two.frame.width),
+              (std::vector<std::string>{"aa", "b…"}));
+    // With room, a text keeps its own limit; below one line's height it keeps one line.
+    const DrawText roomy = onlyText(layOut(text("aa bb cc").lineLimit(5), {10, 100}));
+    EXPECT_EQ(roomy.frame.height, 36);
+    EXPECT_EQ(roomy.style.lineLimit, 5);
+    const DrawText squeezed = onlyText(layOut(text("aa bb cc"), {10, 5}));
+    EXPECT_TRUE(sameRect(squeezed.frame, {0, -3.5, 10, 12}));
+    EXPECT_EQ(FakeTextMeasurer::layOut(squeezed.text, squeezed.style, squeezed.frame.width),
+              (std::vector<std::string>{"a…"}));
+
+    // In a column the fixed texts are sized first: a long text between them gets what they
+    // leave (80 - 3 × 8 spacing - 2 × 12), two of its five lines, and the last text stays at
+    // the bottom.
+    const View column =
+        VStack({.alignment = HorizontalAlignment::leading, .spacing = 8},
+               {text("Top"), text("aaaa aaaa aaaa aaaa aaaa aaaa aaaa aaaa aaaa aaaa").lineLimit(5),
+                Spacer(0), text("Footer")});
+    const auto result = layOut(column, {60, 80});
+    EXPECT_TRUE(sameRect(rectOf(result, "Text \"aaaa"), {5, 20, 50, 24}));
+    EXPECT_TRUE(sameRect(rectOf(result, "Spacer"), {5, 52, 0, 8}));
+    EXPECT_TRUE(sameRect(rectOf(result, "Text \"Footer\""), {5, 68, 30, 12}));
+    EXPECT_EQ(rectsOf(result,
+                      "Text \"aaaa aaaa aaaa aaaa aaaa aaaa aaaa aaaa aaaa aaaa\" 10 "
+                      "regular #FFFFFF.opacity(0.85) lineLimit 2")
+                  .size(),
+              1u);
 }
 
 TEST(LayoutText, EnvironmentFlowsDownAndInnerValuesWin) {
@@ -157,10 +191,10 @@ TEST(LayoutText, EachTextIsMeasuredOncePerWidth) {
     ASSERT_FALSE(result.frames.empty());
     // The texts repeated in every row are distinct views, each measured on its own.
     for (const auto& [call, count] : counting.calls) {
-        const auto& [string, width] = call;
+        const auto& [string, width, lineLimit] = call;
         const bool repeated =
             string == "NVIDIA Corporation" || string == "+1.25%" || string == "Buy";
-        EXPECT_LE(count, repeated ? 5 : 1) << string << " at " << width;
+        EXPECT_LE(count, repeated ? 5 : 1) << string << " at " << width << " limit " << lineLimit;
         // Everything fits at its ideal width, so no text is measured at a width, not even at
         // zero to rank the children by flexibility.
         EXPECT_EQ(width, -1) << string;
