@@ -142,6 +142,20 @@ double offsetFor(VerticalAlignment alignment, double free) {
     return 0;
 }
 
+// A flexible frame proposes its child the proposal clamped to its bounds.
+ProposedSize frameChildProposal(const FrameModifier& f, ProposedSize p) {
+    return {p.width ? std::optional(clampTo(*p.width, f.minWidth, f.maxWidth)) : std::nullopt,
+            p.height ? std::optional(clampTo(*p.height, f.minHeight, f.maxHeight)) : std::nullopt};
+}
+
+// Padding proposes its child the proposal less the insets.
+ProposedSize paddedProposal(const EdgeInsets& e, ProposedSize p) {
+    auto less = [](std::optional<double> v, double by) {
+        return v ? std::optional(std::max(0.0, *v - by)) : std::nullopt;
+    };
+    return {less(p.width, e.leading + e.trailing), less(p.height, e.top + e.bottom)};
+}
+
 // ---- Descriptions for the frames dump ----
 
 std::string_view name(HorizontalAlignment a) {
@@ -433,12 +447,7 @@ Measured Engine::compute(ViewRef ref, ProposedSize p, const Env& env) {
     return std::visit(
         Overloaded{
             [&](const FrameModifier& f) -> Measured {
-                const ProposedSize childProposal{
-                    p.width ? std::optional(clampTo(*p.width, f.minWidth, f.maxWidth))
-                            : std::nullopt,
-                    p.height ? std::optional(clampTo(*p.height, f.minHeight, f.maxHeight))
-                             : std::nullopt};
-                const Measured child = measure(ref.inner(), childProposal, env);
+                const Measured child = measure(ref.inner(), frameChildProposal(f, p), env);
                 auto choose = [](std::optional<double> proposed, double own,
                                  std::optional<double> lower, std::optional<double> upper) {
                     if (proposed && upper && std::isinf(*upper))
@@ -452,12 +461,7 @@ Measured Engine::compute(ViewRef ref, ProposedSize p, const Env& env) {
             },
             [&](const PaddingModifier& pad) -> Measured {
                 const EdgeInsets& e = pad.insets;
-                auto less = [](std::optional<double> v, double by) {
-                    return v ? std::optional(std::max(0.0, *v - by)) : std::nullopt;
-                };
-                const Measured child = measure(
-                    ref.inner(),
-                    {less(p.width, e.leading + e.trailing), less(p.height, e.top + e.bottom)}, env);
+                const Measured child = measure(ref.inner(), paddedProposal(e, p), env);
                 return {{child.size.width + e.leading + e.trailing,
                          child.size.height + e.top + e.bottom},
                         child.baseline + e.top};
@@ -842,11 +846,7 @@ void Engine::place(ViewRef ref, Point origin, ProposedSize p, const Env& env, in
             Overloaded{
                 [&](const FrameModifier& f) {
                     record(depth, describe(f), rect);
-                    const ProposedSize childProposal{
-                        p.width ? std::optional(clampTo(*p.width, f.minWidth, f.maxWidth))
-                                : std::nullopt,
-                        p.height ? std::optional(clampTo(*p.height, f.minHeight, f.maxHeight))
-                                 : std::nullopt};
+                    const ProposedSize childProposal = frameChildProposal(f, p);
                     const Size child = measure(ref.inner(), childProposal, env).size;
                     const Point at{
                         origin.x + offsetFor(f.alignment.horizontal, rect.width - child.width),
@@ -856,12 +856,8 @@ void Engine::place(ViewRef ref, Point origin, ProposedSize p, const Env& env, in
                 [&](const PaddingModifier& pad) {
                     const EdgeInsets& e = pad.insets;
                     record(depth, describe(e), rect);
-                    auto less = [](std::optional<double> v, double by) {
-                        return v ? std::optional(std::max(0.0, *v - by)) : std::nullopt;
-                    };
                     place(ref.inner(), {origin.x + e.leading, origin.y + e.top},
-                          {less(p.width, e.leading + e.trailing), less(p.height, e.top + e.bottom)},
-                          env, depth + 1);
+                          paddedProposal(e, p), env, depth + 1);
                 },
                 [&](const BackgroundModifier& b) {
                     record(depth, "background " + dumpColorName(b.fill), rect);

@@ -1,5 +1,0 @@
-#include "host/CommandLine.h"
-
-int main(int argc, char** argv) {
-    return host::runCommandLine(argc, argv);
-}
