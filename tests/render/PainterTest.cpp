@@ -76,6 +76,31 @@ std::optional<PngSize> decodePng(std::string_view bytes) {
     return size;
 }
 
+// Where a text's ink lies, in points, and whether any of it lies outside `frame`.
+struct InkBox {
+    Rect box;
+    int pixels = 0;
+    int straying = 0;
+};
+
+InkBox inkOf(const DrawList& list, const Rect& frame, double scale) {
+    const Bitmap bitmap = renderBitmap(list, scale);
+    double minX = INFINITY, minY = INFINITY, maxX = -INFINITY, maxY = -INFINITY;
+    InkBox ink;
+    for (int y = 0; y < bitmap.height; ++y) {
+        for (int x = 0; x < bitmap.width; ++x) {
+            if (bitmap.at(x, y) == opaque(Palette::background)) continue;
+            ++(pixelOutside(x, y, frame, scale) ? ink.straying : ink.pixels);
+            minX = std::min(minX, x / scale);
+            minY = std::min(minY, y / scale);
+            maxX = std::max(maxX, (x + 1) / scale);
+            maxY = std::max(maxY, (y + 1) / scale);
+        }
+    }
+    ink.box = {minX, minY, maxX - minX, maxY - minY};
+    return ink;
+}
+
 }  // namespace
 
 TEST(Pixels, FillsCoverTheCanvasAndCompositeTheirOpacity) {
@@ -112,8 +137,8 @@ TEST(Pixels, FillsCoverTheCanvasAndCompositeTheirOpacity) {
     EXPECT_EQ(empty.at(20, 15), (Rgba{0, 0, 0, 0}));
 }
 
-TEST(Pixels, TextStaysInsideItsFrame) {
-    TextStyle style{Font::system(12, FontWeight::semibold), Palette::textPrimary};
+TEST(Pixels, TextStaysInsideItsMeasuredFrameAtEveryScale) {
+    const TextStyle style{Font::system(12, FontWeight::semibold), Palette::textPrimary};
     const std::string text = "Hg jq";
     const TextMetrics metrics = pangoTextMeasurer().measure(text, style, std::nullopt);
     const Rect frame{6, 4, metrics.size.width, metrics.size.height};
@@ -121,21 +146,42 @@ TEST(Pixels, TextStaysInsideItsFrame) {
     ASSERT_LT(frame.maxY(), canvas.height);
     const DrawList list = withBackground({DrawText{frame, text, style}});
 
+    const InkBox atOne = inkOf(list, frame, 1);
     for (double scale : {1.0, 2.0, 3.0}) {
-        const Bitmap bitmap = renderBitmap(list, scale);
-        int inked = 0, straying = 0;
-        for (int y = 0; y < bitmap.height; ++y) {
-            for (int x = 0; x < bitmap.width; ++x) {
-                if (bitmap.at(x, y) == opaque(Palette::background)) continue;
-                if (pixelOutside(x, y, frame, scale))
-                    ++straying;
-                else
-                    ++inked;
-            }
-        }
-        EXPECT_GT(inked, 20 * scale * scale) << "at " << scale;
-        EXPECT_EQ(straying, 0) << "at " << scale;
+        const InkBox ink = inkOf(list, frame, scale);
+        EXPECT_GT(ink.pixels, 20 * scale * scale) << "at " << scale;
+        EXPECT_EQ(ink.straying, 0) << "at " << scale;
+        // The same layout in points at every scale: the ink covers the same area, give or take
+        // the antialiased pixel at each edge.
+        EXPECT_NEAR(ink.box.x, atOne.box.x, 1) << "at " << scale;
+        EXPECT_NEAR(ink.box.maxX(), atOne.box.maxX(), 1) << "at " << scale;
+        EXPECT_NEAR(ink.box.y, atOne.box.y, 1) << "at " << scale;
+        EXPECT_NEAR(ink.box.maxY(), atOne.box.maxY(), 1) << "at " << scale;
     }
+
+    // A wrapped, limited text drawn in its measured frame breaks the same lines: its ink fills
+    // the frame's height (three lines) and nothing spills below or beside it.
+    const DrawList wide{
+        {200, 80},
+        {FillShape{{0, 0, 200, 80}, 0, RoundedCornerStyle::continuous, Palette::background}}};
+    const TextStyle body{Font::system(11), Palette::textPrimary, 3};
+    const std::string summary =
+        "Momentum stays constructive after the earnings beat, with margins "
+        "widening for a third quarter and guidance raised.";
+    const TextMetrics wrapped = pangoTextMeasurer().measure(summary, body, 120.0);
+    const Rect paragraph{10, 10, wrapped.size.width, wrapped.size.height};
+    DrawList withParagraph = wide;
+    withParagraph.commands.push_back(DrawText{paragraph, summary, body});
+    const InkBox ink = inkOf(withParagraph, paragraph, 2);
+    EXPECT_EQ(ink.straying, 0);
+    EXPECT_GT(ink.box.maxY(), paragraph.y + 2.4 * wrapped.size.height / 3) << "three lines drawn";
+    EXPECT_GT(ink.box.width, 0.8 * paragraph.width);
+
+    // A frame lower than its text shows only the lines that fit.
+    DrawList squeezed = wide;
+    const Rect twoLines{10, 10, wrapped.size.width, wrapped.size.height * 2 / 3};
+    squeezed.commands.push_back(DrawText{twoLines, summary, body});
+    EXPECT_EQ(inkOf(squeezed, twoLines, 2).straying, 0);
 
     // A frame reaching past the canvas draws what is on the canvas and nothing else goes wrong.
     const DrawList spilling =
