@@ -57,9 +57,20 @@ DefaultsError errorOf(sqlite3* db, std::string_view what) {
     return {std::move(text)};
 }
 
+// Process-wide SQLite settings, made once before the first connection: no memory statistics,
+// which would take a global mutex on every allocation of every read. When SQLite was already
+// started by someone else the settings are refused and its defaults stay: harmless.
+void configureSqliteOnce() {
+    static const bool configured = [] {
+        return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK;
+    }();
+    (void)configured;
+}
+
 // A read-only connection, or none when the file is missing or cannot be opened. Rollback
 // journal mode is the writer's, so a reader creates no file at all.
 sqlite3* openReadOnly(const std::filesystem::path& file) {
+    configureSqliteOnce();
     sqlite3* db = nullptr;
     if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) !=
         SQLITE_OK) {
@@ -105,6 +116,7 @@ std::variant<DefaultsStore, DefaultsError> DefaultsStore::openForWriting(
                              error.message()};
 
     const auto file = StoreLocation::domainFile(folder, domain);
+    configureSqliteOnce();
     sqlite3* db = nullptr;
     const int opened =
         sqlite3_open_v2(file.c_str(), &db,
