@@ -1,6 +1,8 @@
 #include "host/CommandLine.h"
 
+#include "host/WidgetHost.h"
 #include "platform/Fatal.h"
+#include "platform/Formatters.h"
 
 #include <CLI/CLI.hpp>
 
@@ -24,6 +26,14 @@ TimelineProviderContext GlobalOptions::context() const {
     context.clock = &clock();
     context.storeDirectory = storeDirectory;
     return context;
+}
+
+WidgetHost GlobalOptions::widgetHost() const {
+    HostSettings settings;
+    settings.locale = locale.empty() ? platform::userLocale() : locale;
+    settings.timeZone = timeZone.empty() ? platform::userTimeZone() : timeZone;
+    settings.storeDirectory = storeDirectory;
+    return WidgetHost(widgets, std::move(settings));
 }
 
 void printError(const std::string& message) {
@@ -50,8 +60,9 @@ std::string usageError(CLI::App& app, const CLI::ParseError& error) {
 
 }  // namespace
 
-int runCommandLine(int argc, char** argv) {
+int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widgets) {
     GlobalOptions globals;
+    globals.widgets = std::move(widgets);
     CLI::App app{"Velmora widgets: the shared store, the widget providers and their host.",
                  "velmora-widgets"};
     app.require_subcommand(1);
@@ -76,6 +87,8 @@ int runCommandLine(int argc, char** argv) {
 
     registerDefaultsCommand(app, globals);
     registerRequestCommands(app, globals);
+    registerRenderCommand(app, globals);
+    registerListCommand(app, globals);
 
     try {
         app.parse(argc, argv);

@@ -3,9 +3,11 @@
 #include "platform/Clock.h"
 #include "platform/Date.h"
 #include "platform/Timeline.h"
+#include "widgets/StaticConfiguration.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -15,6 +17,8 @@ class App;
 // host's requests, one command per file. CommandLine.cpp builds the app and hands it to each
 // command's register function; a command's callback sets the exit code.
 namespace host {
+
+class WidgetHost;
 
 // Exit codes of the program.
 inline constexpr int exitSuccess = 0;
@@ -28,23 +32,32 @@ struct GlobalOptions {
     std::string locale;          // --locale, for commands that draw
     std::string timeZone;        // --time-zone, for commands that draw
     int exitCode = exitSuccess;
+    std::vector<StaticConfiguration> widgets;  // the bundle the program's entry handed over
 
     // The clock requests read: fixed at --at when given, else the system clock.
     [[nodiscard]] const platform::Clock& clock() const;
     // A provider request's context on that clock and store folder.
     [[nodiscard]] TimelineProviderContext context() const;
+    // The widget host over the bundle, drawing in --locale and --time-zone (default: the
+    // user's, from the environment) on the --store-dir store.
+    [[nodiscard]] WidgetHost widgetHost() const;
 
 private:
     mutable std::optional<platform::FixedClock> m_fixedClock;
 };
 
-// Runs the program; returns its exit code.
-[[nodiscard]] int runCommandLine(int argc, char** argv);
+// Runs the program over the bundle's widgets; returns its exit code.
+[[nodiscard]] int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widgets);
 
 // `defaults write|read|delete KEY`: the store as the host app writes it.
 void registerDefaultsCommand(CLI::App& app, GlobalOptions& globals);
 // `placeholder|snapshot|timeline KIND`: a provider request, printed as JSON.
 void registerRequestCommands(CLI::App& app, GlobalOptions& globals);
+
+// `render KIND FAMILY`: draws an entry, prints its tree, frames and link.
+void registerRenderCommand(CLI::App& app, GlobalOptions& globals);
+// `list [--json]`: the bundle's widgets.
+void registerListCommand(CLI::App& app, GlobalOptions& globals);
 
 // Writes "velmora-widgets: error: MESSAGE" to standard error.
 void printError(const std::string& message);
