@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <csetjmp>
 #include <cstring>
@@ -49,19 +50,25 @@ bool isDrawable(const Rect& r) {
     return isFinite(r) && r.width > 0 && r.height > 0;
 }
 
+// The shortest text that reads back as the same number ("0.5", "364").
+std::string number(double value) {
+    char buffer[32];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return std::string(buffer, result.ptr);
+}
+
 std::optional<PaintError> checkCanvas(const Size& canvas) {
     if (!(canvas.width > 0 && canvas.height > 0 && canvas.width <= maxCanvasSide &&
           canvas.height <= maxCanvasSide)) {
-        return PaintError{"cannot draw a canvas of " + std::to_string(canvas.width) + " x " +
-                          std::to_string(canvas.height) + " points"};
+        return PaintError{"cannot draw a canvas of " + number(canvas.width) + " x " +
+                          number(canvas.height) + " points"};
     }
     return std::nullopt;
 }
 
 std::optional<PaintError> checkScale(double scale) {
     if (!(scale >= minScale && scale <= maxScale))
-        return PaintError{"the render scale must lie between 1 and 3, not " +
-                          std::to_string(scale)};
+        return PaintError{"the render scale must lie between 1 and 3, not " + number(scale)};
     return std::nullopt;
 }
 

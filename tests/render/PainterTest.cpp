@@ -288,8 +288,11 @@ TEST(Painter, WritesFilesAndReportsFailures) {
               "cannot write '/nonexistent-velmora-dir/w.png': No such file or directory");
     EXPECT_EQ(failure(list, "/tmp/w.bmp"),
               "cannot tell the image format of '/tmp/w.bmp': name it .png, .svg or .pdf");
-    EXPECT_NE(failure(list, "/tmp/w.png", 0.5).find("render scale"), std::string::npos);
-    EXPECT_NE(failure(list, "/tmp/w.png", NAN).find("render scale"), std::string::npos);
-    EXPECT_NE(failure(DrawList{{0, 30}, {}}, "/tmp/w.svg").find("canvas"), std::string::npos);
+    EXPECT_EQ(failure(list, "/tmp/w.png", 0.5),
+              "the render scale must lie between 1 and 3, not 0.5");
+    EXPECT_EQ(failure(list, "/tmp/w.png", NAN),
+              "the render scale must lie between 1 and 3, not nan");
+    EXPECT_EQ(failure(DrawList{{0, 30}, {}}, "/tmp/w.svg"),
+              "cannot draw a canvas of 0 x 30 points");
     EXPECT_TRUE(renderBitmap(list, 4).pixels.empty());
 }
