@@ -1,0 +1,133 @@
+// The widgets end to end, as the host drives them: provider requests against a SQLite store on
+// disk, layout of each family's view, and layout plus painting to 2x PNG bytes.
+
+#include "host/WidgetHost.h"
+#include "platform/DefaultsStore.h"
+#include "platform/StoreLocation.h"
+#include "render/Layout.h"
+#include "render/PangoTextMeasurer.h"
+#include "render/Painter.h"
+#include "store/AppGroupStore.h"
+#include "widgets/Widgets.h"
+
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+const char* const briefJson =
+    R"({"ticker":"NVDA","companyName":"NVIDIA","summary":"Momentum continues with options flow )"
+    R"(signaling continuation through earnings; macro tailwind from softening rates remains )"
+    R"(supportive, while supply constraints ease into the next quarter and data-centre demand )"
+    R"(keeps guidance ahead of consensus.","signal":"Strong Buy","score":84.6,)"
+    R"("generatedAt":"2025-11-16T05:45:00Z"})";
+
+const char* const portfolioJson =
+    R"({"totalValue":125000.5,"totalPnl":2500,"totalReturn":2.04,"dailyChange":-300,)"
+    R"("dailyChangePct":-0.24,"holdingCount":25,"sourceLabel":"Broker sync",)"
+    R"("updatedAt":"2025-11-16T08:55:00Z"})";
+
+std::string rowsJson(int count) {
+    const char* signals[] = {"Buy", "Strong Buy", "Neutral", "Sell", "Hold"};
+    std::string json = "[";
+    for (int i = 0; i < count; ++i) {
+        json += (i ? "," : "");
+        json += R"({"ticker":"TK)" + std::to_string(i) + R"(","companyName":"Company )" +
+                std::to_string(i) + R"( Holdings","price":)" + std::to_string(100 + i * 3.25) +
+                R"(,"changePct":)" + std::to_string((i % 7) * 0.37 - 1) + R"(,"signal":")" +
+                signals[i % 5] + R"(","score":)" + std::to_string(40 + i) + "}";
+    }
+    return json + "]";
+}
+
+// A store folder holding the host app's three records (25 rows), removed at exit.
+const std::string& storeFolder() {
+    static const std::string folder = [] {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "velmora-bench-widgets-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr) std::abort();
+        auto opened = platform::DefaultsStore::openForWriting(
+            platform::StoreLocation::appGroupIdentifier(), pattern);
+        auto& store = std::get<platform::DefaultsStore>(opened);
+        const auto put = [&](std::string_view key, const std::string& json) {
+            const auto* bytes = reinterpret_cast<const std::uint8_t*>(json.data());
+            if (store.setData(key, {bytes, json.size()})) std::abort();
+        };
+        put(AppGroupContainer::dailyBriefKey, briefJson);
+        put(AppGroupContainer::watchlistTickersKey, rowsJson(25));
+        put(AppGroupContainer::portfolioSnapshotKey, portfolioJson);
+        static const std::string removeAtExit = pattern;
+        std::atexit([] { std::filesystem::remove_all(removeAtExit); });
+        return pattern;
+    }();
+    return folder;
+}
+
+const host::WidgetHost& widgetHost() {
+    static const host::WidgetHost instance = [] {
+        host::HostSettings settings;
+        settings.storeDirectory = storeFolder();
+        return host::WidgetHost(VelmoraWidgetsBundle().body(), settings);
+    }();
+    return instance;
+}
+
+const platform::FixedClock& clock() {
+    static const platform::FixedClock fixed(*platform::parseRecordDate("2025-11-16T09:00:00Z"));
+    return fixed;
+}
+
+host::Placement placement(const benchmark::State& state) {
+    const auto family = static_cast<WidgetFamily>(state.range(1));
+    return {state.range(0) == 0 ? "WatchlistGlance" : "DailyBrief", family};
+}
+
+void label(benchmark::State& state) {
+    const auto p = placement(state);
+    state.SetLabel(p.kind + " " + std::string(name(p.family)));
+}
+
+void Request(benchmark::State& state) {
+    const auto p = placement(state);
+    const auto request = state.range(2) == 0 ? host::Request::snapshot : host::Request::timeline;
+    for (auto _ : state) benchmark::DoNotOptimize(widgetHost().request(p, request, clock()));
+    state.SetLabel(p.kind + (request == host::Request::snapshot ? " snapshot" : " timeline"));
+}
+BENCHMARK(Request)
+    ->Args({0, 1, 0})
+    ->Args({0, 1, 1})
+    ->Args({1, 1, 0})
+    ->Args({1, 1, 1})
+    ->Unit(benchmark::kMicrosecond);
+
+// Both widgets in each of their families: {widget, family}.
+void families(benchmark::internal::Benchmark* b) {
+    b->Args({0, 0})->Args({0, 1})->Args({0, 2})->Args({1, 1})->Args({1, 2});
+}
+
+void Layout(benchmark::State& state) {
+    const auto p = placement(state);
+    const auto entry = widgetHost().request(p, host::Request::timeline, clock()).entries.front();
+    for (auto _ : state) benchmark::DoNotOptimize(widgetHost().draw(p, entry, clock().now()));
+    label(state);
+}
+BENCHMARK(Layout)->Apply(families)->Unit(benchmark::kMillisecond);
+
+void RenderPng(benchmark::State& state) {
+    const auto p = placement(state);
+    const auto entry = widgetHost().request(p, host::Request::timeline, clock()).entries.front();
+    for (auto _ : state) {
+        const auto layout = widgetHost().draw(p, entry, clock().now());
+        benchmark::DoNotOptimize(render::paintToBytes(layout.drawList, render::ImageFormat::png, 2));
+    }
+    label(state);
+}
+BENCHMARK(RenderPng)->Apply(families)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
