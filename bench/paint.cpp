@@ -74,13 +74,6 @@ void BM_PaintMediumWidgetPng(benchmark::State& state) {
 }
 BENCHMARK(BM_PaintMediumWidgetPng)->Unit(benchmark::kMicrosecond);
 
-// The drawing alone, without PNG encoding.
-void BM_RenderMediumWidgetBitmap(benchmark::State& state) {
-    const DrawList list = mediumWidget();
-    for (auto _ : state) benchmark::DoNotOptimize(renderBitmap(list, 2));
-}
-BENCHMARK(BM_RenderMediumWidgetBitmap)->Unit(benchmark::kMicrosecond);
-
 void BM_PaintMediumWidgetSvg(benchmark::State& state) {
     const DrawList list = mediumWidget();
     for (auto _ : state) benchmark::DoNotOptimize(paintToBytes(list, ImageFormat::svg, 2));
