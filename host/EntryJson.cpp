@@ -36,13 +36,8 @@ Json entryObject(const WatchlistEntry& entry) {
     return json;
 }
 
-template <typename Entry>
-Json timelineObject(const Timeline<Entry>& timeline) {
-    Json json = Json::object();
-    json["entries"] = Json::array();
-    for (const auto& entry : timeline.entries) json["entries"].push_back(entryObject(entry));
-    json["reloadAfter"] = platform::formatDate(timeline.policy.date);
-    return json;
+Json entryObject(const AnyEntry& entry) {
+    return std::visit([](const auto& e) { return entryObject(e); }, entry);
 }
 
 std::string text(const Json& json) {
@@ -51,17 +46,16 @@ std::string text(const Json& json) {
 
 }  // namespace
 
-std::string entryJson(const DailyBriefEntry& entry) {
+std::string entryJson(const AnyEntry& entry) {
     return text(entryObject(entry));
 }
-std::string entryJson(const WatchlistEntry& entry) {
-    return text(entryObject(entry));
-}
-std::string timelineJson(const Timeline<DailyBriefEntry>& timeline) {
-    return text(timelineObject(timeline));
-}
-std::string timelineJson(const Timeline<WatchlistEntry>& timeline) {
-    return text(timelineObject(timeline));
+
+std::string timelineJson(const AnyTimeline& timeline) {
+    Json json = Json::object();
+    json["entries"] = Json::array();
+    for (const auto& entry : timeline.entries) json["entries"].push_back(entryObject(entry));
+    json["reloadAfter"] = platform::formatDate(timeline.policy.date);
+    return text(json);
 }
 
 }  // namespace host

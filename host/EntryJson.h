@@ -1,8 +1,6 @@
 #pragma once
 
-#include "dailybrief/DailyBriefEntry.h"
-#include "platform/Timeline.h"
-#include "watchlist/WatchlistEntry.h"
+#include "widgets/AnyEntry.h"
 
 #include <string>
 
@@ -11,9 +9,7 @@
 // {"entries", "reloadAfter"}. Records are in their writing form, dates RFC 3339 UTC.
 namespace host {
 
-[[nodiscard]] std::string entryJson(const DailyBriefEntry& entry);
-[[nodiscard]] std::string entryJson(const WatchlistEntry& entry);
-[[nodiscard]] std::string timelineJson(const Timeline<DailyBriefEntry>& timeline);
-[[nodiscard]] std::string timelineJson(const Timeline<WatchlistEntry>& timeline);
+[[nodiscard]] std::string entryJson(const AnyEntry& entry);
+[[nodiscard]] std::string timelineJson(const AnyTimeline& timeline);
 
 }  // namespace host

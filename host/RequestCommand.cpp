@@ -1,7 +1,6 @@
-#include "dailybrief/DailyBriefTimelineProvider.h"
 #include "host/CommandLine.h"
 #include "host/EntryJson.h"
-#include "watchlist/WatchlistTimelineProvider.h"
+#include "host/WidgetHost.h"
 
 #include <CLI/CLI.hpp>
 
@@ -11,48 +10,26 @@
 namespace host {
 namespace {
 
-enum class Request { placeholder, snapshot, timeline };
-
-void print(const std::string& json) {
-    std::printf("%s\n", json.c_str());
-}
-
-// One request to one provider; every completion is called before the call returns.
-template <typename Provider>
-void answer(const Provider& provider, Request request, const TimelineProviderContext& context) {
-    using Entry = typename Provider::Entry;
-    switch (request) {
-        case Request::placeholder:
-            print(entryJson(provider.placeholder(context)));
-            break;
-        case Request::snapshot:
-            provider.getSnapshot(context, [](Entry entry) { print(entryJson(entry)); });
-            break;
-        case Request::timeline:
-            provider.getTimeline(context,
-                                 [](Timeline<Entry> timeline) { print(timelineJson(timeline)); });
-            break;
-    }
-}
-
-const CLI::Validator widgetKind(
-    [](const std::string& kind) -> std::string {
-        if (kind == "DailyBrief" || kind == "WatchlistGlance") return {};
-        return "unknown widget kind \"" + kind + "\" (expected DailyBrief or WatchlistGlance)";
-    },
-    "DailyBrief|WatchlistGlance");
-
 void addRequest(CLI::App& app, GlobalOptions& globals, const std::string& name,
                 const std::string& description, Request request) {
     auto kind = std::make_shared<std::string>();
     CLI::App* command = app.add_subcommand(name, description);
-    command->add_option("KIND", *kind, "The widget kind")->required()->check(widgetKind);
+    command->add_option("KIND", *kind, "The widget kind")->required();
     command->callback([&globals, kind, request] {
-        const auto context = globals.context();
-        if (*kind == "DailyBrief")
-            answer(DailyBriefTimelineProvider(), request, context);
-        else
-            answer(WatchlistTimelineProvider(), request, context);
+        const auto widgets = globals.widgetHost();
+        const auto* widget = widgets.widget(*kind);
+        if (!widget) {
+            printError("unknown widget kind \"" + *kind +
+                       "\" (expected DailyBrief or WatchlistGlance)");
+            globals.exitCode = exitUsage;
+            return;
+        }
+        // The provider ignores the family; the widget's first one stands in for a placement.
+        const auto answer =
+            widgets.request({widget->kind, widget->families.front()}, request, globals.clock());
+        const auto json =
+            request == Request::timeline ? timelineJson(answer) : entryJson(answer.entries.front());
+        std::printf("%s\n", json.c_str());
         globals.exitCode = exitSuccess;
     });
 }
