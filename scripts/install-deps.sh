@@ -2,7 +2,7 @@
 # Installs the Debian packages the build and tests need, when they are missing.
 set -euo pipefail
 packages=(cmake ninja-build g++ clang pkg-config libclang-rt-14-dev
-  libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev
+  libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libpng-dev zlib1g-dev
   liburiparser-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
   fonts-inter fonts-jetbrains-mono "$@")
 missing=()
