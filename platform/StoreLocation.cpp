@@ -27,7 +27,7 @@ std::filesystem::path homeDirectory() {
 std::filesystem::path directory(std::string_view explicitDirectory) {
     if (!explicitDirectory.empty()) return std::filesystem::path(explicitDirectory);
     if (const char* store = environment("VELMORA_STORE_DIR")) return store;
-    // The base directory specification ignores relative values.
+    // XDG base directories must be absolute; a relative value is ignored.
     if (const char* data = environment("XDG_DATA_HOME"); data != nullptr && data[0] == '/')
         return std::filesystem::path(data) / "velmora";
     return homeDirectory() / ".local" / "share" / "velmora";
