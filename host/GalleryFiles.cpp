@@ -1,0 +1,113 @@
+#include "host/GalleryFiles.h"
+
+#include "host/WidgetHost.h"
+#include "render/Painter.h"
+#include "style/LocalizedString.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace host {
+namespace {
+
+std::string reason(int error) {
+    return std::strerror(error);
+}
+
+std::string text(const LocalizedStringKey& key, const std::string& locale) {
+    return resolveText(TextNode{key}, std::nullopt, locale);
+}
+
+}  // namespace
+
+std::string galleryImageName(const Placement& placement, std::string_view request) {
+    return placement.kind + "-" + std::string(name(placement.family)) + "-" + std::string(request) +
+           ".png";
+}
+
+std::variant<DrawnCard, std::string> drawCard(const WidgetHost& widgets, const Placement& placement,
+                                              std::string_view request, const AnyTimeline& timeline,
+                                              bool showReload, Date now) {
+    const auto& entry = timeline.entries.front();
+    const auto layout = widgets.draw(placement, entry, now);
+    auto png =
+        render::paintToBytes(layout.drawList, render::ImageFormat::png, widgets.settings().scale);
+    if (auto* error = std::get_if<render::PaintError>(&png))
+        return "cannot draw " + placement.kind + " " + std::string(name(placement.family)) + ": " +
+               error->message;
+
+    DrawnCard drawn;
+    drawn.card.image = galleryImageName(placement, request);
+    drawn.card.width = layout.drawList.canvas.width;
+    drawn.card.height = layout.drawList.canvas.height;
+    drawn.card.kind = placement.kind;
+    drawn.card.family = std::string(name(placement.family));
+    drawn.card.request = std::string(request);
+    drawn.card.entryDate = platform::formatDate(entryDate(entry));
+    drawn.card.nextReload = showReload ? platform::formatDate(timeline.policy.date) : "—";
+    if (layout.drawList.url) drawn.card.url = layout.drawList.url->text();
+    drawn.png = std::move(std::get<std::string>(png));
+    return drawn;
+}
+
+std::vector<GallerySection> gallerySections(const WidgetHost& widgets,
+                                            const std::vector<GalleryCard>& cards) {
+    const auto& locale = widgets.settings().locale;
+    std::vector<GallerySection> sections;
+    for (const auto& widget : widgets.widgets()) {
+        GallerySection section{widget.kind,
+                               text(widget.displayName, locale),
+                               text(widget.descriptionText, locale),
+                               {}};
+        for (const auto& card : cards)
+            if (card.kind == widget.kind) section.cards.push_back(card);
+        if (!section.cards.empty()) sections.push_back(std::move(section));
+    }
+    return sections;
+}
+
+std::optional<std::string> prepareOutputDirectory(const std::filesystem::path& directory) {
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    if (error) return "cannot create the folder \"" + directory.string() + "\": " + error.message();
+    if (!std::filesystem::is_directory(directory, error))
+        return "\"" + directory.string() + "\" is not a folder";
+    return std::nullopt;
+}
+
+std::optional<std::string> writeFileAtomically(const std::filesystem::path& directory,
+                                               const std::string& name, std::string_view bytes) {
+    const auto target = directory / name;
+    std::string temporary = (directory / ("." + name + ".XXXXXX")).string();
+    const int fd = ::mkstemp(temporary.data());
+    if (fd < 0) return "cannot write \"" + target.string() + "\": " + reason(errno);
+
+    auto fail = [&](int error) -> std::optional<std::string> {
+        ::unlink(temporary.c_str());
+        return "cannot write \"" + target.string() + "\": " + reason(error);
+    };
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            const int error = errno;
+            ::close(fd);
+            return fail(error);
+        }
+        written += std::size_t(n);
+    }
+    // mkstemp makes the file private; the page and its images are meant to be read by others.
+    const int modeError = ::fchmod(fd, 0644) == 0 ? 0 : errno;
+    if (::close(fd) != 0) return fail(errno);
+    if (modeError != 0) return fail(modeError);
+    if (::rename(temporary.c_str(), target.c_str()) != 0) return fail(errno);
+    return std::nullopt;
+}
+
+}  // namespace host

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "host/GalleryPage.h"
+#include "host/Placement.h"
+#include "platform/Date.h"
+#include "widgets/AnyEntry.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+// What the gallery and host commands share: drawing a placement's entry into a card with its
+// PNG, grouping cards per widget, and writing the files of an output folder.
+namespace host {
+
+class WidgetHost;
+
+// "WatchlistGlance-systemSmall-current.png": the image of a placement's entry for a request.
+[[nodiscard]] std::string galleryImageName(const Placement& placement, std::string_view request);
+
+// A drawn entry: its card and its image, PNG at the host's scale.
+struct DrawnCard {
+    GalleryCard card;
+    std::string png;
+};
+
+// Draws the first entry of `timeline` for `placement` at `now`. `showReload`: the card names the
+// timeline's reload date (a timeline request), else "—" (a placeholder). An error message when
+// the image cannot be made.
+[[nodiscard]] std::variant<DrawnCard, std::string> drawCard(const WidgetHost& widgets,
+                                                            const Placement& placement,
+                                                            std::string_view request,
+                                                            const AnyTimeline& timeline,
+                                                            bool showReload, Date now);
+
+// The cards under their widgets' display names and descriptions, widgets in bundle order, each
+// widget's cards in the order given; widgets without cards are left out.
+[[nodiscard]] std::vector<GallerySection> gallerySections(const WidgetHost& widgets,
+                                                          const std::vector<GalleryCard>& cards);
+
+// Creates `directory` and its parents when missing. An error message when that fails or the
+// path is not a folder.
+[[nodiscard]] std::optional<std::string> prepareOutputDirectory(
+    const std::filesystem::path& directory);
+
+// Writes `bytes` as `directory / name` through a temporary file in the same folder and a rename,
+// so a reader (a browser refreshing the page) sees the old file or the new one, never half of
+// one. An error message on failure; no temporary file is left behind.
+[[nodiscard]] std::optional<std::string> writeFileAtomically(const std::filesystem::path& directory,
+                                                             const std::string& name,
+                                                             std::string_view bytes);
+
+}  // namespace host
