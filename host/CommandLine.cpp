@@ -89,6 +89,8 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     registerRequestCommands(app, globals);
     registerRenderCommand(app, globals);
     registerListCommand(app, globals);
+    registerGalleryCommand(app, globals);
+    registerHostCommand(app, globals);
 
     try {
         app.parse(argc, argv);

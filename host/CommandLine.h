@@ -58,6 +58,10 @@ void registerRequestCommands(CLI::App& app, GlobalOptions& globals);
 void registerRenderCommand(CLI::App& app, GlobalOptions& globals);
 // `list [--json]`: the bundle's widgets.
 void registerListCommand(CLI::App& app, GlobalOptions& globals);
+// `gallery --out DIR`: every widget in every family as PNG, with an HTML page.
+void registerGalleryCommand(CLI::App& app, GlobalOptions& globals);
+// `host --out DIR`: the long-running host honouring reload dates, or a simulated run.
+void registerHostCommand(CLI::App& app, GlobalOptions& globals);
 
 // Writes "velmora-widgets: error: MESSAGE" to standard error.
 void printError(const std::string& message);

@@ -1,0 +1,81 @@
+#include "host/CommandLine.h"
+#include "host/GalleryFiles.h"
+#include "host/GalleryPage.h"
+#include "host/WidgetHost.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+namespace host {
+namespace {
+
+struct Shot {
+    Request request;
+    const char* label;
+};
+
+// Each placement's placeholder (fixed sample data) beside the entry its timeline gives now.
+constexpr Shot shots[] = {{Request::placeholder, "placeholder"}, {Request::timeline, "current"}};
+
+int run(const std::filesystem::path& out, const GlobalOptions& globals, const WidgetHost& widgets) {
+    if (auto error = prepareOutputDirectory(out)) {
+        printError(*error);
+        return exitFailure;
+    }
+    const auto& clock = globals.clock();
+    std::vector<GalleryCard> cards;
+    for (const auto& placement : widgets.allPlacements()) {
+        for (const auto& shot : shots) {
+            const auto timeline = widgets.request(placement, shot.request, clock);
+            auto drawn = drawCard(widgets, placement, shot.label, timeline,
+                                  shot.request == Request::timeline, clock.now());
+            if (auto* error = std::get_if<std::string>(&drawn)) {
+                printError(*error);
+                return exitFailure;
+            }
+            auto& card = std::get<DrawnCard>(drawn);
+            if (auto error = writeFileAtomically(out, card.card.image, card.png)) {
+                printError(*error);
+                return exitFailure;
+            }
+            std::printf("%s %s %s -> %s (%s%s)\n", placement.kind.c_str(), card.card.family.c_str(),
+                        shot.label, card.card.image.c_str(), card.card.url ? "link: " : "no link",
+                        card.card.url ? card.card.url->c_str() : "");
+            cards.push_back(std::move(card.card));
+        }
+    }
+
+    GalleryPageOptions page;
+    page.subtitle = "Drawn at " + platform::formatDate(clock.now()) + " in " +
+                    widgets.settings().locale + ", " + widgets.settings().timeZone +
+                    ". Every widget in every family: its placeholder and its current entry.";
+    if (auto error = writeFileAtomically(out, "index.html",
+                                         galleryPage(gallerySections(widgets, cards), page))) {
+        printError(*error);
+        return exitFailure;
+    }
+    std::error_code ignored;
+    std::printf("%s\n", std::filesystem::absolute(out / "index.html", ignored).c_str());
+    return exitSuccess;
+}
+
+}  // namespace
+
+void registerGalleryCommand(CLI::App& app, GlobalOptions& globals) {
+    auto out = std::make_shared<std::string>();
+    CLI::App* command = app.add_subcommand(
+        "gallery",
+        "Draw every widget in every family (placeholder and current entry) as PNG, with an "
+        "HTML page");
+    command
+        ->add_option("--out", *out, "Folder for the images and index.html (created when missing)")
+        ->required()
+        ->type_name("DIR");
+    command->callback(
+        [&globals, out] { globals.exitCode = run(*out, globals, globals.widgetHost()); });
+}
+
+}  // namespace host
