@@ -15,7 +15,7 @@ constexpr std::string_view style = R"(
 body {
   margin: 0; padding: 32px 40px 48px;
   background: #0D1117; color: #E6EDF3;
-  font-family: system-ui, Inter, -apple-system, "Segoe UI", sans-serif;
+  font-family: Inter, system-ui, -apple-system, "Segoe UI", sans-serif;
   font-size: 14px; line-height: 1.45;
 }
 header { margin-bottom: 28px; }
@@ -25,20 +25,22 @@ section { margin-top: 32px; }
 h2 { margin: 0; font-size: 18px; font-weight: 600; }
 h2 .kind { margin-left: 8px; color: #8B949E; font-size: 13px; font-weight: 400; }
 section > p { margin: 4px 0 16px; color: #8B949E; max-width: 60em; }
-.cards { display: flex; flex-wrap: wrap; gap: 20px; align-items: flex-start; }
+.cards { display: flex; flex-direction: column; gap: 20px; }
+.family { display: flex; flex-wrap: wrap; gap: 20px; align-items: flex-start; }
 .card {
+  width: min-content; min-width: 288px;
   margin: 0; padding: 16px; border-radius: 16px;
   background: #161B22; border: 1px solid rgba(230, 237, 243, 0.06);
 }
-.card a, .card .unlinked { display: block; width: max-content; line-height: 0; }
+.card a, .card .unlinked { display: block; width: max-content; margin: 0 auto; line-height: 0; }
 .card img {
   display: block; border-radius: 22px;
   box-shadow: 0 1px 0 rgba(230, 237, 243, 0.06), 0 8px 24px rgba(0, 0, 0, 0.45);
 }
 .card a:focus-visible { outline: 2px solid #EA580C; outline-offset: 4px; border-radius: 24px; }
 figcaption { margin-top: 12px; }
-.label { font-weight: 600; }
-.label .request { color: #EA580C; }
+.request { color: #EA580C; font-weight: 600; }
+.placement { font-weight: 600; }
 dl { display: grid; grid-template-columns: auto 1fr; gap: 2px 12px; margin: 6px 0 0; font-size: 12px; }
 dt { color: #8B949E; }
 dd { margin: 0; font-family: "JetBrains Mono", ui-monospace, monospace; font-size: 11.5px;
@@ -79,9 +81,9 @@ void appendCard(std::string& page, const GalleryCard& card) {
     page += "<img src=\"" + escapeHtml(card.image) + "\" width=\"" + number(card.width) +
             "\" height=\"" + number(card.height) + "\" alt=\"" + escapeHtml(alt) + "\">";
     page += linked ? "</a>\n" : "</div>\n";
-    page += "<figcaption><div class=\"label\">" + escapeHtml(card.kind) + " · " +
-            escapeHtml(card.family) + " · <span class=\"request\">" + escapeHtml(card.request) +
-            "</span></div>\n<dl>";
+    page += "<figcaption><div class=\"request\">" + escapeHtml(card.request) +
+            "</div><div class=\"placement\">" + escapeHtml(card.kind) + " · " +
+            escapeHtml(card.family) + "</div>\n<dl>";
     page += "<dt>Entry</dt><dd>" + escapeHtml(card.entryDate) + "</dd>";
     page += "<dt>Next reload</dt><dd>" + escapeHtml(card.nextReload) + "</dd>";
     if (!card.url)
@@ -148,7 +150,17 @@ std::string galleryPage(const std::vector<GallerySection>& sections,
                 escapeHtml(section.displayName) + "<span class=\"kind\">" +
                 escapeHtml(section.kind) + "</span></h2>\n<p>" + escapeHtml(section.description) +
                 "</p>\n<div class=\"cards\">\n";
-        for (const auto& card : section.cards) appendCard(page, card);
+        // One row per family, its cards side by side (placeholder beside current entry).
+        std::vector<std::string> families;
+        for (const auto& card : section.cards)
+            if (std::find(families.begin(), families.end(), card.family) == families.end())
+                families.push_back(card.family);
+        for (const auto& family : families) {
+            page += "<div class=\"family\">\n";
+            for (const auto& card : section.cards)
+                if (card.family == family) appendCard(page, card);
+            page += "</div>\n";
+        }
         page += "</div>\n</section>\n";
     }
     page += "<script>";
