@@ -20,16 +20,20 @@ using testing::IsEmpty;
 
 const std::string subsystem = VELMORA_BUNDLE_ID;
 
+// The sample brief with its date written as a number.
+std::string with1(std::string brief) {
+    const std::string date = R"("2025-11-16T05:45:00Z")";
+    return brief.replace(brief.find(date), date.size(), "1763272800");
+}
+
 // A store folder, and a logger whose lines the test can read.
 struct Fixture {
     TempStore store;
     RecordingSink sink;
     platform::Logger logger{subsystem, "app", sink};
 
-    std::optional<DailyBrief> brief() const {
-        return readRecord<DailyBrief>(dailyBriefKey, store.directory(), logger);
-    }
-    std::optional<PortfolioSnapshot> portfolio() const {
+    auto brief() const { return readRecord<DailyBrief>(dailyBriefKey, store.directory(), logger); }
+    auto portfolio() const {
         return readRecord<PortfolioSnapshot>(portfolioSnapshotKey, store.directory(), logger);
     }
     std::optional<std::vector<WatchlistRow>> rows() const {
@@ -42,18 +46,9 @@ TEST(AppGroupStore, ReadsEachRecordFromTheSuite) {
     f.store.putData(dailyBriefKey, samples::brief);
     f.store.putData(portfolioSnapshotKey, samples::snapshot);
     f.store.putData(watchlistTickersKey, samples::rows);
-
-    const auto brief = f.brief();
-    ASSERT_TRUE(brief);
-    EXPECT_EQ(*brief, sharedDecoder().decode<DailyBrief>(samples::brief).value());
-    const auto portfolio = f.portfolio();
-    ASSERT_TRUE(portfolio);
-    EXPECT_EQ(portfolio->holdingCount, 12);
-    const auto rows = f.rows();
-    ASSERT_TRUE(rows);
-    ASSERT_EQ(rows->size(), 2u);
-    EXPECT_EQ((*rows)[0].ticker, "AAPL");
-    EXPECT_EQ((*rows)[1].ticker, "MSFT");
+    EXPECT_EQ(f.brief(), sharedDecoder().decode<DailyBrief>(samples::brief).value());
+    EXPECT_EQ(f.portfolio(), sharedDecoder().decode<PortfolioSnapshot>(samples::snapshot).value());
+    EXPECT_EQ(f.rows(), sharedDecoder().decode<std::vector<WatchlistRow>>(samples::rows).value());
     EXPECT_THAT(f.sink.lines(), IsEmpty());
 }
 
@@ -65,50 +60,34 @@ TEST(AppGroupStore, NothingStoredOrTextStoredGivesNoValueSilently) {
     f.store.putString(watchlistTickersKey, samples::rows);
     EXPECT_FALSE(f.brief());
     EXPECT_FALSE(f.rows());
-    EXPECT_FALSE(f.portfolio());  // never written
+    EXPECT_FALSE(f.portfolio());                 // never written
+    f.store.putData(watchlistTickersKey, "[]");  // an empty list is a value
+    EXPECT_EQ(f.rows(), std::vector<WatchlistRow>{});
     EXPECT_THAT(f.sink.lines(), IsEmpty());
     EXPECT_EQ(f.sink.enabledQueries(), 0);
 }
 
 TEST(AppGroupStore, UndecodableDataLogsOneErrorLineNamingTheKey) {
-    Fixture f;
-    f.store.putData(dailyBriefKey, R"({"ticker":"NVDA","summary":"s","signal":"Buy","score":1,)"
-                                   R"("generatedAt":1763272800})");
-    EXPECT_FALSE(f.brief());
-    EXPECT_THAT(f.sink.lines(),
-                ElementsAre(subsystem +
-                            "[app] AppGroup decode failed for vmDailyBrief: generatedAt: expected "
-                            "an RFC 3339 date-time, found a number"));
-
-    Fixture g;
-    g.store.putData(watchlistTickersKey, samples::brief);  // an object where a list belongs
-    EXPECT_FALSE(g.rows());
-    EXPECT_THAT(
-        g.sink.lines(),
-        ElementsAre(subsystem + "[app] AppGroup decode failed for vmWatchlistTickers: expected an "
-                                "array, found an object"));
-
-    Fixture h;
-    h.store.putData(portfolioSnapshotKey, "{not json");  // "n" begins null, "o" ends it
-    EXPECT_FALSE(h.portfolio());
-    EXPECT_THAT(h.sink.lines(),
-                ElementsAre(subsystem +
-                            "[app] AppGroup decode failed for vmPortfolioSnapshot: not valid JSON "
-                            "at offset 2"));
-}
-
-TEST(AppGroupStore, AnEmptyListIsAValueAndLogsNothing) {
-    Fixture f;
-    f.store.putData(watchlistTickersKey, "[]");
-    const auto rows = f.rows();
-    ASSERT_TRUE(rows);
-    EXPECT_TRUE(rows->empty());
-    f.store.putData(watchlistTickersKey, "");  // zero bytes of data are not JSON
-    EXPECT_FALSE(f.rows());
-    EXPECT_THAT(f.sink.lines(),
-                ElementsAre(subsystem +
-                            "[app] AppGroup decode failed for vmWatchlistTickers: not valid JSON "
-                            "at offset 0"));
+    const std::string prefix = subsystem + "[app] AppGroup decode failed for ";
+    const struct {
+        std::string_view key;
+        std::string data, line;
+    } cases[] = {
+        {dailyBriefKey, with1(samples::brief),
+         "vmDailyBrief: generatedAt: expected an RFC 3339 date-time, found a number"},
+        {watchlistTickersKey, samples::brief,  // an object where a list belongs
+         "vmWatchlistTickers: expected an array, found an object"},
+        {portfolioSnapshotKey, "{not json",  // "n" begins null, "o" ends it
+         "vmPortfolioSnapshot: not valid JSON at offset 2"},
+        {watchlistTickersKey, "", "vmWatchlistTickers: not valid JSON at offset 0"},  // no bytes
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.line);
+        Fixture f;
+        f.store.putData(c.key, c.data);
+        EXPECT_FALSE(f.brief() || f.portfolio() || f.rows());
+        EXPECT_THAT(f.sink.lines(), ElementsAre(prefix + c.line));
+    }
 }
 
 TEST(AppGroupStore, DisabledErrorLevelSkipsTheMessage) {
@@ -144,10 +123,7 @@ TEST(AppGroupStore, EveryReadSeesTheLatestWrite) {
     f.store.putData(watchlistTickersKey, samples::rows);
     EXPECT_EQ(f.rows()->size(), 2u);
     f.store.putData(watchlistTickersKey, R"([{"ticker":"ONE","price":1,"changePct":0}])");
-    const auto rows = f.rows();
-    ASSERT_TRUE(rows);
-    ASSERT_EQ(rows->size(), 1u);
-    EXPECT_EQ((*rows)[0].ticker, "ONE");
+    EXPECT_EQ(f.rows(), (std::vector<WatchlistRow>{{"ONE", {}, 1, 0}}));
     f.store.remove(watchlistTickersKey);
     EXPECT_FALSE(f.rows());
 }
@@ -162,19 +138,14 @@ TEST(AppGroupStore, ReadsChangeNothingOnDisk) {
         return std::string(std::istreambuf_iterator<char>(in), {});
     };
     const auto list = [&] {
-        std::set<std::string> names;
-        for (const auto& e : std::filesystem::directory_iterator(f.store.folder()))
-            names.insert(e.path().filename().string());
+        std::set<std::filesystem::path> names;
+        for (const auto& e : std::filesystem::directory_iterator(f.store.folder())) names.insert(e);
         return names;
     };
     const auto bytes = read();
     const auto modified = std::filesystem::last_write_time(file);
     const auto names = list();
-    for (int i = 0; i < 5; ++i) {
-        EXPECT_TRUE(f.brief());
-        EXPECT_FALSE(f.rows());
-        EXPECT_FALSE(f.portfolio());
-    }
+    for (int i = 0; i < 5; ++i) EXPECT_TRUE(f.brief() && !f.rows() && !f.portfolio());
     EXPECT_EQ(read(), bytes);
     EXPECT_EQ(std::filesystem::last_write_time(file), modified);
     EXPECT_EQ(list(), names);

@@ -15,12 +15,7 @@ const Date noon = Date(sys_days(year(2025) / November / 16)) + hours(12);
 TEST(Encoding, WritesRequiredKeysAlwaysAndOptionalKeysOnlyWhenSet) {
     EXPECT_EQ(encode(WatchlistRow{.ticker = "AAPL", .price = 187.32, .changePct = -0.5}),
               R"({"ticker":"AAPL","price":187.32,"changePct":-0.5})");
-    EXPECT_EQ(encode(WatchlistRow{.ticker = "AAPL",
-                                  .companyName = "Apple Inc.",
-                                  .price = 187.32,
-                                  .changePct = 0.84,
-                                  .signal = "Buy",
-                                  .score = 72}),
+    EXPECT_EQ(encode(WatchlistRow{"AAPL", "Apple Inc.", 187.32, 0.84, "Buy", 72}),
               R"({"ticker":"AAPL","companyName":"Apple Inc.","price":187.32,"changePct":0.84,)"
               R"("signal":"Buy","score":72.0})");
     EXPECT_EQ(
@@ -28,59 +23,30 @@ TEST(Encoding, WritesRequiredKeysAlwaysAndOptionalKeysOnlyWhenSet) {
             .ticker = "NVDA", .summary = "Up.", .signal = "Buy", .score = 78, .generatedAt = noon}),
         R"({"ticker":"NVDA","summary":"Up.","signal":"Buy","score":78.0,)"
         R"("generatedAt":"2025-11-16T12:00:00Z"})");
-    EXPECT_EQ(encode(PortfolioSnapshot{.totalValue = 10000,
-                                       .totalPnl = -1.5,
-                                       .totalReturn = 2.5,
-                                       .dailyChange = 0,
-                                       .dailyChangePct = 0.125,
-                                       .holdingCount = 12,
-                                       .sourceLabel = "Broker",
-                                       .updatedAt = noon}),
+    EXPECT_EQ(encode(PortfolioSnapshot{10000, -1.5, 2.5, 0, 0.125, 12, "Broker", noon}),
               R"({"totalValue":10000.0,"totalPnl":-1.5,"totalReturn":2.5,"dailyChange":0.0,)"
               R"("dailyChangePct":0.125,"holdingCount":12,"sourceLabel":"Broker",)"
               R"("updatedAt":"2025-11-16T12:00:00Z"})");
     EXPECT_EQ(encode(std::vector<WatchlistRow>{}), "[]");
 }
 
+template <typename T>
+void expectRoundTrip(const T& value) {
+    const auto decoded = JSONDecoder().decode<T>(encode(value));
+    ASSERT_TRUE(decoded) << decoded.error().description;
+    EXPECT_EQ(decoded.value(), value);
+}
+
 TEST(Encoding, WhatIsWrittenDecodesToAnEqualRecord) {
-    const JSONDecoder decoder;
     const WatchlistRow bare{.ticker = "TSLA", .price = 251.4, .changePct = -0.55};
-    const WatchlistRow full{.ticker = "Caf\u00e9",
-                            .companyName = "\"Quoted\" \\ name",
-                            .price = 0.1 + 0.2,
-                            .changePct = -1e-9,
-                            .signal = "Strong Buy",
-                            .score = 84.125};
-    for (const auto& row : {bare, full}) {
-        const auto decoded = decoder.decode<WatchlistRow>(encode(row));
-        ASSERT_TRUE(decoded) << decoded.error().description;
-        EXPECT_EQ(decoded.value(), row);
-    }
-    const auto rows = decoder.decode<std::vector<WatchlistRow>>(encode({bare, full, bare}));
-    ASSERT_TRUE(rows);
-    EXPECT_EQ(rows.value(), (std::vector<WatchlistRow>{bare, full, bare}));
-
-    const DailyBrief brief{.ticker = "NVDA",
-                           .companyName = "NVIDIA",
-                           .summary = "Line one\nline two \U0001F680",
-                           .signal = "Buy",
-                           .score = 78,
-                           .generatedAt = noon};
-    const auto decodedBrief = decoder.decode<DailyBrief>(encode(brief));
-    ASSERT_TRUE(decodedBrief) << decodedBrief.error().description;
-    EXPECT_EQ(decodedBrief.value(), brief);
-
-    const PortfolioSnapshot snapshot{.totalValue = 1e12,
-                                     .totalPnl = -3.25,
-                                     .totalReturn = 0,
-                                     .dailyChange = 1,
-                                     .dailyChangePct = 0.01,
-                                     .holdingCount = INT64_MIN,
-                                     .sourceLabel = "",
-                                     .updatedAt = Date(seconds(-86400))};
-    const auto decodedSnapshot = decoder.decode<PortfolioSnapshot>(encode(snapshot));
-    ASSERT_TRUE(decodedSnapshot) << decodedSnapshot.error().description;
-    EXPECT_EQ(decodedSnapshot.value(), snapshot);
+    const WatchlistRow full{"Caf\u00e9", "\"Quoted\" \\ name", 0.1 + 0.2,
+                            -1e-9,       "Strong Buy",         84.125};
+    expectRoundTrip(bare);
+    expectRoundTrip(full);
+    expectRoundTrip(std::vector<WatchlistRow>{bare, full, bare});
+    expectRoundTrip(DailyBrief{"NVDA", "NVIDIA", "Line one\nline two \U0001F680", "Buy", 78, noon});
+    expectRoundTrip(
+        PortfolioSnapshot{1e12, -3.25, 0, 1, 0.01, INT64_MIN, "", Date(seconds(-86400))});
 }
 
 TEST(Encoding, DatesAreWrittenInWholeSeconds) {

@@ -29,6 +29,16 @@ const DailyBrief brief{.ticker = "NVDA",
                        .signal = "Buy",
                        .score = 78,
                        .generatedAt = noon};
+// Each change to a copy of the value must make it unequal to the value.
+template <typename T>
+void expectEachChangeMatters(const T& value, const std::vector<std::function<void(T&)>>& changes) {
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        auto changed = value;
+        changes[i](changed);
+        EXPECT_NE(changed, value) << "field " << i;
+    }
+}
+
 const PortfolioSnapshot snapshot{.totalValue = 10000,
                                  .totalPnl = 250,
                                  .totalReturn = 2.5,
@@ -90,64 +100,50 @@ TEST(Equality, NumbersCompareNumerically) {
 }
 
 TEST(Equality, DatesAreEqualWhenTheyAreTheSameInstant) {
-    auto a = brief;
     auto b = brief;
     b.generatedAt = noon + microseconds(1);
-    EXPECT_NE(a, b);
+    EXPECT_NE(brief, b);
     b.generatedAt = sys_days(year(2025) / November / 16) + hours(12);
-    EXPECT_EQ(a, b);
+    EXPECT_EQ(brief, b);
 }
 
 TEST(Equality, EveryFieldTakesPart) {
     EXPECT_EQ(row, row);
-    const std::vector<std::function<void(WatchlistRow&)>> rowChanges{
-        [](WatchlistRow& r) { r.ticker = "AAPM"; },
-        [](WatchlistRow& r) { r.companyName = std::nullopt; },
-        [](WatchlistRow& r) { r.price = 187.33; },
-        [](WatchlistRow& r) { r.changePct = -0.84; },
-        [](WatchlistRow& r) { r.signal = "Sell"; },
-        [](WatchlistRow& r) { r.score = 71; },
-    };
-    for (std::size_t i = 0; i < rowChanges.size(); ++i) {
-        auto changed = row;
-        rowChanges[i](changed);
-        EXPECT_NE(changed, row) << "row field " << i;
-    }
+    expectEachChangeMatters<WatchlistRow>(row,
+                                          {
+                                              [](WatchlistRow& r) { r.ticker = "AAPM"; },
+                                              [](WatchlistRow& r) { r.companyName = std::nullopt; },
+                                              [](WatchlistRow& r) { r.price = 187.33; },
+                                              [](WatchlistRow& r) { r.changePct = -0.84; },
+                                              [](WatchlistRow& r) { r.signal = "Sell"; },
+                                              [](WatchlistRow& r) { r.score = 71; },
+                                          });
     // Rows differing only in score are unequal but share their identity.
     auto scored = row;
     scored.score = 10;
-    EXPECT_NE(scored, row);
     EXPECT_EQ(scored.id(), row.id());
 
-    const std::vector<std::function<void(DailyBrief&)>> briefChanges{
-        [](DailyBrief& b) { b.ticker = "AMD"; },
-        [](DailyBrief& b) { b.companyName = "Nvidia"; },
-        [](DailyBrief& b) { b.summary = "Momentum"; },
-        [](DailyBrief& b) { b.signal = "Strong Buy"; },
-        [](DailyBrief& b) { b.score = 77.999; },
-        [](DailyBrief& b) { b.generatedAt += seconds(1); },
-    };
-    for (std::size_t i = 0; i < briefChanges.size(); ++i) {
-        auto changed = brief;
-        briefChanges[i](changed);
-        EXPECT_NE(changed, brief) << "brief field " << i;
-    }
+    expectEachChangeMatters<DailyBrief>(brief,
+                                        {
+                                            [](DailyBrief& b) { b.ticker = "AMD"; },
+                                            [](DailyBrief& b) { b.companyName = "Nvidia"; },
+                                            [](DailyBrief& b) { b.summary = "Momentum"; },
+                                            [](DailyBrief& b) { b.signal = "Strong Buy"; },
+                                            [](DailyBrief& b) { b.score = 77.999; },
+                                            [](DailyBrief& b) { b.generatedAt += seconds(1); },
+                                        });
 
-    const std::vector<std::function<void(PortfolioSnapshot&)>> snapshotChanges{
-        [](PortfolioSnapshot& s) { s.totalValue = 1; },
-        [](PortfolioSnapshot& s) { s.totalPnl = 1; },
-        [](PortfolioSnapshot& s) { s.totalReturn = 1; },
-        [](PortfolioSnapshot& s) { s.dailyChange = 1; },
-        [](PortfolioSnapshot& s) { s.dailyChangePct = 1; },
-        [](PortfolioSnapshot& s) { s.holdingCount = 13; },
-        [](PortfolioSnapshot& s) { s.sourceLabel = "broker"; },
-        [](PortfolioSnapshot& s) { s.updatedAt -= hours(1); },
-    };
-    for (std::size_t i = 0; i < snapshotChanges.size(); ++i) {
-        auto changed = snapshot;
-        snapshotChanges[i](changed);
-        EXPECT_NE(changed, snapshot) << "snapshot field " << i;
-    }
+    expectEachChangeMatters<PortfolioSnapshot>(
+        snapshot, {
+                      [](PortfolioSnapshot& s) { s.totalValue = 1; },
+                      [](PortfolioSnapshot& s) { s.totalPnl = 1; },
+                      [](PortfolioSnapshot& s) { s.totalReturn = 1; },
+                      [](PortfolioSnapshot& s) { s.dailyChange = 1; },
+                      [](PortfolioSnapshot& s) { s.dailyChangePct = 1; },
+                      [](PortfolioSnapshot& s) { s.holdingCount = 13; },
+                      [](PortfolioSnapshot& s) { s.sourceLabel = "broker"; },
+                      [](PortfolioSnapshot& s) { s.updatedAt -= hours(1); },
+                  });
 }
 
 }  // namespace
