@@ -49,8 +49,8 @@ int run(const std::filesystem::path& out, const GlobalOptions& globals, const Wi
     }
 
     GalleryPageOptions page;
-    page.subtitle = "Drawn at " + platform::formatDate(clock.now()) + " in " +
-                    widgets.settings().locale + ", " + widgets.settings().timeZone +
+    page.subtitle = "Drawn at " + pageDate(clock.now()) + " in " + widgets.settings().locale +
+                    ", " + widgets.settings().timeZone +
                     ". Every widget in every family: its placeholder and its current entry.";
     if (auto error = writeFileAtomically(out, "index.html",
                                          galleryPage(gallerySections(widgets, cards), page))) {

@@ -25,6 +25,10 @@ std::string text(const LocalizedStringKey& key, const std::string& locale) {
 
 }  // namespace
 
+std::string pageDate(Date date) {
+    return platform::formatDate(std::chrono::floor<std::chrono::seconds>(date));
+}
+
 std::string galleryImageName(const Placement& placement, std::string_view request) {
     return placement.kind + "-" + std::string(name(placement.family)) + "-" + std::string(request) +
            ".png";
@@ -48,8 +52,8 @@ std::variant<DrawnCard, std::string> drawCard(const WidgetHost& widgets, const P
     drawn.card.kind = placement.kind;
     drawn.card.family = std::string(name(placement.family));
     drawn.card.request = std::string(request);
-    drawn.card.entryDate = platform::formatDate(entryDate(entry));
-    drawn.card.nextReload = showReload ? platform::formatDate(timeline.policy.date) : "—";
+    drawn.card.entryDate = pageDate(entryDate(entry));
+    drawn.card.nextReload = showReload ? pageDate(timeline.policy.date) : "—";
     if (layout.drawList.url) drawn.card.url = layout.drawList.url->text();
     drawn.png = std::move(std::get<std::string>(png));
     return drawn;

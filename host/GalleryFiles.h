@@ -21,6 +21,10 @@ class WidgetHost;
 // "WatchlistGlance-systemSmall-current.png": the image of a placement's entry for a request.
 [[nodiscard]] std::string galleryImageName(const Placement& placement, std::string_view request);
 
+// A date as the page shows it: RFC 3339 UTC to the second (the system clock's microseconds are
+// noise to a reader).
+[[nodiscard]] std::string pageDate(Date date);
+
 // A drawn entry: its card and its image, PNG at the host's scale.
 struct DrawnCard {
     GalleryCard card;

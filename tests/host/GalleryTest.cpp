@@ -277,6 +277,8 @@ TEST(GalleryFiles, SectionsFollowTheBundleAndFilesAreReplacedWhole) {
     EXPECT_EQ(host::gallerySections(widgets, {brief}).size(), 1u);
     EXPECT_EQ(host::galleryImageName({"DailyBrief", WidgetFamily::systemLarge}, "placeholder"),
               "DailyBrief-systemLarge-placeholder.png");
+    EXPECT_EQ(host::pageDate(*platform::parseCommandLineDate("2025-11-16T07:42:30.999+01:00")),
+              "2025-11-16T06:42:30Z");
 
     tempstore::TempStore temp;
     const auto out = temp.folder() / "a" / "b";
