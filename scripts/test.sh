@@ -1,9 +1,24 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test: the regular build, then the sanitizer builds.
+# Builds everything and runs every test: the regular build, then the sanitizer builds, then the
+# decoder fuzzers. Stops at the first failure; says how long each piece took.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 jobs=$(nproc)
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j "$jobs"
-ctest --test-dir build --output-on-failure -j "$jobs"
+
+timed() {  # name, command...
+  local name=$1 start=$SECONDS
+  shift
+  "$@"
+  echo "== $name: $((SECONDS - start)) s"
+}
+
+regular() {
+  cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+  cmake --build build -j "$jobs"
+  ctest --test-dir build --output-on-failure -j "$jobs"
+}
+
+timed "regular build and tests" regular
+timed "sanitizer builds and tests" scripts/sanitize.sh
+timed "fuzzing" scripts/fuzz.sh
