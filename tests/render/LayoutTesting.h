@@ -19,9 +19,6 @@ namespace render {
 inline void PrintTo(const Rect& r, std::ostream* out) {
     *out << dumpRect(r);
 }
-inline void PrintTo(const Size& s, std::ostream* out) {
-    *out << dumpLength(s.width) << " × " << dumpLength(s.height);
-}
 
 namespace testing {
 
@@ -34,10 +31,6 @@ inline const FakeTextMeasurer& fakeMeasurer() {
 inline LayoutResult layOut(const View& view, Size canvas, EnvironmentValues env = {},
                            double scale = 2) {
     return layoutView(view, canvas, env, fakeMeasurer(), scale);
-}
-
-inline Size fit(const View& view, ProposedSize proposal, EnvironmentValues env = {}) {
-    return sizeThatFits(view, proposal, env, fakeMeasurer());
 }
 
 inline ::testing::AssertionResult sameRect(const Rect& actual, const Rect& expected) {

@@ -46,46 +46,7 @@ TEST(LayoutWidget, ContainerBackgroundFillsTheCanvasAndContentSitsInTheMargins) 
         ASSERT_NE(text, nullptr);
         EXPECT_TRUE(sameRect(text->frame,
                              {(canvas.width - 6.5) / 2, (canvas.height - 15.6) / 2, 6.5, 15.6}));
-
-        // Greedy content fills exactly the area inside the margins.
-        const auto greedy = widget(
-            Text(Verbatim{"x"}).frame({.maxWidth = infinity, .maxHeight = infinity}), family);
-        EXPECT_TRUE(
-            sameRect(rectOf(greedy, "frame"), {16, 16, canvas.width - 32, canvas.height - 32}));
-        EXPECT_TRUE(commandsOf<FillShape>(greedy).empty());
     }
-
-    // A container background anywhere in the content's own chain still fills the canvas
-    // first; the modifiers around it keep their effect on the content.
-    const auto wrapped =
-        widget(Text(Verbatim{"x"})
-                   .padding(4)
-                   .containerBackground(Palette::surface, ContainerBackgroundPlacement::widget)
-                   .padding(6),
-               WidgetFamily::systemSmall);
-    const auto fills = commandsOf<FillShape>(wrapped);
-    ASSERT_EQ(fills.size(), 1u);
-    EXPECT_TRUE(sameRect(fills[0].rect, {0, 0, 170, 170}));
-    EXPECT_TRUE(std::holds_alternative<FillShape>(wrapped.drawList.commands.front()));
-    EXPECT_TRUE(sameRect(rectOf(wrapped, "padding(6)"), {71.75, 67.2, 26.5, 35.6}));
-    EXPECT_TRUE(sameRect(rectOf(wrapped, "Text"), {81.75, 77.2, 6.5, 15.6}));
-}
-
-TEST(LayoutWidget, TheOutermostWidgetURLIsTheTapLink) {
-    const auto detail = url("velmora://stock-detail?ticker=NVDA");
-    const auto dashboard = url("velmora://stock-universe-dashboard");
-    const View inner = VStack({}, {Text(Verbatim{"a"}).widgetURL(detail), Text(Verbatim{"b"})});
-    EXPECT_EQ(widget(inner).drawList.url, detail);
-    EXPECT_EQ(widget(inner.widgetURL(dashboard)).drawList.url, dashboard);
-    // The last one applied wins.
-    EXPECT_EQ(widget(inner.widgetURL(detail).widgetURL(dashboard)).drawList.url, dashboard);
-    // A link without a URL leaves the whole widget without one.
-    EXPECT_EQ(widget(inner.widgetURL(std::nullopt)).drawList.url, std::nullopt);
-    EXPECT_EQ(widget(Text(Verbatim{"a"})).drawList.url, std::nullopt);
-    // Of two links at the same depth, the first in the tree.
-    const View siblings = HStack(
-        {}, {Text(Verbatim{"a"}).widgetURL(dashboard), Text(Verbatim{"b"}).widgetURL(detail)});
-    EXPECT_EQ(widget(siblings).drawList.url, dashboard);
 }
 
 TEST(LayoutWidget, FramesDumpGolden) {
@@ -140,18 +101,4 @@ TEST(LayoutWidget, FramesDumpGolden) {
 )");
     // Deterministic: the same tree gives the same result, dump and draw list alike.
     EXPECT_EQ(widget(content, WidgetFamily::systemSmall), result);
-}
-
-TEST(LayoutWidget, DumpPieces) {
-    EXPECT_EQ(dumpLength(16), "16");
-    EXPECT_EQ(dumpLength(21.6000000001), "21.6");
-    EXPECT_EQ(dumpLength(0.125), "0.13");
-    EXPECT_EQ(dumpLength(-0.001), "0");
-    EXPECT_EQ(dumpLength(-2.5), "-2.5");
-    EXPECT_EQ(dumpLength(infinity), "∞");
-    EXPECT_EQ(dumpRect({1, 2.25, 1.0 / 3, 100}), "(1, 2.25, 0.33 × 100)");
-    EXPECT_EQ(dumpColorName(Palette::accent), "Palette.accent");
-    EXPECT_EQ(dumpColorName(Color::white().opacity(0.85)), "#FFFFFF.opacity(0.85)");
-    EXPECT_EQ(dumpColorName(Color::rgb8(84, 84, 88).opacity(0.6)), "#545458.opacity(0.6)");
-    EXPECT_EQ(dumpQuoted("say \"hi\"\n\\"), R"("say \"hi\"\n\\")");
 }
