@@ -152,6 +152,39 @@ bool limitLines(PangoLayout* layout, int limit, bool wraps) {
     return true;
 }
 
+// Pango itemises and shapes the whole of a text even when only its first lines can show, so a
+// text of megabytes (a damaged record) took seconds each time layout measured it. No frame
+// shows more lines than the text's line limit (without one, more than `linesWithoutLimit`: no
+// widget is that tall), nor more characters in a line than its width holds at a tenth of an em
+// each (narrower than any visible glyph of either font), nor, unwrapped, more than
+// `unwrappedLineCharacters` (wider than any canvas). A longer text is cut after that many
+// characters and ends in "…": every line it showed is shown the same, and only a text that is
+// mostly invisible characters shows the mark sooner. Cutting twice gives the same text.
+std::string_view shownText(std::string_view text, const TextStyle& style,
+                           std::optional<double> width, std::string& storage) {
+    constexpr double linesWithoutLimit = 100;
+    constexpr double unwrappedLineCharacters = 500;
+    constexpr double minimumLineCharacters = 64;
+    const double lines =
+        style.lineLimit ? std::clamp(double(*style.lineLimit), 1.0, 1e4) : linesWithoutLimit;
+    double perLine = unwrappedLineCharacters;
+    if (width && std::isfinite(*width) && style.font.size > 0)
+        perLine =
+            std::clamp(std::ceil(*width / (0.1 * style.font.size)), minimumLineCharacters, 1e6);
+    const auto budget = std::size_t(lines * perLine);
+    if (text.size() <= budget) return text;  // never more characters than bytes
+
+    std::size_t characters = 0, cut = 0;
+    for (; cut < text.size(); ++cut) {
+        if ((static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) continue;  // continuation
+        if (characters++ == budget) break;
+    }
+    if (cut == text.size()) return text;
+    storage.assign(text.substr(0, cut));
+    storage += "…";
+    return storage;
+}
+
 struct ShapedText {
     LayoutPtr layout;
     bool cutByHand = false;
@@ -167,7 +200,8 @@ ShapedText shape(std::string_view text, const TextStyle& style, std::optional<do
     pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
     const bool wraps = width && std::isfinite(*width);
     pango_layout_set_width(layout, wraps ? toPangoUnits(std::max(*width, 0.0)) : -1);
-    setText(layout, text);
+    std::string storage;
+    setText(layout, shownText(text, style, width, storage));
     if (style.lineLimit)
         shaped.cutByHand = limitLines(layout, std::max(*style.lineLimit, 1), wraps);
     return shaped;
@@ -227,6 +261,8 @@ TextMetrics PangoTextMeasurer::measure(std::string_view text, const TextStyle& s
     constexpr std::size_t remembered = 512;  // per thread; forgotten all at once when full
     thread_local std::unordered_map<MeasureKey, TextMetrics, MeasureKeyHash> cache;
     if (width && !std::isfinite(*width)) width.reset();
+    std::string storage;
+    text = shownText(text, style, width, storage);  // keeps the key small too
     MeasureKey key{std::string(text), style.font, style.lineLimit, style.alignment, width};
     if (const auto found = cache.find(key); found != cache.end()) return found->second;
     const TextMetrics metrics = measureShaped(text, style, width);
