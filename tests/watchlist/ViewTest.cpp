@@ -172,3 +172,17 @@ TEST(WatchlistGlanceView, TreesMatchTheGoldenDumps) {
     golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemLarge)),
                           "trees/watchlist-large.txt");
 }
+
+TEST(WatchlistView, UnpricedRowsShowNoPriceAndUnknownFamiliesDrawAsMedium) {
+    for (double price : {0.0, -3.0, notANumber}) {
+        SCOPED_TRACE(price);
+        const View small = draw(entryOf({row("AAPL", price, "Buy")}), WidgetFamily::systemSmall);
+        EXPECT_TRUE(nodesWhere(small, [](const View& v) {
+                        const auto text = textOf(v);
+                        return text && text->starts_with("$");
+                    }).empty());
+    }
+    const auto entry = entryOf(sampleWatchlistRows());
+    EXPECT_EQ(dumpTree(draw(entry, static_cast<WidgetFamily>(7))),
+              dumpTree(draw(entry, WidgetFamily::systemMedium)));
+}
