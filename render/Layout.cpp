@@ -1,5 +1,7 @@
 #include "render/Layout.h"
 
+#include "style/ViewNames.h"
+
 #include "platform/Fatal.h"
 #include "render/FrameDump.h"
 #include "render/Symbols.h"
@@ -157,53 +159,6 @@ ProposedSize paddedProposal(const EdgeInsets& e, ProposedSize p) {
 }
 
 // ---- Descriptions for the frames dump ----
-
-std::string_view name(HorizontalAlignment a) {
-    switch (a) {
-        case HorizontalAlignment::leading:
-            return "leading";
-        case HorizontalAlignment::center:
-            return "center";
-        case HorizontalAlignment::trailing:
-            return "trailing";
-    }
-    return "center";
-}
-std::string_view name(VerticalAlignment a) {
-    switch (a) {
-        case VerticalAlignment::top:
-            return "top";
-        case VerticalAlignment::center:
-            return "center";
-        case VerticalAlignment::bottom:
-            return "bottom";
-        case VerticalAlignment::firstTextBaseline:
-            return "firstTextBaseline";
-    }
-    return "center";
-}
-std::string_view name(FontWeight w) {
-    switch (w) {
-        case FontWeight::regular:
-            return "regular";
-        case FontWeight::medium:
-            return "medium";
-        case FontWeight::semibold:
-            return "semibold";
-        case FontWeight::bold:
-            return "bold";
-    }
-    return "regular";
-}
-std::string name(Alignment a) {
-    if (a.vertical == VerticalAlignment::center ||
-        a.vertical == VerticalAlignment::firstTextBaseline)
-        return std::string(name(a.horizontal));
-    std::string out(name(a.vertical));
-    if (a.horizontal == HorizontalAlignment::leading) out += "Leading";
-    if (a.horizontal == HorizontalAlignment::trailing) out += "Trailing";
-    return out;
-}
 
 std::string describeFont(const Font& font) {
     std::string out = dumpLength(font.size) + " " + std::string(name(font.weight));
