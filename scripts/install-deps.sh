@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and tests need, when they are missing (chromium: the
-# browser test of the gallery page).
+# browser test of the gallery page; time: the peak memory figure of scripts/bench.sh).
 set -euo pipefail
 packages=(cmake ninja-build g++ clang pkg-config libclang-rt-14-dev
   libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libpng-dev zlib1g-dev
   liburiparser-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
-  fonts-inter fonts-jetbrains-mono chromium "$@")
+  fonts-inter fonts-jetbrains-mono chromium time "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,0 +1,152 @@
+#!/usr/bin/env bash
+# The figures in one command: builds a Release tree (build-bench, no tests), runs every
+# benchmark program with JSON output, times whole `velmora-widgets render` processes against a
+# store of their own, and prints one markdown table with the targets beside the figures.
+# Progress goes to standard error; the table alone to standard output.
+#
+# VELMORA_BENCH_DIR picks the build folder (default: build-bench), VELMORA_JOBS the build jobs
+# (default: nproc), VELMORA_BENCH_REPETITIONS how often each benchmark is repeated (default 3;
+# the table shows the median).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-deps.sh
+build=${VELMORA_BENCH_DIR:-build-bench}
+jobs=${VELMORA_JOBS:-$(nproc)}
+repetitions=${VELMORA_BENCH_REPETITIONS:-3}
+benches=(store layout paint widgets)
+
+generator=()
+[ -f "$build/CMakeCache.txt" ] || generator=(-G Ninja)
+# GCC 12 inlines more at -O3 and then reports two kinds of known false positives, which -Werror
+# turns into a failed build: -Wrestrict on `"[" + std::to_string(i) + "]"` and
+# -Wmaybe-uninitialized inside copies of std::variant and std::optional. The trees that the
+# tests use are built at -O2, where neither appears.
+flags=""
+"${CXX:-c++}" --version 2>/dev/null | grep -qi clang || flags="-Wno-restrict -Wno-maybe-uninitialized"
+cmake -S . -B "$build" "${generator[@]}" -DCMAKE_BUILD_TYPE=Release -DVELMORA_BUILD_TESTS=OFF \
+  -DVELMORA_BUILD_BENCHMARKS=ON -DCMAKE_CXX_FLAGS="$flags" >&2
+cmake --build "$build" -j "$jobs" --target velmora-widgets "${benches[@]/#/bench_}" >&2
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/velmora-bench-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+load_before=$(cut -d' ' -f1-3 /proc/loadavg)
+
+for b in "${benches[@]}"; do
+  echo "== bench_$b" >&2
+  "$build/bench/bench_$b" --benchmark_format=json --benchmark_repetitions="$repetitions" \
+    --benchmark_report_aggregates_only=true >"$work/$b.json"
+done
+
+# The process figures draw against the same records as bench_widgets: a brief, 25 rows and a
+# portfolio, in a store folder of their own.
+program=$build/velmora-widgets
+store=$work/store
+rows=$(python3 -c '
+import json
+signals = ["Buy", "Strong Buy", "Neutral", "Sell", "Hold"]
+print(json.dumps([{"ticker": f"TK{i}", "companyName": f"Company {i} Holdings",
+                   "price": 100 + i * 3.25, "changePct": (i % 7) * 0.37 - 1,
+                   "signal": signals[i % 5], "score": 40 + i} for i in range(25)]))')
+"$program" --store-dir "$store" defaults write vmDailyBrief --data '{"ticker":"NVDA","companyName":"NVIDIA","summary":"Momentum continues with options flow signaling continuation through earnings; macro tailwind from softening rates remains supportive, while supply constraints ease into the next quarter and data-centre demand keeps guidance ahead of consensus.","signal":"Strong Buy","score":84.6,"generatedAt":"2025-11-16T05:45:00Z"}'
+"$program" --store-dir "$store" defaults write vmWatchlistTickers --data "$rows"
+"$program" --store-dir "$store" defaults write vmPortfolioSnapshot --data '{"totalValue":125000.5,"totalPnl":2500,"totalReturn":2.04,"dailyChange":-300,"dailyChangePct":-0.24,"holdingCount":25,"sourceLabel":"Broker sync","updatedAt":"2025-11-16T08:55:00Z"}'
+echo "== velmora-widgets render processes" >&2
+
+python3 - "$work" "$program" "$store" "$build" "$load_before" "${benches[@]}" <<'PY'
+import json, os, platform, statistics, subprocess, sys, time
+from datetime import datetime, timezone
+
+work, program, store, build, load_before, *benches = sys.argv[1:]
+
+# ---- the benchmark programs: the median of the repetitions ----
+medians = {}  # bench -> run_name -> entry
+for b in benches:
+    with open(os.path.join(work, b + ".json")) as f:
+        for e in json.load(f)["benchmarks"]:
+            if e.get("aggregate_name") == "median":
+                medians.setdefault(b, {})[e["run_name"]] = e
+
+def seconds(e, key):
+    scale = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[e["time_unit"]]
+    return e[key] * scale
+
+# ---- whole processes: one render of the large watchlist to a PNG ----
+command = [program, "--store-dir", store, "--at", "2025-11-16T09:00:00Z", "--locale", "en_US",
+           "--time-zone", "UTC", "render", "WatchlistGlance", "systemLarge",
+           "--out", os.path.join(work, "large.png")]
+for _ in range(3):  # warm the page cache and the font cache
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+walls, cpus = [], []
+for _ in range(20):
+    start = time.perf_counter()
+    child = subprocess.Popen(command, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(child.pid, 0)
+    walls.append(time.perf_counter() - start)
+    cpus.append(usage.ru_utime + usage.ru_stime)
+    if status != 0:
+        sys.exit(f"render failed: {status}")
+peaks = []
+for _ in range(5):
+    out = os.path.join(work, "time.txt")
+    subprocess.run(["/usr/bin/time", "-f", "%M", "-o", out] + command, check=True,
+                   stdout=subprocess.DEVNULL)
+    with open(out) as f:
+        peaks.append(int(f.read().split()[-1]))  # KiB
+
+# ---- the table ----
+def fmt(value, unit):
+    digits = 3 if value < 1 else 2 if value < 10 else 1 if value < 100 else 0
+    return f"{value:.{digits}f} {unit}"
+
+def row(name, real, cpu, unit, target=None):
+    scale = {"µs": 1e6, "ms": 1e3}[unit]
+    verdict = ""
+    if target is not None:
+        verdict = "yes" if cpu * scale <= target[1] else "**no**"
+    print(f"| {name} | {fmt(real * scale, unit)} | {fmt(cpu * scale, unit)} | "
+          f"{target[0] if target else ''} | {verdict} |")
+
+cpu_model = platform.processor() or "unknown"
+with open("/proc/cpuinfo") as f:
+    for line in f:
+        if line.startswith("model name"):
+            cpu_model = line.split(":", 1)[1].strip()
+            break
+now = datetime.now(timezone.utc).strftime("%Y-%m-%d %H:%M UTC")
+load_after = open("/proc/loadavg").read().split()[:3]
+print(f"Date: {now}  ")
+print(f"Machine: {cpu_model}, nproc {os.cpu_count()}, load average {load_before} before, "
+      f"{' '.join(load_after)} after  ")
+print(f"Build: Release ({build}); benchmarks: median of the repetitions. 'Meets' judges a "
+      f"benchmark by its CPU time, which other work on the machine disturbs least, and the "
+      f"process by its wall time")
+print()
+print("| Figure | Real | CPU | Target | Meets |")
+print("|---|---|---|---|---|")
+
+widgets = medians.get("widgets", {})
+for kind, widget in (("WatchlistGlance", 0), ("DailyBrief", 1)):
+    for request, index in (("snapshot", 0), ("timeline", 1)):
+        e = widgets[f"Request/{widget}/1/{index}"]
+        row(f"Request: {kind} {request}", seconds(e, "real_time"), seconds(e, "cpu_time"), "µs",
+            ("< 50 µs", 50))
+families = [(0, 0), (0, 1), (0, 2), (1, 1), (1, 2)]
+for what, name, target in (("Layout", "Layout", None),
+                           ("RenderPng", "Render (layout + 2× PNG)", ("≤ 1.5 ms warm", 1.5))):
+    for widget, family in families:
+        e = widgets[f"{what}/{widget}/{family}"]
+        row(f"{name}: {e['label']}", seconds(e, "real_time"), seconds(e, "cpu_time"), "ms",
+            target)
+print(f"| Process: `velmora-widgets render WatchlistGlance systemLarge --out x.png`, median of "
+      f"{len(walls)} | {fmt(statistics.median(walls) * 1e3, 'ms')} | "
+      f"{fmt(statistics.median(cpus) * 1e3, 'ms')} | < 50 ms | "
+      f"{'yes' if statistics.median(walls) * 1e3 < 50 else '**no**'} |")
+peak = max(peaks) / 1024
+print(f"| Process: peak RSS (`/usr/bin/time -f %M`, largest of {len(peaks)}) | {peak:.1f} MB | "
+      f"| < 25 MB | {'yes' if peak < 25 else '**no**'} |")
+for b in benches:
+    if b == "widgets":
+        continue
+    for name, e in medians.get(b, {}).items():
+        row(f"bench_{b}: {name}", seconds(e, "real_time"), seconds(e, "cpu_time"), "µs")
+PY
