@@ -45,30 +45,6 @@ std::string dumpRect(const Rect& rect) {
            " × " + dumpLength(rect.height) + ")";
 }
 
-std::string dumpQuoted(std::string_view text) {
-    std::string out = "\"";
-    for (char c : text) {
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                out += c;
-        }
-    }
-    out += '"';
-    return out;
-}
-
 std::string dumpFrames(const LayoutResult& result) {
     std::string out;
     for (const auto& frame : result.frames) {

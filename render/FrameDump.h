@@ -42,6 +42,5 @@ namespace render {
 [[nodiscard]] std::string dumpLength(double value);  // 0.01 rounding, "∞"
 [[nodiscard]] std::string dumpColorName(const Color& color);
 [[nodiscard]] std::string dumpRect(const Rect& rect);
-[[nodiscard]] std::string dumpQuoted(std::string_view text);
 
 }  // namespace render

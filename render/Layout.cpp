@@ -1,5 +1,6 @@
 #include "render/Layout.h"
 
+#include "style/TreeDump.h"
 #include "style/ViewNames.h"
 
 #include "platform/Fatal.h"

@@ -36,7 +36,9 @@ char32_t decodeUtf8(std::string_view text, std::size_t i, std::size_t& length) {
     return c;
 }
 
-std::string quoted(std::string_view text) {
+}  // namespace
+
+std::string dumpQuoted(std::string_view text) {
     std::string out = "\"";
     for (std::size_t i = 0; i < text.size();) {
         std::size_t length = 1;
@@ -71,6 +73,12 @@ std::string quoted(std::string_view text) {
     }
     out += '"';
     return out;
+}
+
+namespace {
+
+std::string quoted(std::string_view text) {
+    return dumpQuoted(text);
 }
 
 // An identity as written in ForEach(ids: [...]): bare when it is plain, else quoted.

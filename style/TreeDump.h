@@ -68,5 +68,9 @@
 // One colour in the dump's COLOR form ("Palette.bullish.opacity(0.18)", "#FFFFFF.opacity(0.04)").
 [[nodiscard]] std::string dumpColor(const Color& color);
 
+// A text in double quotes, with quotes, backslashes, line breaks and control characters
+// escaped so that it never spans two lines.
+[[nodiscard]] std::string dumpQuoted(std::string_view text);
+
 // One number in the dump's N form ("8", "0.18", "infinity").
 [[nodiscard]] std::string dumpNumber(double value);
