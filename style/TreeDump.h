@@ -61,6 +61,7 @@
 #include "style/View.h"
 
 #include <string>
+#include <string_view>
 
 // The whole tree, as above.
 [[nodiscard]] std::string dumpTree(const View& view);
