@@ -1,5 +1,6 @@
 #include "render/Layout.h"
 
+#include "style/Overloaded.h"
 #include "style/TreeDump.h"
 #include "style/ViewNames.h"
 
@@ -18,13 +19,6 @@
 
 namespace render {
 namespace {
-
-template <class... Ts>
-struct Overloaded : Ts... {
-    using Ts::operator()...;
-};
-template <class... Ts>
-Overloaded(Ts...) -> Overloaded<Ts...>;
 
 enum class Axis { horizontal, vertical };
 

@@ -3,6 +3,7 @@
 #include "render/ContinuousCorners.h"
 #include "render/PangoTextMeasurer.h"
 #include "render/Symbols.h"
+#include "style/Overloaded.h"
 
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
@@ -22,13 +23,6 @@
 
 namespace render {
 namespace {
-
-template <typename... Ts>
-struct Overloaded : Ts... {
-    using Ts::operator()...;
-};
-template <typename... Ts>
-Overloaded(Ts...) -> Overloaded<Ts...>;
 
 struct SurfaceDestroy {
     void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }

@@ -1,4 +1,6 @@
 #include "style/TreeDump.h"
+
+#include "style/Overloaded.h"
 #include "style/ViewNames.h"
 
 #include "style/Palette.h"
@@ -11,13 +13,6 @@
 #include <system_error>
 
 namespace {
-
-template <typename... Ts>
-struct Overloaded : Ts... {
-    using Ts::operator()...;
-};
-template <typename... Ts>
-Overloaded(Ts...) -> Overloaded<Ts...>;
 
 // Decodes one UTF-8 sequence at `i`; invalid bytes come back as themselves (length 1).
 char32_t decodeUtf8(std::string_view text, std::size_t i, std::size_t& length) {
