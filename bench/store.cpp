@@ -8,6 +8,8 @@
 #include "store/JSONEncoder.h"
 #include "watchlist/WatchlistTimelineProvider.h"
 
+#include "bench/SeededStore.h"
+
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
@@ -43,24 +45,7 @@ std::string rowsJson(int count) {
 
 // A store folder with the host app's three records, removed at exit.
 const std::string& storeFolder() {
-    static const std::string folder = [] {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "velmora-bench-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-        auto opened = platform::DefaultsStore::openForWriting(
-            platform::StoreLocation::appGroupIdentifier(), pattern);
-        auto& store = std::get<platform::DefaultsStore>(opened);
-        const auto put = [&](std::string_view key, const std::string& json) {
-            const auto* bytes = reinterpret_cast<const std::uint8_t*>(json.data());
-            if (store.setData(key, {bytes, json.size()})) std::abort();
-        };
-        put(dailyBriefKey, briefJson);
-        put(watchlistTickersKey, rowsJson(25));
-        put(portfolioSnapshotKey, portfolioJson);
-        static const std::string removeAtExit = pattern;
-        std::atexit([] { std::filesystem::remove_all(removeAtExit); });
-        return pattern;
-    }();
+    static const std::string folder = seedStoreFolder(briefJson, rowsJson(25), portfolioJson);
     return folder;
 }
 

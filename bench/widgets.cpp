@@ -1,14 +1,16 @@
 // The widgets end to end, as the host drives them: provider requests against a SQLite store on
 // disk, layout of each family's view, and layout plus painting to 2x PNG bytes.
 
+#include "widgets/Widgets.h"
 #include "host/WidgetHost.h"
 #include "platform/DefaultsStore.h"
 #include "platform/StoreLocation.h"
 #include "render/Layout.h"
-#include "render/PangoTextMeasurer.h"
 #include "render/Painter.h"
+#include "render/PangoTextMeasurer.h"
 #include "store/AppGroupStore.h"
-#include "widgets/Widgets.h"
+
+#include "bench/SeededStore.h"
 
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
@@ -46,24 +48,7 @@ std::string rowsJson(int count) {
 
 // A store folder holding the host app's three records (25 rows), removed at exit.
 const std::string& storeFolder() {
-    static const std::string folder = [] {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "velmora-bench-widgets-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-        auto opened = platform::DefaultsStore::openForWriting(
-            platform::StoreLocation::appGroupIdentifier(), pattern);
-        auto& store = std::get<platform::DefaultsStore>(opened);
-        const auto put = [&](std::string_view key, const std::string& json) {
-            const auto* bytes = reinterpret_cast<const std::uint8_t*>(json.data());
-            if (store.setData(key, {bytes, json.size()})) std::abort();
-        };
-        put(AppGroupContainer::dailyBriefKey, briefJson);
-        put(AppGroupContainer::watchlistTickersKey, rowsJson(25));
-        put(AppGroupContainer::portfolioSnapshotKey, portfolioJson);
-        static const std::string removeAtExit = pattern;
-        std::atexit([] { std::filesystem::remove_all(removeAtExit); });
-        return pattern;
-    }();
+    static const std::string folder = seedStoreFolder(briefJson, rowsJson(25), portfolioJson);
     return folder;
 }
 
@@ -97,12 +82,8 @@ void Request(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(widgetHost().request(p, request, clock()));
     state.SetLabel(p.kind + (request == host::Request::snapshot ? " snapshot" : " timeline"));
 }
-BENCHMARK(Request)
-    ->Args({0, 1, 0})
-    ->Args({0, 1, 1})
-    ->Args({1, 1, 0})
-    ->Args({1, 1, 1})
-    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(Request)->Args({0, 1, 0})->Args({0, 1, 1})->Args({1, 1, 0})->Args({1, 1, 1})->Unit(
+    benchmark::kMicrosecond);
 
 // Both widgets in each of their families: {widget, family}.
 void families(benchmark::internal::Benchmark* b) {
@@ -122,7 +103,8 @@ void RenderPng(benchmark::State& state) {
     const auto entry = widgetHost().request(p, host::Request::timeline, clock()).entries.front();
     for (auto _ : state) {
         const auto layout = widgetHost().draw(p, entry, clock().now());
-        benchmark::DoNotOptimize(render::paintToBytes(layout.drawList, render::ImageFormat::png, 2));
+        benchmark::DoNotOptimize(
+            render::paintToBytes(layout.drawList, render::ImageFormat::png, 2));
     }
     label(state);
 }
