@@ -104,8 +104,12 @@ int read(const GlobalOptions& globals, const DefaultsOptions& options) {
 }
 
 int remove(const GlobalOptions& globals, const DefaultsOptions& options) {
-    const auto store = openForReading(globals, options);
-    if (!store || !store->valueForKey(options.key)) {
+    // The reader keeps its snapshot until it is released, so it must be gone before the write.
+    const bool present = [&] {
+        const auto store = openForReading(globals, options);
+        return store && store->valueForKey(options.key);
+    }();
+    if (!present) {
         printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
         return exitFailure;
     }

@@ -27,7 +27,9 @@ using DefaultsValue = std::variant<Data, std::string>;
 // SQLite database file. A data value is stored as a BLOB, a text value as TEXT.
 //
 // The widget side opens a domain read-only for the length of one read: nothing is created,
-// not even a journal, and a writer's open transaction is waited for. The writer side (the
+// not even a journal, and a writer's open transaction is waited for. From its first lookup
+// until it is released a read-only store reads one snapshot and holds the database's shared
+// lock, so writers wait for it: release it before writing. The writer side (the
 // host app's stand-in: the command line, tests) creates what is missing and replaces a key in
 // one transaction.
 class DefaultsStore {
