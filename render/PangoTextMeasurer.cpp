@@ -1,8 +1,10 @@
 #include "render/PangoTextMeasurer.h"
 
+#include <fontconfig/fontconfig.h>
 #include <pango/pangocairo.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -57,11 +59,44 @@ struct GObjectUnref {
 };
 using LayoutPtr = std::unique_ptr<PangoLayout, GObjectUnref>;
 
+// The fonts on the machine, without the system's configuration rules. The rules (aliases,
+// hinting, language preferences: dozens of files) cost a render process several milliseconds
+// to read, and change nothing here: the widgets name their two families and set their own
+// font options. Falling back to any installed font for characters that the two families lack
+// still works. A FONTCONFIG_FILE set by the user is left to take effect.
+constexpr const char* fontDirectories = R"(<fontconfig>
+  <dir>/usr/share/fonts</dir>
+  <dir>/usr/local/share/fonts</dir>
+  <dir prefix="xdg">fonts</dir>
+  <dir>~/.fonts</dir>
+  <cachedir>/var/cache/fontconfig</cachedir>
+  <cachedir prefix="xdg">fontconfig</cachedir>
+  <cachedir>~/.fontconfig</cachedir>
+</fontconfig>)";
+
+// Made the process's fontconfig configuration once, before Pango's first font map: Pango
+// would otherwise load the system's configuration, and wait for it, whatever it is told.
+void useWidgetFontConfigOnce() {
+    static const bool done = [] {
+        if (std::getenv("FONTCONFIG_FILE") != nullptr) return false;
+        FcConfig* config = FcConfigCreate();
+        const bool built =
+            config != nullptr &&
+            FcConfigParseAndLoadFromMemory(config,
+                                           reinterpret_cast<const FcChar8*>(fontDirectories),
+                                           FcTrue) &&
+            FcConfigBuildFonts(config) && FcConfigSetCurrent(config);
+        if (config != nullptr) FcConfigDestroy(config);  // the current configuration keeps it
+        return built;
+    }();
+    (void)done;
+}
+
 // One thread's Pango state: Pango objects must not be shared between threads, so every thread
 // that measures or draws text gets its own font map and context, configured once.
 class ThreadPango {
 public:
-    ThreadPango() : m_fontMap(pango_cairo_font_map_new()) {
+    ThreadPango() : m_fontMap((useWidgetFontConfigOnce(), pango_cairo_font_map_new())) {
         m_context = pango_font_map_create_context(m_fontMap);
         pango_cairo_context_set_resolution(m_context, 72);  // 1 pt = 1 unit, for any relative size
         // Unhinted metrics and unrounded positions: the same layout in points at every scale.
