@@ -267,15 +267,13 @@ void unmapPixels(void* mapped) {
 SurfacePtr newImageSurface(int width, int height) {
     const int stride = cairo_format_stride_for_width(CAIRO_FORMAT_ARGB32, width);
     const std::size_t size = std::size_t(stride) * std::size_t(height);
-    void* data = stride > 0 && size > 0
-                     ? mmap(nullptr, size, PROT_READ | PROT_WRITE,
-                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0)
-                     : MAP_FAILED;
+    void* data = stride > 0 && size > 0 ? mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0)
+                                        : MAP_FAILED;
     if (data == MAP_FAILED)
         return SurfacePtr(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
-    SurfacePtr surface(cairo_image_surface_create_for_data(static_cast<unsigned char*>(data),
-                                                           CAIRO_FORMAT_ARGB32, width, height,
-                                                           stride));
+    SurfacePtr surface(cairo_image_surface_create_for_data(
+        static_cast<unsigned char*>(data), CAIRO_FORMAT_ARGB32, width, height, stride));
     auto* mapped = new MappedPixels{data, size};
     if (cairo_surface_set_user_data(surface.get(), &mappedPixelsKey, mapped, unmapPixels) !=
         CAIRO_STATUS_SUCCESS) {

@@ -4,8 +4,8 @@
 #include <pango/pangocairo.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <string>
@@ -80,12 +80,10 @@ void useWidgetFontConfigOnce() {
     static const bool done = [] {
         if (std::getenv("FONTCONFIG_FILE") != nullptr) return false;
         FcConfig* config = FcConfigCreate();
-        const bool built =
-            config != nullptr &&
-            FcConfigParseAndLoadFromMemory(config,
-                                           reinterpret_cast<const FcChar8*>(fontDirectories),
-                                           FcTrue) &&
-            FcConfigBuildFonts(config) && FcConfigSetCurrent(config);
+        const bool built = config != nullptr &&
+                           FcConfigParseAndLoadFromMemory(
+                               config, reinterpret_cast<const FcChar8*>(fontDirectories), FcTrue) &&
+                           FcConfigBuildFonts(config) && FcConfigSetCurrent(config);
         if (config != nullptr) FcConfigDestroy(config);  // the current configuration keeps it
         return built;
     }();
