@@ -10,6 +10,7 @@
 #include <cairo.h>
 #include <png.h>
 #include <sys/mman.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -18,6 +19,8 @@
 #include <charconv>
 #include <cmath>
 #include <csetjmp>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <memory>
@@ -247,38 +250,31 @@ PaintResult<std::string> encodePng(cairo_surface_t* surface) {
     return bytes;
 }
 
-const cairo_user_data_key_t mappedPixelsKey{};
+const cairo_user_data_key_t pixelsKey{};
 
-struct MappedPixels {
-    void* data;
-    std::size_t size;
-};
-
-void unmapPixels(void* mapped) {
-    auto* pixels = static_cast<MappedPixels*>(mapped);
-    munmap(pixels->data, pixels->size);
-    delete pixels;
-}
-
-// A transparent ARGB image surface whose pixel memory is mapped in at once. A process draws
-// one or a few widgets, each on fresh memory: touched page by page, the 2 MB of a large widget
-// at 2x took several hundred page faults, a sizeable part of a whole render process. Falls
-// back to Cairo's own allocation when the memory cannot be mapped.
+// A transparent ARGB image surface on memory of our own, made resident at once. A render
+// process draws one or a few widgets on fresh memory: touched page by page, the 2 MB of a
+// large widget at 2x took several hundred page faults, a sizeable part of a whole render
+// process, where one request to the kernel maps them together. Memory that the allocator
+// hands out again (a warm process) is resident already and costs only the clearing, as with
+// Cairo's own allocation, which remains the fallback.
 SurfacePtr newImageSurface(int width, int height) {
     const int stride = cairo_format_stride_for_width(CAIRO_FORMAT_ARGB32, width);
     const std::size_t size = std::size_t(stride) * std::size_t(height);
-    void* data = stride > 0 && size > 0 ? mmap(nullptr, size, PROT_READ | PROT_WRITE,
-                                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0)
-                                        : MAP_FAILED;
-    if (data == MAP_FAILED)
+    void* pixels = stride > 0 && size > 0 ? std::malloc(size) : nullptr;
+    if (pixels == nullptr)
         return SurfacePtr(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
+    const auto page = std::uintptr_t(sysconf(_SC_PAGESIZE));
+    const auto first = (std::uintptr_t(pixels) + page - 1) & ~(page - 1);
+    const auto last = (std::uintptr_t(pixels) + size) & ~(page - 1);
+    if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE);
+    std::memset(pixels, 0, size);
     SurfacePtr surface(cairo_image_surface_create_for_data(
-        static_cast<unsigned char*>(data), CAIRO_FORMAT_ARGB32, width, height, stride));
-    auto* mapped = new MappedPixels{data, size};
-    if (cairo_surface_set_user_data(surface.get(), &mappedPixelsKey, mapped, unmapPixels) !=
+        static_cast<unsigned char*>(pixels), CAIRO_FORMAT_ARGB32, width, height, stride));
+    if (cairo_surface_set_user_data(surface.get(), &pixelsKey, pixels, std::free) !=
         CAIRO_STATUS_SUCCESS) {
         surface.reset();  // the memory must outlive the surface that draws on it
-        unmapPixels(mapped);
+        std::free(pixels);
         return SurfacePtr(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
     }
     return surface;
