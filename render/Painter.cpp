@@ -8,10 +8,10 @@
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <cairo.h>
+#include <isa-l/igzip_lib.h>
 #include <png.h>
 #include <sys/mman.h>
 #include <unistd.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <cctype>
@@ -24,6 +24,8 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <optional>
+#include <vector>
 
 namespace render {
 namespace {
@@ -166,9 +168,10 @@ cairo_status_t appendBytes(void* closure, const unsigned char* data, unsigned in
     return CAIRO_STATUS_SUCCESS;
 }
 
-// PNG encoding tuned for speed: widget images are mostly flat colour, which zlib's fastest level
-// packs well without row filters. Cairo's own writer (adaptive filters, level 6) spends about
-// five times as long for files a fifth smaller. Opaque images are written without alpha.
+// PNG encoding tuned for speed: widget images are mostly flat colour, which the fastest
+// deflate level packs well without row filters. Cairo's own writer (adaptive filters, zlib
+// level 6) spends several times as long. Opaque images are written without alpha.
+
 // A pixel of a Cairo image (native-endian ARGB, premultiplied) with straight alpha.
 Rgba straightPixel(std::uint32_t argb) {
     const std::uint32_t a = argb >> 24;
@@ -187,63 +190,161 @@ void writePngBytes(png_structp png, png_bytep data, png_size_t length) {
 }
 void ignorePngWarning(png_structp, png_const_charp) {}
 
-// Kept free of objects with destructors: libpng reports errors by jumping back to the setjmp.
-bool writePng(png_structp png, png_infop info, cairo_surface_t* surface, bool opaque,
-              unsigned char* row) {
-    if (setjmp(png_jmpbuf(png))) return false;
+// The image data of a PNG: scanlines, each a filter byte ("none") and RGB samples, or RGBA
+// samples when the canvas has any transparency, compressed in the zlib format by ISA-L's
+// deflate at level 1. On widget pictures that is five to eight times as fast as zlib's fastest
+// level, for files of the same size.
+class ImageDataWriter {
+public:
+    explicit ImageDataWriter(std::size_t lineSize)
+        : m_stream(std::make_unique<isal_zstream>()),  // about 100 KB of state
+          m_levelBuffer(std::make_unique_for_overwrite<std::uint8_t[]>(ISAL_DEF_LVL1_SMALL)) {
+        isal_deflate_init(m_stream.get());
+        m_stream->level = 1;
+        m_stream->level_buf = m_levelBuffer.get();
+        m_stream->level_buf_size = ISAL_DEF_LVL1_SMALL;
+        m_stream->gzip_flag = IGZIP_ZLIB;
+        m_stream->flush = NO_FLUSH;
+        // Scanlines are gathered a few at a time, so that they are still in the cache when
+        // they are compressed.
+        m_lines.reserve(std::max<std::size_t>(lineSize, 32 * 1024 / lineSize * lineSize));
+    }
+
+    // Room for one more line at the end of the gathered ones.
+    unsigned char* newLine(std::size_t lineSize) {
+        if (m_lines.size() + lineSize > m_lines.capacity() && !flushLines(false)) return nullptr;
+        m_lines.resize(m_lines.size() + lineSize);
+        return m_lines.data() + m_lines.size() - lineSize;
+    }
+
+    // The whole stream, after the last line; nothing when the compressor failed.
+    std::optional<std::vector<unsigned char>> finish() && {
+        if (!flushLines(true)) return std::nullopt;
+        m_out.resize(m_written);
+        return std::move(m_out);
+    }
+
+private:
+    bool flushLines(bool last) {
+        m_stream->next_in = m_lines.data();
+        m_stream->avail_in = static_cast<std::uint32_t>(m_lines.size());
+        m_stream->end_of_stream = last ? 1 : 0;
+        do {
+            if (m_written == m_out.size())
+                m_out.resize(std::max<std::size_t>(64 * 1024, m_out.size() * 2));
+            m_stream->next_out = m_out.data() + m_written;
+            m_stream->avail_out = static_cast<std::uint32_t>(m_out.size() - m_written);
+            if (isal_deflate(m_stream.get()) != COMP_OK) return false;
+            m_written = m_out.size() - m_stream->avail_out;
+        } while (m_stream->avail_in > 0 || (last && m_stream->internal_state.state != ZSTATE_END));
+        m_lines.clear();
+        return true;
+    }
+
+    std::unique_ptr<isal_zstream> m_stream;
+    std::unique_ptr<std::uint8_t[]> m_levelBuffer;
+    std::vector<unsigned char> m_lines;
+    std::vector<unsigned char> m_out;
+    std::size_t m_written = 0;
+};
+
+struct ImageData {
+    std::vector<unsigned char> stream;
+    bool opaque = true;
+};
+
+// One row's RGB samples. The pointers never alias, and saying so lets the compiler vectorise.
+void rgbSamples(const std::uint32_t* __restrict row, unsigned char* __restrict out, int width) {
+    for (int x = 0; x < width; ++x, out += 3) {
+        out[0] = static_cast<unsigned char>(row[x] >> 16);
+        out[1] = static_cast<unsigned char>(row[x] >> 8);
+        out[2] = static_cast<unsigned char>(row[x]);
+    }
+}
+
+// The image data with RGB samples, or nothing when a row has any transparency.
+std::optional<std::vector<unsigned char>> rgbImageData(cairo_surface_t* surface, bool& failed) {
     const int width = cairo_image_surface_get_width(surface);
     const int height = cairo_image_surface_get_height(surface);
     const int stride = cairo_image_surface_get_stride(surface);
     const unsigned char* data = cairo_image_surface_get_data(surface);
+    const std::size_t lineSize = 1 + std::size_t(width) * 3;
+    ImageDataWriter writer(lineSize);
+    for (int y = 0; y < height; ++y) {
+        const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
+        std::uint32_t alpha = 0xff;
+        for (int x = 0; x < width; ++x) alpha &= row[x] >> 24;
+        if (alpha != 0xff) return std::nullopt;
+        unsigned char* out = writer.newLine(lineSize);
+        if (out == nullptr) break;
+        out[0] = PNG_FILTER_VALUE_NONE;
+        rgbSamples(row, out + 1, width);
+    }
+    auto stream = std::move(writer).finish();
+    failed = !stream;
+    return stream;
+}
+
+std::optional<std::vector<unsigned char>> rgbaImageData(cairo_surface_t* surface) {
+    const int width = cairo_image_surface_get_width(surface);
+    const int height = cairo_image_surface_get_height(surface);
+    const int stride = cairo_image_surface_get_stride(surface);
+    const unsigned char* data = cairo_image_surface_get_data(surface);
+    const std::size_t lineSize = 1 + std::size_t(width) * 4;
+    ImageDataWriter writer(lineSize);
+    for (int y = 0; y < height; ++y) {
+        const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
+        unsigned char* out = writer.newLine(lineSize);
+        if (out == nullptr) return std::nullopt;
+        *out++ = PNG_FILTER_VALUE_NONE;
+        for (int x = 0; x < width; ++x, out += 4) {
+            const Rgba p = straightPixel(row[x]);
+            out[0] = p.red;
+            out[1] = p.green;
+            out[2] = p.blue;
+            out[3] = p.alpha;
+        }
+    }
+    return std::move(writer).finish();
+}
+
+// RGB when every pixel is opaque (every widget canvas is), else RGBA from the start.
+std::optional<ImageData> imageData(cairo_surface_t* surface) {
+    bool failed = false;
+    if (auto rgb = rgbImageData(surface, failed)) return ImageData{std::move(*rgb), true};
+    if (failed) return std::nullopt;
+    if (auto rgba = rgbaImageData(surface)) return ImageData{std::move(*rgba), false};
+    return std::nullopt;
+}
+
+// Kept free of objects with destructors: libpng reports errors by jumping back to the setjmp.
+// libpng writes the signature, the header and the chunks around the compressed stream.
+bool writePng(png_structp png, png_infop info, int width, int height, bool opaque,
+              const std::vector<unsigned char>& stream) {
+    if (setjmp(png_jmpbuf(png))) return false;
     png_set_IHDR(png, info, png_uint_32(width), png_uint_32(height), 8,
                  opaque ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
-    png_set_compression_level(png, Z_BEST_SPEED);
     png_write_info(png, info);
-    for (int y = 0; y < height; ++y) {
-        const auto* pixels = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
-        unsigned char* out = row;
-        if (opaque) {
-            for (int x = 0; x < width; ++x, out += 3) {
-                out[0] = png_byte(pixels[x] >> 16);
-                out[1] = png_byte(pixels[x] >> 8);
-                out[2] = png_byte(pixels[x]);
-            }
-        } else {
-            for (int x = 0; x < width; ++x, out += 4) {
-                const Rgba p = straightPixel(pixels[x]);
-                out[0] = p.red;
-                out[1] = p.green;
-                out[2] = p.blue;
-                out[3] = p.alpha;
-            }
-        }
-        png_write_row(png, row);
-    }
-    png_write_end(png, info);
+    png_write_chunk(png, reinterpret_cast<png_const_bytep>("IDAT"), stream.data(), stream.size());
+    png_write_chunk(png, reinterpret_cast<png_const_bytep>("IEND"), nullptr, 0);
     return true;
 }
 
 PaintResult<std::string> encodePng(cairo_surface_t* surface) {
-    const int width = cairo_image_surface_get_width(surface);
-    const int height = cairo_image_surface_get_height(surface);
-    const int stride = cairo_image_surface_get_stride(surface);
-    const unsigned char* data = cairo_image_surface_get_data(surface);
-    bool opaque = true;
-    for (int y = 0; y < height && opaque; ++y) {
-        const auto* pixels = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
-        for (int x = 0; x < width; ++x) opaque &= (pixels[x] >> 24) == 0xff;
-    }
+    const auto image = imageData(surface);
+    if (!image) return PaintError{"encoding PNG failed: cannot compress the image"};
+
     std::string bytes;
-    std::vector<unsigned char> row(std::size_t(width) * 4);
+    bytes.reserve(image->stream.size() + 128);
     png_structp png =
         png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, ignorePngWarning);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     bool written = false;
     if (png && info) {
         png_set_write_fn(png, &bytes, writePngBytes, nullptr);
-        written = writePng(png, info, surface, opaque, row.data());
+        written = writePng(png, info, cairo_image_surface_get_width(surface),
+                           cairo_image_surface_get_height(surface), image->opaque, image->stream);
     }
     png_destroy_write_struct(&png, &info);
     if (!written) return PaintError{"encoding PNG failed"};

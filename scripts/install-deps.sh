@@ -3,7 +3,7 @@
 # browser test of the gallery page; time: the peak memory figure of scripts/bench.sh).
 set -euo pipefail
 packages=(cmake ninja-build g++ clang pkg-config libclang-rt-14-dev
-  libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libpng-dev zlib1g-dev
+  libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libpng-dev zlib1g-dev libisal-dev
   liburiparser-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
   fonts-inter fonts-jetbrains-mono chromium time "$@")
 missing=()
