@@ -328,8 +328,11 @@ TextLayoutFacts describeTextLayout(std::string_view text, const TextStyle& style
 
 namespace detail {
 
-void drawText(CairoContext* context, const DrawText& command) {
-    cairo_t* cairo = reinterpret_cast<cairo_t*>(context);
+namespace {
+
+// A text laid out for drawing in its frame: shaped at the frame's width and cut to the lines
+// that fit its height.
+LayoutPtr layoutForFrame(const DrawText& command) {
     const Rect& frame = command.frame;
     ShapedText shaped = shape(command.text, command.style, frame.width);
     PangoLayout* layout = shaped.layout.get();
@@ -346,6 +349,51 @@ void drawText(CairoContext* context, const DrawText& command) {
     } while (pango_layout_iter_next_line(iter));
     pango_layout_iter_free(iter);
     if (fitting < lines) limitLines(layout, std::max(fitting, 1), true);
+    return std::move(shaped.layout);
+}
+
+struct FrameKey {
+    MeasureKey text;
+    double height;
+    bool operator==(const FrameKey&) const = default;
+};
+
+struct FrameKeyHash {
+    std::size_t operator()(const FrameKey& key) const {
+        return MeasureKeyHash{}(key.text) ^ std::hash<double>{}(key.height);
+    }
+};
+
+}  // namespace
+
+void drawText(CairoContext* context, const DrawText& command) {
+    cairo_t* cairo = reinterpret_cast<cairo_t*>(context);
+    const Rect& frame = command.frame;
+    // A widget is drawn again and again with mostly the same texts in the same frames (every
+    // reload, every family), and shaping is most of a text's cost: each thread keeps the
+    // layouts of the short texts it drew last, forgetting them all at once when full. A layout
+    // does not depend on the surface it is drawn on.
+    constexpr std::size_t remembered = 128;
+    constexpr std::size_t longestRemembered = 1024;  // bytes of text
+    thread_local std::unordered_map<FrameKey, LayoutPtr, FrameKeyHash> drawn;
+    LayoutPtr unremembered;
+    PangoLayout* layout = nullptr;
+    if (command.text.size() <= longestRemembered) {
+        std::optional<double> width = frame.width;
+        if (!std::isfinite(frame.width)) width.reset();
+        FrameKey key{{command.text, command.style.font, command.style.lineLimit,
+                      command.style.alignment, width},
+                     frame.height};
+        auto found = drawn.find(key);
+        if (found == drawn.end()) {
+            if (drawn.size() >= remembered) drawn.clear();
+            found = drawn.emplace(std::move(key), layoutForFrame(command)).first;
+        }
+        layout = found->second.get();
+    } else {
+        unremembered = layoutForFrame(command);
+        layout = unremembered.get();
+    }
 
     const Color& color = command.style.color;
     cairo_save(cairo);

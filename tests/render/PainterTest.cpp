@@ -204,3 +204,22 @@ TEST(Painter, PngHoldsThePaintedPixels) {
         EXPECT_EQ(differingPixels(decoded, painted, 1), 0) << c.name;
     }
 }
+
+// Drawn texts are remembered by frame: the same text in another frame or colour, or again
+// after others, must draw as if for the first time.
+TEST(Painter, TextsDrawnAgainDrawTheSame) {
+    const TextStyle style{Font::system(10), Palette::textPrimary};
+    const std::string words = "Momentum continues with options flow signaling continuation";
+    const auto draw = [&](Rect frame, Color color) {
+        return renderBitmap(withBackground({DrawText{frame, words, {style.font, color}}}), 2);
+    };
+    const Bitmap tall = draw({2, 2, 36, 26}, Palette::textPrimary);
+    const Bitmap shortFrame = draw({2, 2, 36, 8}, Palette::textPrimary);
+    const Bitmap bullish = draw({2, 2, 36, 26}, Palette::bullish);
+    EXPECT_EQ(draw({2, 2, 36, 26}, Palette::textPrimary), tall);
+    EXPECT_GT(differingPixels(tall, shortFrame, 0), 0) << "a lower frame shows fewer lines";
+    EXPECT_GT(differingPixels(tall, bullish, 0), 0) << "the colour is the command's";
+    int bullishPixels = 0;
+    for (const Rgba& p : bullish.pixels) bullishPixels += p == opaque(Palette::bullish);
+    EXPECT_GT(bullishPixels, 0);
+}
