@@ -81,9 +81,9 @@ int differingPixels(const Bitmap& a, const Bitmap& b, int tolerance) {
     int differing = 0;
     for (std::size_t i = 0; i < std::min(a.pixels.size(), b.pixels.size()); ++i) {
         const Rgba p = a.pixels[i], q = b.pixels[i];
-        differing += std::abs(p.red - q.red) > tolerance || std::abs(p.green - q.green) > tolerance ||
-                     std::abs(p.blue - q.blue) > tolerance ||
-                     std::abs(p.alpha - q.alpha) > tolerance;
+        differing +=
+            std::abs(p.red - q.red) > tolerance || std::abs(p.green - q.green) > tolerance ||
+            std::abs(p.blue - q.blue) > tolerance || std::abs(p.alpha - q.alpha) > tolerance;
     }
     return differing;
 }
@@ -184,7 +184,9 @@ TEST(Painter, PngHoldsThePaintedPixels) {
         {"transparent lower half",
          DrawList{canvas,
                   {FillShape{{0, 0, 40, 15}, 0, RoundedCornerStyle::continuous, Palette::surface},
-                   FillShape{{5, 12, 20, 10}, 4, RoundedCornerStyle::continuous,
+                   FillShape{{5, 12, 20, 10},
+                             4,
+                             RoundedCornerStyle::continuous,
                              Palette::bullish.opacity(0.4)},
                    text}},
          2},
