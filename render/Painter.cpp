@@ -196,25 +196,27 @@ void ignorePngWarning(png_structp, png_const_charp) {}
 // level, for files of the same size.
 class ImageDataWriter {
 public:
+    // Scanlines are gathered a few at a time, so that they are still in the cache when they
+    // are compressed.
     explicit ImageDataWriter(std::size_t lineSize)
         : m_stream(std::make_unique<isal_zstream>()),  // about 100 KB of state
-          m_levelBuffer(std::make_unique_for_overwrite<std::uint8_t[]>(ISAL_DEF_LVL1_SMALL)) {
+          m_levelBuffer(std::make_unique_for_overwrite<std::uint8_t[]>(ISAL_DEF_LVL1_SMALL)),
+          m_lineSize(lineSize),
+          m_capacity(std::max<std::size_t>(lineSize, 32 * 1024 / lineSize * lineSize)),
+          m_lines(std::make_unique_for_overwrite<unsigned char[]>(m_capacity)) {
         isal_deflate_init(m_stream.get());
         m_stream->level = 1;
         m_stream->level_buf = m_levelBuffer.get();
         m_stream->level_buf_size = ISAL_DEF_LVL1_SMALL;
         m_stream->gzip_flag = IGZIP_ZLIB;
         m_stream->flush = NO_FLUSH;
-        // Scanlines are gathered a few at a time, so that they are still in the cache when
-        // they are compressed.
-        m_lines.reserve(std::max<std::size_t>(lineSize, 32 * 1024 / lineSize * lineSize));
     }
 
-    // Room for one more line at the end of the gathered ones.
-    unsigned char* newLine(std::size_t lineSize) {
-        if (m_lines.size() + lineSize > m_lines.capacity() && !flushLines(false)) return nullptr;
-        m_lines.resize(m_lines.size() + lineSize);
-        return m_lines.data() + m_lines.size() - lineSize;
+    // Room for one more line at the end of the gathered ones, left for the caller to fill.
+    unsigned char* newLine() {
+        if (m_gathered + m_lineSize > m_capacity && !flushLines(false)) return nullptr;
+        m_gathered += m_lineSize;
+        return m_lines.get() + m_gathered - m_lineSize;
     }
 
     // The whole stream, after the last line; nothing when the compressor failed.
@@ -226,8 +228,8 @@ public:
 
 private:
     bool flushLines(bool last) {
-        m_stream->next_in = m_lines.data();
-        m_stream->avail_in = static_cast<std::uint32_t>(m_lines.size());
+        m_stream->next_in = m_lines.get();
+        m_stream->avail_in = static_cast<std::uint32_t>(m_gathered);
         m_stream->end_of_stream = last ? 1 : 0;
         do {
             if (m_written == m_out.size())
@@ -237,13 +239,16 @@ private:
             if (isal_deflate(m_stream.get()) != COMP_OK) return false;
             m_written = m_out.size() - m_stream->avail_out;
         } while (m_stream->avail_in > 0 || (last && m_stream->internal_state.state != ZSTATE_END));
-        m_lines.clear();
+        m_gathered = 0;
         return true;
     }
 
     std::unique_ptr<isal_zstream> m_stream;
     std::unique_ptr<std::uint8_t[]> m_levelBuffer;
-    std::vector<unsigned char> m_lines;
+    std::size_t m_lineSize;
+    std::size_t m_capacity;
+    std::unique_ptr<unsigned char[]> m_lines;
+    std::size_t m_gathered = 0;
     std::vector<unsigned char> m_out;
     std::size_t m_written = 0;
 };
@@ -285,7 +290,7 @@ std::optional<std::vector<unsigned char>> rgbImageData(cairo_surface_t* surface,
     for (int y = 0; y < height; ++y) {
         const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
         if (!isOpaque(row, width)) return std::nullopt;
-        unsigned char* out = writer.newLine(lineSize);
+        unsigned char* out = writer.newLine();
         if (out == nullptr) break;
         out[0] = PNG_FILTER_VALUE_NONE;
         rgbSamples(row, out + 1, width);
@@ -304,7 +309,7 @@ std::optional<std::vector<unsigned char>> rgbaImageData(cairo_surface_t* surface
     ImageDataWriter writer(lineSize);
     for (int y = 0; y < height; ++y) {
         const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
-        unsigned char* out = writer.newLine(lineSize);
+        unsigned char* out = writer.newLine();
         if (out == nullptr) return std::nullopt;
         *out++ = PNG_FILTER_VALUE_NONE;
         for (int x = 0; x < width; ++x, out += 4) {
