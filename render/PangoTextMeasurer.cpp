@@ -59,11 +59,13 @@ struct GObjectUnref {
 };
 using LayoutPtr = std::unique_ptr<PangoLayout, GObjectUnref>;
 
-// The fonts on the machine, without the system's configuration rules. The rules (aliases,
-// hinting, language preferences: dozens of files) cost a render process several milliseconds
-// to read, and change nothing here: the widgets name their two families and set their own
-// font options. Falling back to any installed font for characters that the two families lack
-// still works. A FONTCONFIG_FILE set by the user is left to take effect.
+// The fonts on the machine, without most of the system's configuration rules. The rules
+// (aliases, hinting, language preferences: dozens of files) cost a render process several
+// milliseconds to read, and change nothing here: the widgets name their two families and set
+// their own font options. Falling back to any installed font for characters that the two
+// families lack still works. The one rule kept scales bitmap fonts to the size asked for:
+// colour emoji come as bitmaps of 136 pixels, which would otherwise be drawn at that size.
+// A FONTCONFIG_FILE set by the user is left to take effect.
 constexpr const char* fontDirectories = R"(<fontconfig>
   <dir>/usr/share/fonts</dir>
   <dir>/usr/local/share/fonts</dir>
@@ -72,6 +74,7 @@ constexpr const char* fontDirectories = R"(<fontconfig>
   <cachedir>/var/cache/fontconfig</cachedir>
   <cachedir prefix="xdg">fontconfig</cachedir>
   <cachedir>~/.fontconfig</cachedir>
+  <include ignore_missing="yes">/usr/share/fontconfig/conf.avail/10-scale-bitmap-fonts.conf</include>
 </fontconfig>)";
 
 // Made the process's fontconfig configuration once, before Pango's first font map: Pango

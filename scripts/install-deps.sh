@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(cmake ninja-build g++ clang pkg-config libclang-rt-14-dev
   libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libpng-dev zlib1g-dev libisal-dev
   liburiparser-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
-  fonts-inter fonts-jetbrains-mono chromium time "$@")
+  fonts-inter fonts-jetbrains-mono fonts-noto-color-emoji chromium time "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,5 +1,6 @@
 #include "render/PangoTextMeasurer.h"
 
+#include "render/Painter.h"
 #include "style/Palette.h"
 
 #include <gtest/gtest.h>
@@ -50,4 +51,25 @@ TEST(TextMeasurer, WrapsToTheWidthAndCutsAtTheLineLimit) {
     EXPECT_TRUE(cut.ellipsized);
     EXPECT_NEAR(pangoTextMeasurer().measure(summary, oneLine, 150).size.height, ideal.size.height,
                 1e-6);
+}
+
+// Colour emoji come as bitmaps of 136 pixels: set in a 12 pt text they must take about as much
+// room as a letter of it, at every scale, as the system's bitmap scaling rule makes them.
+TEST(TextMeasurer, ColourEmojiTakeTheSizeOfTheText) {
+    const TextStyle body = style(Font::system(12));
+    if (describeTextLayout("🚀", body, std::nullopt).family != "Noto Color Emoji")
+        GTEST_SKIP() << "no colour emoji font on this machine";
+    const TextMetrics emoji = pangoTextMeasurer().measure("🚀", body, std::nullopt);
+    EXPECT_GT(emoji.size.width, 6);
+    EXPECT_LT(emoji.size.width, 24);
+    EXPECT_LT(emoji.size.height, 24);
+
+    // Drawn, its ink stays near the line it sits on.
+    const TextMetrics line = pangoTextMeasurer().measure("Up 🚀", body, std::nullopt);
+    const Bitmap bitmap = renderBitmap(
+        DrawList{{60, 30}, {DrawText{{2, 2, line.size.width, line.size.height}, "Up 🚀", body}}}, 2);
+    int inkBelow = 0;
+    for (int y = int((2 + line.size.height + 2) * 2); y < bitmap.height; ++y)
+        for (int x = 0; x < bitmap.width; ++x) inkBelow += bitmap.at(x, y).alpha != 0;
+    EXPECT_EQ(inkBelow, 0);
 }
