@@ -48,8 +48,9 @@ struct Fixture {
     }
     std::optional<DailyBrief> brief() const { return brief(store.directory()); }
 
-    // No read of any key gives a value, `times` times over from four threads at once.
-    void expectNothingRead(const std::string& folder, int times = 25) const {
+    // How many reads gave a value: `extraKey` and the three records, `times` times over from
+    // four threads at once.
+    int valuesRead(const std::string& folder, int times, const char* extraKey = nullptr) const {
         std::vector<std::thread> readers;
         std::atomic<int> values = 0;
         for (int t = 0; t < 4; ++t)
@@ -59,20 +60,25 @@ struct Fixture {
                     values += readRows(watchlistTickersKey, folder, logger).has_value();
                     values += readRecord<PortfolioSnapshot>(portfolioSnapshotKey, folder, logger)
                                   .has_value();
+                    if (extraKey)
+                        values += readRecord<DailyBrief>(extraKey, folder, logger).has_value();
                 }
             });
         for (auto& reader : readers) reader.join();
-        EXPECT_EQ(values, 0);
+        return values;
+    }
+
+    // No read of `folder` gives a value or logs a line, and the store's folder is left as it was.
+    void expectNothingRead(const std::string& folder, int times = 25) const {
+        const DiskState before(store.folder());
+        EXPECT_EQ(valuesRead(folder, times), 0);
+        EXPECT_THAT(sink.lines(), IsEmpty());
+        EXPECT_EQ(DiskState(store.folder()), before);
     }
 };
 
 void overwrite(const std::filesystem::path& file, const std::string& bytes) {
     std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
-}
-
-std::string contents(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // The store as the host app leaves it, every key set.
@@ -119,14 +125,11 @@ TEST(Faults, CorruptSuiteDatabaseGivesNoValueSilently) {
         // The standard defaults hold a brief too; the suite's file exists, so the suite is what
         // the reads use and the standard defaults stay out of it.
         f.store.putData(dailyBriefKey, samples::brief, /*standard=*/true);
-        const std::string good = contents(f.store.suiteFile());
+        const std::string good =
+            DiskState(f.store.folder()).entries.at(f.store.suiteFile().filename().string()).bytes;
         ASSERT_EQ(good.size(), 8192u) << "the store's page layout changed";
         overwrite(f.store.suiteFile(), damage(good));
-
-        const DiskState before(f.store.folder());
         f.expectNothingRead(f.store.directory());
-        EXPECT_THAT(f.sink.lines(), IsEmpty());
-        EXPECT_EQ(DiskState(f.store.folder()), before);
     }
 }
 
@@ -137,99 +140,77 @@ TEST(Faults, ReadWaitsForAWriterHoldingTheLockAndSeesItsCommit) {
     ASSERT_LT(300, platform::DefaultsStore::busyTimeoutMilliseconds);
 
     // Another process takes the EXCLUSIVE lock, changes the brief and holds on for 300 ms,
-    // well inside the readers' busy timeout.
+    // well inside the readers' busy timeout. The read cannot see the old brief under that
+    // lock: it waits for the commit and sees the new one.
     ChildProcess holder({writerProgram, "hold", f.store.directory(), std::string(dailyBriefKey),
                          otherBrief, "300"});
     ASSERT_EQ(holder.readLine(), "locked");
-    // Nothing can be read under that lock, not even the old brief: the read waits for the
-    // commit and sees the new one.
-    const auto brief = f.brief();
-    ASSERT_TRUE(brief);
-    EXPECT_EQ(*brief, expected);
+    EXPECT_EQ(f.brief(), expected);
     EXPECT_EQ(holder.wait(), 0);
     EXPECT_THAT(f.sink.lines(), IsEmpty());
 }
 
 TEST(Faults, HostAppDyingMidWriteNeverShowsItsHalfWrittenTransaction) {
     const DailyBrief committed = sharedDecoder().decode<DailyBrief>(samples::brief).value();
-    const auto journalOf = [](const TempStore& store) {
-        return std::filesystem::path(store.suiteFile().string() + "-journal");
-    };
-    {
-        SCOPED_TRACE("died before its journal was synced");
+    for (const bool spill : {false, true}) {
+        SCOPED_TRACE(spill ? "died after changed pages reached the database file"
+                           : "died before its journal was synced");
         Fixture f;
         fill(f.store);
-        ChildProcess crashing({writerProgram, "abandon", f.store.directory(),
-                               std::string(dailyBriefKey), otherBrief});
-        ASSERT_EQ(crashing.wait(), 0);
-        ASSERT_TRUE(std::filesystem::exists(journalOf(f.store)));
-        // The database file still holds the last commit, and the journal left behind is not
-        // hot (its header was never written): reads see the committed brief.
-        const DiskState before(f.store.folder());
-        for (int i = 0; i < 20; ++i) {
-            const auto brief = f.brief();
-            ASSERT_TRUE(brief);
-            EXPECT_EQ(*brief, committed);
+        std::vector<std::string> args{writerProgram, "abandon", f.store.directory(),
+                                      std::string(dailyBriefKey), otherBrief};
+        if (spill) args.emplace_back("spill");
+        ASSERT_EQ(ChildProcess(args).wait(), 0);
+        const std::filesystem::path journal = f.store.suiteFile().string() + "-journal";
+        ASSERT_TRUE(std::filesystem::exists(journal));
+        if (!spill) {
+            // The database file still holds the last commit, and the journal left behind is
+            // not hot (its header was never written): reads see the committed brief.
+            const DiskState before(f.store.folder());
+            for (int i = 0; i < 20; ++i) ASSERT_EQ(f.brief(), committed);
+            EXPECT_EQ(DiskState(f.store.folder()), before);
+            EXPECT_THAT(f.sink.lines(), IsEmpty());
+            continue;
         }
-        EXPECT_EQ(DiskState(f.store.folder()), before);
-        EXPECT_THAT(f.sink.lines(), IsEmpty());
-    }
-    {
-        SCOPED_TRACE("died after changed pages reached the database file");
-        Fixture f;
-        fill(f.store);
-        ChildProcess crashing({writerProgram, "abandon", f.store.directory(),
-                               std::string(dailyBriefKey), otherBrief, "spill"});
-        ASSERT_EQ(crashing.wait(), 0);
         // The journal is hot: the database must be rolled back before anyone reads it, which
         // a read-only reader cannot do. Reads give nothing rather than half a transaction, and
         // leave both files alone.
-        const DiskState before(f.store.folder());
         f.expectNothingRead(f.store.directory());
-        EXPECT_EQ(DiskState(f.store.folder()), before);
-        EXPECT_THAT(f.sink.lines(), IsEmpty());
 
         // The host app's next write rolls the lost transaction back; what was committed before
         // reads again.
         f.store.putData(portfolioSnapshotKey, samples::snapshot);
-        EXPECT_FALSE(std::filesystem::exists(journalOf(f.store)));
-        const auto brief = f.brief();
-        ASSERT_TRUE(brief);
-        EXPECT_EQ(*brief, committed);
+        EXPECT_FALSE(std::filesystem::exists(journal));
+        EXPECT_EQ(f.brief(), committed);
         EXPECT_TRUE(readRows(watchlistTickersKey, f.store.directory(), f.logger));
         EXPECT_FALSE(readRecord<DailyBrief>("filler1", f.store.directory(), f.logger));
         EXPECT_THAT(f.sink.lines(), IsEmpty());
     }
 }
 
-TEST(Faults, MissingOrMisplacedFolderGivesNoValueAndCreatesNothing) {
+TEST(Faults, MissingMisplacedOrUnopenableStoreGivesNoValueAndCreatesNothing) {
     Fixture f;
-    const auto missing = f.store.folder() / "absent" / "deeper";
-    f.expectNothingRead(missing.string(), 2);
+    f.expectNothingRead((f.store.folder() / "absent" / "deeper").string(), 2);
     EXPECT_FALSE(std::filesystem::exists(f.store.folder() / "absent"));
 
     // A store path that names a file, or a folder below a file.
     const auto file = f.store.folder() / "plain-file";
     overwrite(file, "not a folder");
-    const DiskState before(f.store.folder());
     f.expectNothingRead(file.string(), 2);
     f.expectNothingRead((file / "below").string(), 2);
-    EXPECT_EQ(DiskState(f.store.folder()), before);
-    EXPECT_THAT(f.sink.lines(), IsEmpty());
-}
 
-TEST(Faults, SuiteThatCannotBeOpenedFallsBackToTheStandardDefaults) {
-    Fixture f;
-    f.store.putData(dailyBriefKey, samples::brief, /*standard=*/true);
-    // A folder where the suite's database file belongs: no database can be opened there.
-    std::filesystem::create_directory(f.store.suiteFile());
-    const DiskState before(f.store.folder());
-    const auto brief = f.brief();
+    // A folder where the suite's database file belongs: no database can be opened there, and
+    // the reads fall back to the standard defaults.
+    Fixture g;
+    g.store.putData(dailyBriefKey, samples::brief, /*standard=*/true);
+    std::filesystem::create_directory(g.store.suiteFile());
+    const DiskState before(g.store.folder());
+    const auto brief = g.brief();
     ASSERT_TRUE(brief);
     EXPECT_EQ(brief->ticker, "NVDA");
-    EXPECT_FALSE(readRows(watchlistTickersKey, f.store.directory(), f.logger));
-    EXPECT_EQ(DiskState(f.store.folder()), before);
-    EXPECT_THAT(f.sink.lines(), IsEmpty());
+    EXPECT_FALSE(readRows(watchlistTickersKey, g.store.directory(), g.logger));
+    EXPECT_EQ(DiskState(g.store.folder()), before);
+    EXPECT_THAT(g.sink.lines(), IsEmpty());
 }
 
 TEST(Faults, UnreadableFolderOrDatabaseGivesNoValue) {
@@ -241,11 +222,11 @@ TEST(Faults, UnreadableFolderOrDatabaseGivesNoValue) {
     // The suite's file cannot be opened: the read goes on in the standard defaults, which do
     // not exist either.
     ::chmod(f.store.suiteFile().c_str(), 0);
-    f.expectNothingRead(f.store.directory(), 2);
+    EXPECT_EQ(f.valuesRead(f.store.directory(), 2), 0);
     ::chmod(f.store.suiteFile().c_str(), 0644);
 
     ::chmod(f.store.folder().c_str(), 0);
-    f.expectNothingRead(f.store.directory(), 2);
+    EXPECT_EQ(f.valuesRead(f.store.directory(), 2), 0);
     ::chmod(f.store.folder().c_str(), 0755);
 
     EXPECT_EQ(DiskState(f.store.folder()), before);
@@ -253,15 +234,7 @@ TEST(Faults, UnreadableFolderOrDatabaseGivesNoValue) {
 }
 
 TEST(Faults, DatabaseOfAnotherShapeGivesNoValue) {
-    const std::string brief = "X'" + [] {
-        std::string hex;
-        for (unsigned char c : samples::brief) {
-            constexpr char digits[] = "0123456789ABCDEF";
-            hex += digits[c >> 4];
-            hex += digits[c & 15];
-        }
-        return hex;
-    }() + "'";
+    const std::string brief = "CAST('" + samples::brief + "' AS BLOB)";
     const std::vector<std::pair<std::string, std::string>> shapes = {
         {"another table",
          "CREATE TABLE preferences (key TEXT PRIMARY KEY, value);"
@@ -284,10 +257,7 @@ TEST(Faults, DatabaseOfAnotherShapeGivesNoValue) {
         SCOPED_TRACE(what);
         Fixture f;
         makeDatabase(f.store.suiteFile(), sql);
-        const DiskState before(f.store.folder());
         f.expectNothingRead(f.store.directory());
-        EXPECT_THAT(f.sink.lines(), IsEmpty());
-        EXPECT_EQ(DiskState(f.store.folder()), before);
     }
 }
 
@@ -296,22 +266,7 @@ TEST(Faults, ManyReadsLeaveTheStoreAsTheyFoundIt) {
     fill(f.store);
     f.store.putData(portfolioSnapshotKey, "{\"totalValue\":1}");  // fails, and is logged
     const DiskState before(f.store.folder());
-    std::vector<std::thread> readers;
-    std::atomic<int> values = 0;
-    for (int t = 0; t < 4; ++t)
-        readers.emplace_back([&] {
-            for (int i = 0; i < 100; ++i) {
-                values += f.brief().has_value();
-                values += readRows(watchlistTickersKey, f.store.directory(), f.logger).has_value();
-                values += readRecord<PortfolioSnapshot>(portfolioSnapshotKey, f.store.directory(),
-                                                        f.logger)
-                              .has_value();
-                values += readRecord<DailyBrief>("vmNeverWritten", f.store.directory(), f.logger)
-                              .has_value();
-            }
-        });
-    for (auto& reader : readers) reader.join();
-    EXPECT_EQ(values, 800);
+    EXPECT_EQ(f.valuesRead(f.store.directory(), 100, "vmNeverWritten"), 800);
     EXPECT_EQ(f.sink.lines().size(), 400u);
     EXPECT_EQ(DiskState(f.store.folder()), before);
 }
