@@ -1,5 +1,6 @@
 #include "platform/DefaultsStore.h"
 #include "platform/StoreLocation.h"
+#include "tests/support/DiskState.h"
 #include "tests/support/TempStore.h"
 
 #include <gmock/gmock.h>
@@ -8,30 +9,17 @@
 
 #include <chrono>
 #include <fstream>
-#include <iterator>
-#include <set>
 #include <thread>
 
 namespace {
 
+using diskstate::DiskState;
 using platform::Data;
 using platform::DefaultsStore;
 using tempstore::TempStore;
 
 Data bytes(std::string_view text) {
     return Data(text.begin(), text.end());
-}
-
-std::set<std::string> filesIn(const std::filesystem::path& folder) {
-    std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-        names.insert(entry.path().filename().string());
-    return names;
-}
-
-std::string contents(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 DefaultsStore writer(const std::filesystem::path& folder,
@@ -104,11 +92,9 @@ TEST(DefaultsStore, ReadsLeaveTheDatabaseUntouched) {
         auto store = writer(temp.folder());
         EXPECT_FALSE(store.setData("vmDailyBrief", bytes("{}")));
     }
-    const auto file = temp.suiteFile();
-    const auto before = contents(file);
-    const auto modified = std::filesystem::last_write_time(file);
-    const auto files = filesIn(temp.folder());
-    EXPECT_THAT(files, testing::ElementsAre(file.filename().string()));
+    const DiskState before(temp.folder());
+    ASSERT_EQ(before.entries.size(), 1u);
+    ASSERT_TRUE(before.entries.contains(temp.suiteFile().filename().string()));
 
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     for (int i = 0; i < 3; ++i) {
@@ -117,16 +103,14 @@ TEST(DefaultsStore, ReadsLeaveTheDatabaseUntouched) {
         ASSERT_TRUE(suite);
         EXPECT_TRUE(suite->dataForKey("vmDailyBrief"));
         EXPECT_FALSE(suite->dataForKey("vmWatchlistTickers"));
-        EXPECT_EQ(filesIn(temp.folder()), files);  // no -journal, -wal or -shm while open
+        EXPECT_EQ(DiskState(temp.folder()), before);  // no -journal, -wal or -shm while open
         // The standard store has no database here; asking it creates none.
         EXPECT_FALSE(DefaultsStore::standard(temp.folder()).dataForKey("vmDailyBrief"));
     }
-    EXPECT_EQ(contents(file), before);
-    EXPECT_EQ(std::filesystem::last_write_time(file), modified);
-    EXPECT_EQ(filesIn(temp.folder()), files);
+    EXPECT_EQ(DiskState(temp.folder()), before);
 }
 
-TEST(DefaultsStore, MissingSuiteAndStandardStore) {
+TEST(DefaultsStore, MissingSuiteStandardStoreAndUnmakeableFolder) {
     TempStore temp;
     const auto missing = temp.folder() / "not-there";
     EXPECT_FALSE(DefaultsStore::openSuite(platform::StoreLocation::appGroupIdentifier(), missing));
@@ -145,10 +129,8 @@ TEST(DefaultsStore, MissingSuiteAndStandardStore) {
     const auto garbage =
         DefaultsStore::openSuite(platform::StoreLocation::appGroupIdentifier(), temp.folder());
     EXPECT_FALSE(garbage && garbage->valueForKey("vmDailyBrief"));
-}
 
-TEST(DefaultsStore, WriterFailsOnAFolderThatCannotExist) {
-    TempStore temp;
+    // A writer below a file cannot make its folder.
     std::ofstream(temp.folder() / "file") << "x";
     const auto opened = DefaultsStore::openForWriting("domain", temp.folder() / "file" / "store");
     ASSERT_TRUE(std::holds_alternative<platform::DefaultsError>(opened));
@@ -183,15 +165,10 @@ TEST(DefaultsStore, ReaderWaitsForAWritersTransaction) {
 }
 
 TEST(StoreLocation, ExplicitFolderThenEnvironmentThenHome) {
-    struct Saved {
-        const char* name;
-        std::optional<std::string> value;
-    };
-    std::vector<Saved> saved;
-    for (const char* name : {"VELMORA_STORE_DIR", "XDG_DATA_HOME", "HOME"}) {
-        const char* value = std::getenv(name);
-        saved.push_back({name, value ? std::optional<std::string>(value) : std::nullopt});
-    }
+    std::vector<std::pair<const char*, std::optional<std::string>>> saved;
+    for (const char* name : {"VELMORA_STORE_DIR", "XDG_DATA_HOME", "HOME"})
+        saved.emplace_back(
+            name, std::getenv(name) ? std::optional<std::string>(std::getenv(name)) : std::nullopt);
 
     ::setenv("VELMORA_STORE_DIR", "/tmp/velmora-env", 1);
     ::setenv("XDG_DATA_HOME", "/tmp/xdg", 1);

@@ -80,7 +80,7 @@ TEST(DatePattern, KeepsTheFixedPatternFollowingZoneAndLocale) {
     EXPECT_EQ(japanese.find("PM"), std::string::npos) << japanese;
 }
 
-TEST(RelativeDateTime, PicksTheLargestNonZeroUnitInBothDirections) {
+TEST(RelativeDateTime, PicksTheLargestNonZeroUnitInBothDirectionsAndFollowsTheLocale) {
     const std::vector<std::pair<Date::duration, const char*>> cases{
         {-2min, "2m ago"},
         {3h, "in 3h"},
@@ -107,9 +107,7 @@ TEST(RelativeDateTime, PicksTheLargestNonZeroUnitInBothDirections) {
         EXPECT_EQ(
             platform::formatRelativeDateTime(sys_days{2025y / February / day}, january31, "en_US"),
             expected);
-}
-
-TEST(RelativeDateTime, FollowsTheLocale) {
+    // Other locales have words of their own.
     const std::string german =
         platform::formatRelativeDateTime(briefTime - minutes(2), briefTime, "de_DE");
     EXPECT_NE(german.find('2'), std::string::npos) << german;
@@ -117,7 +115,7 @@ TEST(RelativeDateTime, FollowsTheLocale) {
     EXPECT_NE(german, platform::formatRelativeDateTime(briefTime + minutes(2), briefTime, "de_DE"));
 }
 
-TEST(Currency, LimitsFractionDigitsAndRoundsHalfEven) {
+TEST(Currency, RoundsHalfEvenFollowsTheLocaleAndFailsOnABadCode) {
     const struct {
         double value;
         int digits;
@@ -131,9 +129,7 @@ TEST(Currency, LimitsFractionDigitsAndRoundsHalfEven) {
     for (const auto& c : cases)
         EXPECT_EQ(platform::formatCurrency(c.value, "USD", c.digits, "en_US"), c.expected)
             << c.value;
-}
 
-TEST(Currency, FollowsTheLocaleAndFailsOnABadCode) {
     // German: grouping by full stops, decimal comma, the symbol after the number.
     const auto german = platform::formatCurrency(1234567.891, "USD", 2, "de_DE");
     ASSERT_TRUE(german.has_value());
@@ -147,14 +143,16 @@ TEST(Currency, FollowsTheLocaleAndFailsOnABadCode) {
     EXPECT_FALSE(platform::formatCurrency(1, "US", 2, "en_US").has_value());
 }
 
-TEST(Fixed, MatchesPrintfInTheCLocale) {
+TEST(Fixed, MatchesPrintfInTheCLocaleSpecialValuesIncluded) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
     // Values where rounding direction matters: exact binary halves round to even, values just
     // off a half round by their true binary value.
-    std::vector<double> values = {0,        -0.0,    0.125,    0.375,      2.675,        1.005,
-                                  1.015,    1.025,   0.5,      1.5,        2.5,          -0.125,
-                                  -2.675,   0.001,   -0.001,   0.0049999,  0.005,        -0.005,
-                                  12.5,     187.456, 9999.995, 1e300,      -1e300,       DBL_MAX,
-                                  -DBL_MAX, DBL_MIN, 4.9e-324, 1e15 + 0.3, 123456789.125};
+    std::vector<double> values = {
+        0,          -0.0,          0.125,    0.375,  2.675,  1.005,   1.015,     1.025,   0.5,
+        1.5,        2.5,           -0.125,   -2.675, 0.001,  -0.001,  0.0049999, 0.005,   -0.005,
+        12.5,       187.456,       9999.995, 1e300,  -1e300, DBL_MAX, -DBL_MAX,  DBL_MIN, 4.9e-324,
+        1e15 + 0.3, 123456789.125, nan,      -nan,   inf,    -inf};
     std::mt19937_64 random(20251116);
     std::uniform_real_distribution<double> mantissa(-10, 10);
     std::uniform_int_distribution<int> exponent(-12, 20);
@@ -168,20 +166,11 @@ TEST(Fixed, MatchesPrintfInTheCLocale) {
                 << value << " with " << digits << " digits";
         }
     }
-}
-
-TEST(Fixed, WritesSpecialValuesAsTheCFormatDoes) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const double infinity = std::numeric_limits<double>::infinity();
     EXPECT_EQ(platform::formatFixed(-nan, 2), "-nan");
     EXPECT_EQ(platform::formatFixed(-0.001, 2), "-0.00");
-    for (const double value : {nan, -nan, infinity, -infinity})
-        EXPECT_EQ(platform::formatFixed(value, 2), printfFixed(value, 2));
     // 1e300 in full: 301 digits, then the fraction.
-    const std::string huge = platform::formatFixed(1e300, 2);
-    EXPECT_EQ(huge.size(), 301u + 3u);
     EXPECT_EQ(
-        huge,
+        platform::formatFixed(1e300, 2),
         "100000000000000005250476025520442024870446858110815915491585411551180245798890819578637137"
         "508044786404370444383288387817694252323536043057564479218478670698284838720092657580373783"
         "023379478809005936895323497079994508111903896764088007465274278014249457925878882005684283"
@@ -218,16 +207,12 @@ TEST(Shortest, PrintsADoubleAsThePlatformDoes) {
 }
 
 TEST(Environment, ReadsTheUserLocale) {
-    const ScopedEnvironment keepLang("LANG", nullptr);
-    {
-        const ScopedEnvironment all("LC_ALL", nullptr);
-        EXPECT_EQ(platform::userLocale(), "en_US");  // nothing set
-    }
     const struct {
         const char* lcAll;
         const char* lang;
         const char* expected;
     } cases[] = {
+        {nullptr, nullptr, "en_US"},  // nothing set
         {nullptr, "de_DE.UTF-8", "de_DE"}, {nullptr, "fr_FR.UTF-8@euro", "fr_FR"},
         {nullptr, "de_DE@euro", "de_DE"},  {"ja_JP.eucJP", "de_DE.UTF-8", "ja_JP"},  // LC_ALL wins
         {"", "de_DE.UTF-8", "de_DE"},  // an empty LC_ALL counts as unset
@@ -239,7 +224,8 @@ TEST(Environment, ReadsTheUserLocale) {
         const ScopedEnvironment all("LC_ALL", c.lcAll);
         const ScopedEnvironment lang("LANG", c.lang);
         EXPECT_EQ(platform::userLocale(), c.expected)
-            << "LC_ALL=" << (c.lcAll ? c.lcAll : "(unset)") << " LANG=" << c.lang;
+            << "LC_ALL=" << (c.lcAll ? c.lcAll : "(unset)")
+            << " LANG=" << (c.lang ? c.lang : "(unset)");
     }
 }
 
