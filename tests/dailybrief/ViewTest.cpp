@@ -82,9 +82,6 @@ TEST(DailyBriefView, FooterShowsGeneratedAtInTheUsersZoneInUpperCase) {
     // The entry is dated a day later; the footer shows when the brief was written.
     EXPECT_EQ(keyOf(footer)->argument,
               LocalizedStringKey::Argument(std::string("Nov 16, 6:30 AM")));
-    EXPECT_EQ(modifierOf<TextCaseModifier>(footer)->textCase, TextCase::uppercase);
-    EXPECT_EQ(modifierOf<FontModifier>(footer)->font, Font::system(8, FontWeight::medium));
-    EXPECT_EQ(modifierOf<ForegroundColorModifier>(footer)->color, Palette::textSecondary);
 
     EnvironmentValues newYork = environment(WidgetFamily::systemMedium);
     newYork.timeZone = "America/New_York";
@@ -166,43 +163,6 @@ TEST(DailyBriefView, LinksToTheTickerOrTheDashboard) {
     EXPECT_TRUE(std::holds_alternative<WidgetURLModifier>(draw(std::nullopt).modifiers.back()));
 }
 
-TEST(DailyBriefView, LargeFamilyShowsMoreSummaryAndTheReadMoreText) {
-    const View medium = draw(nvda(), WidgetFamily::systemMedium);
-    const View large = draw(nvda(), WidgetFamily::systemLarge);
-    const std::string summary = nvda().summary;
-
-    const View& mediumSummary = only(medium, summary);
-    EXPECT_EQ(modifierOf<FontModifier>(mediumSummary)->font, Font::system(11));
-    EXPECT_EQ(modifierOf<LineLimitModifier>(mediumSummary)->limit, 5);
-    const View& largeSummary = only(large, summary);
-    EXPECT_EQ(modifierOf<FontModifier>(largeSummary)->font, Font::system(12));
-    EXPECT_EQ(modifierOf<LineLimitModifier>(largeSummary)->limit, 8);
-
-    EXPECT_TRUE(textsNamed(medium, "Read full analysis →").empty());
-    const View& readMore = only(large, "Read full analysis →");
-    EXPECT_FALSE(isVerbatim(readMore));
-    EXPECT_EQ(modifierOf<ForegroundColorModifier>(readMore)->color, Palette::accent);
-    // It closes the footer, after the spacer.
-    const View footer = briefFooter(nvda(), environment(WidgetFamily::systemLarge));
-    const auto& footerChildren = std::get<HStackNode>(footer.node).children;
-    ASSERT_EQ(footerChildren.size(), 3u);
-    EXPECT_EQ(textOf(footerChildren.back()), "Read full analysis →");
-    EXPECT_EQ(
-        std::get<HStackNode>(briefFooter(nvda(), environment(WidgetFamily::systemMedium)).node)
-            .children.size(),
-        2u);
-
-    // Apart from those three things the two families draw the same tree.
-    EXPECT_NE(medium, large);
-    const View largeTop = std::get<VStackNode>(large.node).children.at(0);
-    const View mediumTop = std::get<VStackNode>(medium.node).children.at(0);
-    EXPECT_EQ(largeTop, mediumTop);
-
-    // The empty state does not depend on the family.
-    EXPECT_EQ(draw(std::nullopt, WidgetFamily::systemMedium),
-              draw(std::nullopt, WidgetFamily::systemLarge));
-}
-
 TEST(DailyBriefView, CompanyLineNeedsANonEmptyName) {
     DailyBrief withoutName = nvda();
     withoutName.companyName = std::nullopt;
@@ -239,40 +199,12 @@ TEST(DailyBriefView, SignalLabelTakesTheSignalColour) {
         EXPECT_EQ(modifierOf<BackgroundModifier>(label)->fill, c.color.opacity(0.18)) << c.signal;
         EXPECT_EQ(modifierOf<ForegroundColorModifier>(label)->color, c.color) << c.signal;
         EXPECT_EQ(modifierOf<ForegroundColorModifier>(scoreNode(top))->color, c.color);
-        // Fill under the padding, clip over fill and text.
-        EXPECT_EQ(modifierKinds(label),
-                  (std::vector<std::string>{"font", "padding", "padding", "background",
-                                            "foregroundColor", "clipShape"}));
-        EXPECT_EQ(
-            modifiersOf<PaddingModifier>(label),
-            (std::vector<PaddingModifier>{{EdgeInsets{0, 5, 0, 5}}, {EdgeInsets{2, 0, 2, 0}}}));
-        EXPECT_EQ(modifierOf<ClipShapeModifier>(label)->shape,
-                  (RoundedRectangle{3, RoundedCornerStyle::continuous}));
     }
 }
 
-TEST(DailyBriefView, EmptyStateAsksForATicker) {
-    const View view = draw(std::nullopt);
-    const auto symbols = nodesOfKind<ImageNode>(view);
-    ASSERT_EQ(symbols.size(), 1u);
-    EXPECT_EQ(std::get<ImageNode>(symbols.front()->node).systemName, "sparkles");
-    EXPECT_EQ(modifierOf<ForegroundColorModifier>(*symbols.front())->color, Palette::accent);
-
-    const View& title = only(view, "Daily Brief");
-    EXPECT_FALSE(isVerbatim(title));
-    EXPECT_EQ(modifierOf<ForegroundColorModifier>(title), std::nullopt);
-    const View& hint =
-        only(view, "Open Velmora to set a ticker — the morning brief will appear here.");
-    EXPECT_EQ(modifierOf<LineLimitModifier>(hint), std::nullopt);
-    EXPECT_EQ(modifierOf<MultilineTextAlignmentModifier>(hint)->alignment, TextAlignment::center);
-
-    // Centred in all the space it is given.
-    EXPECT_EQ(modifierOf<FrameModifier>(view),
-              (FrameModifier{
-                  .maxWidth = infinity, .maxHeight = infinity, .alignment = Alignment::center}));
-}
-
-// The placeholder's brief, as the widget gallery shows it in each family.
+// The placeholder's brief, as the widget gallery shows it in each family, and the empty state
+// (the same in both families). The dumps pin every text, font, colour, modifier order and the
+// three things the large family adds: a bigger summary font, more lines and "Read full analysis".
 TEST(DailyBriefView, TreesMatchTheGoldenDumps) {
     const platform::FixedClock clock(at(2025y / November / 16, 6h, 30min));
     const DailyBrief sample = sampleDailyBrief(clock);
@@ -282,12 +214,6 @@ TEST(DailyBriefView, TreesMatchTheGoldenDumps) {
                           "trees/dailybrief-large.txt");
     golden::expectMatches(dumpTree(draw(std::nullopt, WidgetFamily::systemMedium)),
                           "trees/dailybrief-empty.txt");
-
-    // The sample draws as NVDA / NVIDIA with a bullish "Buy" label and the score 78.
-    const View top = briefTopRow(sample);
-    EXPECT_EQ(textsNamed(top, "NVDA").size(), 1u);
-    EXPECT_EQ(textsNamed(top, "NVIDIA").size(), 1u);
-    const View& label = only(top, "Buy");
-    EXPECT_EQ(modifierOf<ForegroundColorModifier>(label)->color, Palette::bullish);
-    EXPECT_EQ(keyOf(scoreNode(top)), LocalizedStringKey("%lld", std::int64_t{78}));
+    EXPECT_EQ(draw(std::nullopt, WidgetFamily::systemMedium),
+              draw(std::nullopt, WidgetFamily::systemLarge));
 }
