@@ -9,6 +9,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -24,14 +25,9 @@ struct Result {
 
     [[nodiscard]] Json json() const { return Json::parse(out); }
     [[nodiscard]] std::vector<std::string> errLines() const {
+        std::istringstream in(err);
         std::vector<std::string> lines;
-        std::string::size_type start = 0;
-        while (start < err.size()) {
-            const auto end = err.find('\n', start);
-            lines.push_back(err.substr(start, end - start));
-            if (end == std::string::npos) break;
-            start = end + 1;
-        }
+        for (std::string line; std::getline(in, line);) lines.push_back(line);
         return lines;
     }
 };
@@ -81,11 +77,21 @@ struct Cli {
         args.insert(args.begin(), {"--store-dir", store.string()});
         return run(temp.folder(), args);
     }
+    // The JSON printed by a command that must succeed.
+    Json json(const std::vector<std::string>& args) const {
+        const auto result = (*this)(args);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        return result.exitCode == 0 ? result.json() : Json();
+    }
+    void write(const std::string& key, const std::string& kind, const std::string& value) const {
+        const auto result = (*this)({"defaults", "write", key, kind, value});
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+    }
 };
 
 TEST(CommandLine, TimelineOfAStoredBriefAndItsMorningReload) {
     Cli cli;
-    ASSERT_EQ(cli({"defaults", "write", "vmDailyBrief", "--data", validBrief}).exitCode, 0);
+    cli.write("vmDailyBrief", "--data", validBrief);
 
     const auto early = cli({"--at", "2025-11-16T05:00:00Z", "timeline", "DailyBrief"});
     ASSERT_EQ(early.exitCode, 0) << early.err;
@@ -96,34 +102,27 @@ TEST(CommandLine, TimelineOfAStoredBriefAndItsMorningReload) {
     EXPECT_EQ(json["entries"][0]["date"], "2025-11-16T05:00:00Z");
     EXPECT_EQ(json["entries"][0]["brief"], Json::parse(validBrief));
 
-    const auto onTheDot = cli({"--at", "2025-11-16T06:30:00Z", "timeline", "DailyBrief"});
-    ASSERT_EQ(onTheDot.exitCode, 0);
-    EXPECT_EQ(onTheDot.json()["reloadAfter"], "2025-11-17T06:30:00Z");
-
+    EXPECT_EQ(cli.json({"--at", "2025-11-16T06:30:00Z", "timeline", "DailyBrief"})["reloadAfter"],
+              "2025-11-17T06:30:00Z");
     const auto justBefore =
-        cli({"--at", "2025-11-16T07:29:59.999+01:00", "timeline", "DailyBrief"});
-    ASSERT_EQ(justBefore.exitCode, 0);
-    EXPECT_EQ(justBefore.json()["entries"][0]["date"], "2025-11-16T06:29:59.999Z");
-    EXPECT_EQ(justBefore.json()["reloadAfter"], "2025-11-16T06:30:00Z");
+        cli.json({"--at", "2025-11-16T07:29:59.999+01:00", "timeline", "DailyBrief"});
+    EXPECT_EQ(justBefore["entries"][0]["date"], "2025-11-16T06:29:59.999Z");
+    EXPECT_EQ(justBefore["reloadAfter"], "2025-11-16T06:30:00Z");
 
-    const auto snapshot = cli({"--at", "2025-11-16T05:00:00Z", "snapshot", "DailyBrief"});
-    ASSERT_EQ(snapshot.exitCode, 0);
-    EXPECT_EQ(snapshot.json(), json["entries"][0]);
-
-    const auto placeholder = cli({"--at", "2025-11-16T05:00:00Z", "placeholder", "DailyBrief"});
-    ASSERT_EQ(placeholder.exitCode, 0);
-    EXPECT_EQ(placeholder.json()["brief"]["ticker"], "NVDA");
-    EXPECT_EQ(placeholder.json()["brief"]["score"], 78.0);
-    EXPECT_EQ(placeholder.json()["brief"]["generatedAt"], "2025-11-16T05:00:00Z");
+    EXPECT_EQ(cli.json({"--at", "2025-11-16T05:00:00Z", "snapshot", "DailyBrief"}),
+              json["entries"][0]);
+    const auto placeholder =
+        cli.json({"--at", "2025-11-16T05:00:00Z", "placeholder", "DailyBrief"})["brief"];
+    EXPECT_EQ(placeholder["ticker"], "NVDA");
+    EXPECT_EQ(placeholder["score"], 78.0);
+    EXPECT_EQ(placeholder["generatedAt"], "2025-11-16T05:00:00Z");
 }
 
 TEST(CommandLine, UnreadableBriefPrintsNullAndLogsOnlyDecodingFailures) {
     Cli cli;
-    ASSERT_EQ(cli({"defaults", "write", "vmDailyBrief", "--data",
-                   R"({"ticker":"NVDA","summary":"s","signal":"Buy","score":1,)"
-                   R"("generatedAt":1763272800})"})
-                  .exitCode,
-              0);
+    cli.write("vmDailyBrief", "--data",
+              R"({"ticker":"NVDA","summary":"s","signal":"Buy","score":1,)"
+              R"("generatedAt":1763272800})");
     const auto bad = cli({"--at", "2025-11-16T05:00:00Z", "timeline", "DailyBrief"});
     ASSERT_EQ(bad.exitCode, 0);
     EXPECT_TRUE(bad.json()["entries"][0]["brief"].is_null());
@@ -131,24 +130,22 @@ TEST(CommandLine, UnreadableBriefPrintsNullAndLogsOnlyDecodingFailures) {
     EXPECT_THAT(bad.err, HasSubstr("AppGroup decode failed for vmDailyBrief: generatedAt: expected "
                                    "an RFC 3339 date-time, found a number"));
 
-    ASSERT_EQ(cli({"defaults", "write", "vmDailyBrief", "--string", validBrief}).exitCode, 0);
-    const auto text = cli({"snapshot", "DailyBrief"});
-    ASSERT_EQ(text.exitCode, 0);
-    EXPECT_TRUE(text.json()["brief"].is_null());
-    EXPECT_EQ(text.err, "");
-
-    ASSERT_EQ(cli({"defaults", "delete", "vmDailyBrief"}).exitCode, 0);
-    const auto none = cli({"snapshot", "DailyBrief"});
-    EXPECT_TRUE(none.json()["brief"].is_null());
-    EXPECT_EQ(none.err, "");
+    // A brief stored as text, and no brief at all: null, and nothing logged.
+    cli.write("vmDailyBrief", "--string", validBrief);
+    for (const bool deleted : {false, true}) {
+        if (deleted) {
+            ASSERT_EQ(cli({"defaults", "delete", "vmDailyBrief"}).exitCode, 0);
+        }
+        const auto result = cli({"snapshot", "DailyBrief"});
+        ASSERT_EQ(result.exitCode, 0);
+        EXPECT_TRUE(result.json()["brief"].is_null());
+        EXPECT_EQ(result.err, "");
+    }
 }
 
 TEST(CommandLine, WatchlistRequests) {
     Cli cli;
-    const auto placeholder =
-        cli({"--at", "2025-11-16T09:00:00Z", "placeholder", "WatchlistGlance"});
-    ASSERT_EQ(placeholder.exitCode, 0);
-    const auto entry = placeholder.json();
+    const auto entry = cli.json({"--at", "2025-11-16T09:00:00Z", "placeholder", "WatchlistGlance"});
     ASSERT_EQ(entry["rows"].size(), 3u);
     EXPECT_EQ(entry["rows"][1]["ticker"], "NVDA");
     EXPECT_EQ(entry["rows"][1]["signal"], "Strong Buy");
@@ -157,15 +154,13 @@ TEST(CommandLine, WatchlistRequests) {
     Json rows = Json::array();
     for (int i = 0; i < 25; ++i)
         rows.push_back({{"ticker", "T" + std::to_string(i)}, {"price", i}, {"changePct", -i}});
-    ASSERT_EQ(cli({"defaults", "write", "vmWatchlistTickers", "--data", rows.dump()}).exitCode, 0);
-    const std::string portfolio =
+    cli.write("vmWatchlistTickers", "--data", rows.dump());
+    cli.write(
+        "vmPortfolioSnapshot", "--data",
         R"({"totalValue":10000,"totalPnl":1,"totalReturn":2,"dailyChange":3,"dailyChangePct":4,)"
-        R"("holdingCount":5,"sourceLabel":"Broker","updatedAt":"2025-11-16T08:00:00+00:00"})";
-    ASSERT_EQ(cli({"defaults", "write", "vmPortfolioSnapshot", "--data", portfolio}).exitCode, 0);
+        R"("holdingCount":5,"sourceLabel":"Broker","updatedAt":"2025-11-16T08:00:00+00:00"})");
 
-    const auto timeline = cli({"--at", "2025-11-16T09:00:00Z", "timeline", "WatchlistGlance"});
-    ASSERT_EQ(timeline.exitCode, 0) << timeline.err;
-    const auto json = timeline.json();
+    const auto json = cli.json({"--at", "2025-11-16T09:00:00Z", "timeline", "WatchlistGlance"});
     EXPECT_EQ(json["reloadAfter"], "2025-11-16T09:15:00Z");
     ASSERT_EQ(json["entries"].size(), 1u);
     EXPECT_EQ(json["entries"][0]["rows"].size(), 25u);
@@ -177,16 +172,13 @@ TEST(CommandLine, WatchlistRequests) {
 
 TEST(CommandLine, DefaultsWriteReadAndDelete) {
     Cli cli;
-    ASSERT_EQ(cli({"defaults", "write", "note", "--string", "hello"}).exitCode, 0);
+    cli.write("note", "--string", "hello");
     const auto text = cli({"defaults", "read", "note"});
     EXPECT_EQ(text.exitCode, 0);
     EXPECT_EQ(text.out, "string\nhello\n");
 
     std::ofstream(cli.temp.folder() / "brief.json") << validBrief;
-    ASSERT_EQ(cli({"defaults", "write", "vmDailyBrief", "--data-file",
-                   (cli.temp.folder() / "brief.json").string()})
-                  .exitCode,
-              0);
+    cli.write("vmDailyBrief", "--data-file", (cli.temp.folder() / "brief.json").string());
     const auto data = cli({"defaults", "read", "vmDailyBrief"});
     EXPECT_EQ(data.exitCode, 0);
     EXPECT_EQ(data.out,

@@ -18,6 +18,7 @@
 #include <iterator>
 #include <map>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,14 +35,9 @@ std::string slurp(const fs::path& file) {
 }
 
 std::vector<std::string> lines(const std::string& text) {
+    std::istringstream in(text);
     std::vector<std::string> result;
-    std::string::size_type start = 0;
-    while (start < text.size()) {
-        const auto end = text.find('\n', start);
-        result.push_back(text.substr(start, end - start));
-        if (end == std::string::npos) break;
-        start = end + 1;
-    }
+    for (std::string line; std::getline(in, line);) result.push_back(line);
     return result;
 }
 

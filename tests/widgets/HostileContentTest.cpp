@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cctype>
@@ -28,6 +29,7 @@
 
 namespace {
 
+using namespace AppGroupContainer;
 using render::DrawList;
 using render::Rect;
 
@@ -35,23 +37,8 @@ using render::Rect;
 
 // A JSON string literal: quotes, backslashes and every control character escaped (U+0000
 // becomes \u0000), everything else as UTF-8.
-std::string jsonString(std::string_view text) {
-    std::string out = "\"";
-    out.reserve(text.size() + 2);
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (byte < 0x20) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\u%04x", byte);
-            out += escaped;
-        } else {
-            out += c;
-        }
-    }
-    return out + "\"";
+std::string jsonString(const std::string& text) {
+    return nlohmann::json(text).dump();
 }
 
 // Numbers are given as JSON text, so that values a double cannot hold reach the decoder.
@@ -136,18 +123,9 @@ public:
         m_host.emplace(VelmoraWidgetsBundle().body(), settings);
     }
 
-    HostileStore& brief(const std::string& json) {
-        m_store.putData(AppGroupContainer::dailyBriefKey, json);
-        return *this;
-    }
-    HostileStore& rows(const std::string& json) {
-        m_store.putData(AppGroupContainer::watchlistTickersKey, json);
-        return *this;
-    }
-    HostileStore& portfolio(const std::string& json) {
-        m_store.putData(AppGroupContainer::portfolioSnapshotKey, json);
-        return *this;
-    }
+    HostileStore& brief(const std::string& json) { return put(dailyBriefKey, json); }
+    HostileStore& rows(const std::string& json) { return put(watchlistTickersKey, json); }
+    HostileStore& portfolio(const std::string& json) { return put(portfolioSnapshotKey, json); }
 
     // Every widget in every family: a timeline requested and its entry drawn.
     [[nodiscard]] std::vector<Drawn> drawEverywhere() const {
@@ -161,6 +139,10 @@ public:
     }
 
 private:
+    HostileStore& put(std::string_view key, const std::string& json) {
+        m_store.putData(key, json);
+        return *this;
+    }
     tempstore::TempStore m_store;
     std::optional<host::WidgetHost> m_host;
 };
