@@ -18,9 +18,8 @@ const JSONDecoder decoder;
 // the reader took would have broken on its way back through the host app's writer. The same at
 // the far end, where an offset behind UTC carries 9999-12-31 into year 10000.
 TEST(FuzzFindings, DatesThatAnOffsetCarriesOutOfTheFourDigitYearsDoNotDecode) {
-    const std::string found =
-        R"({"ticker":"OLD","summary":"s","signal":"Sellg","score":-1,)"
-        R"("generatedAt":"0000-01-01T00:00:00+01:00"})";
+    const std::string found = R"({"ticker":"OLD","summary":"s","signal":"Sellg","score":-1,)"
+                              R"("generatedAt":"0000-01-01T00:00:00+01:00"})";
     const auto brief = decoder.decode<DailyBrief>(found);
     ASSERT_FALSE(brief);
     EXPECT_EQ(brief.error().description,
@@ -38,9 +37,9 @@ TEST(FuzzFindings, DatesThatAnOffsetCarriesOutOfTheFourDigitYearsDoNotDecode) {
 
     // The first and last instants of the range, however their offset spells them, still decode
     // and survive the writer.
-    for (const std::string date : {"0000-01-01T00:00:00Z", "0000-01-01T00:00:00+00:00",
-                                   "0000-01-01T00:00:00-00:01", "9999-12-31T23:59:59z",
-                                   "9999-12-31T23:59:59-00:00", "9999-12-31T23:59:59+23:59"}) {
+    for (const std::string date :
+         {"0000-01-01T00:00:00Z", "0000-01-01T00:00:00+00:00", "0000-01-01T00:00:00-00:01",
+          "9999-12-31T23:59:59z", "9999-12-31T23:59:59-00:00", "9999-12-31T23:59:59+23:59"}) {
         const auto kept = decoder.decode<DailyBrief>(
             R"({"ticker":"OLD","summary":"s","signal":"Sell","score":-1,"generatedAt":")" + date +
             R"("})");
