@@ -291,7 +291,10 @@ std::optional<std::vector<unsigned char>> rgbImageData(cairo_surface_t* surface,
         const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
         if (!isOpaque(row, width)) return std::nullopt;
         unsigned char* out = writer.newLine();
-        if (out == nullptr) break;
+        if (out == nullptr) {  // the compressor failed: no image, rather than part of one
+            failed = true;
+            return std::nullopt;
+        }
         out[0] = PNG_FILTER_VALUE_NONE;
         rgbSamples(row, out + 1, width);
     }
