@@ -3,9 +3,10 @@
 // A temporary store folder holding the host app's three records, for the benchmarks that read
 // through SQLite on disk. Removed at exit.
 
-#include "platform/DefaultsStore.h"
-#include "platform/StoreLocation.h"
+#include "platform/Deployment.h"
 #include "store/AppGroupStore.h"
+#include "store/DefaultsStore.h"
+#include "store/StoreLocation.h"
 
 #include <stdlib.h>
 
@@ -20,9 +21,8 @@ inline std::string seedStoreFolder(const std::string& briefJson, const std::stri
     std::string pattern =
         (std::filesystem::temp_directory_path() / "velmora-bench-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-    auto opened = platform::DefaultsStore::openForWriting(
-        platform::StoreLocation::appGroupIdentifier(), pattern);
-    auto& store = std::get<platform::DefaultsStore>(opened);
+    auto opened = store::DefaultsStore::openForWriting(platform::appGroupIdentifier(), pattern);
+    auto& store = std::get<store::DefaultsStore>(opened);
     const auto put = [&](std::string_view key, const std::string& json) {
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(json.data());
         if (store.setData(key, {bytes, json.size()})) std::abort();

@@ -11,6 +11,10 @@
 #include <algorithm>
 #include <string>
 
+using namespace ui;
+using namespace timeline;
+using namespace render;
+
 using namespace render;
 
 namespace {
@@ -117,7 +121,7 @@ BENCHMARK(BM_LayoutMediumWatchlistWithPango)->Unit(benchmark::kMicrosecond);
 
 void BM_DumpFrames(benchmark::State& state) {
     const LayoutResult laidOut = layoutWidget(mediumWatchlist(), medium, SimpleMeasurer());
-    for (auto _ : state) benchmark::DoNotOptimize(dumpFrames(laidOut));
+    for (auto _ : state) benchmark::DoNotOptimize(dumpFrames(laidOut, Palette::names));
 }
 BENCHMARK(BM_DumpFrames)->Unit(benchmark::kMicrosecond);
 

@@ -8,6 +8,10 @@
 #include <array>
 #include <string>
 
+using namespace ui;
+using namespace timeline;
+using namespace render;
+
 using namespace render;
 
 namespace {

@@ -2,10 +2,10 @@
 // store on disk (each opens the database read-only, looks the key up, closes it and decodes).
 
 #include "dailybrief/DailyBriefTimelineProvider.h"
-#include "platform/DefaultsStore.h"
-#include "platform/StoreLocation.h"
+#include "records/JSONEncoder.h"
 #include "store/AppGroupStore.h"
-#include "store/JSONEncoder.h"
+#include "store/DefaultsStore.h"
+#include "store/StoreLocation.h"
 #include "watchlist/WatchlistTimelineProvider.h"
 
 #include "bench/SeededStore.h"
@@ -16,6 +16,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+
+using namespace timeline;
+using namespace dailybrief;
+using namespace watchlist;
+using namespace store;
 
 namespace {
 

@@ -3,12 +3,12 @@
 
 #include "widgets/Widgets.h"
 #include "host/WidgetHost.h"
-#include "platform/DefaultsStore.h"
-#include "platform/StoreLocation.h"
 #include "render/Layout.h"
 #include "render/Painter.h"
 #include "render/PangoTextMeasurer.h"
 #include "store/AppGroupStore.h"
+#include "store/DefaultsStore.h"
+#include "store/StoreLocation.h"
 
 #include "bench/SeededStore.h"
 
@@ -18,6 +18,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+
+using namespace ui;
+using namespace timeline;
+using namespace render;
+using namespace widgets;
+using namespace host;
+using namespace store;
 
 namespace {
 

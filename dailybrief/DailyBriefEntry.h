@@ -1,14 +1,18 @@
 #pragma once
 
 #include "platform/Date.h"
-#include "store/DailyBrief.h"
+#include "records/DailyBrief.h"
 
 #include <optional>
 
+namespace dailybrief {
+
 // One entry of the daily brief timeline.
 struct DailyBriefEntry {
-    Date date;
+    platform::Date date;
     std::optional<AppGroupContainer::DailyBrief> brief;
 
     bool operator==(const DailyBriefEntry&) const = default;
 };
+
+}  // namespace dailybrief

@@ -4,10 +4,14 @@
 
 #include <chrono>
 
+namespace dailybrief {
+
+using namespace timeline;
+
 namespace {
 
 DailyBriefEntry currentEntry(const TimelineProviderContext& context) {
-    const Date now = context.now();
+    const platform::Date now = context.now();
     return {now, AppGroupContainer::readRecord<AppGroupContainer::DailyBrief>(
                      AppGroupContainer::dailyBriefKey, context.storeDirectory)};
 }
@@ -27,17 +31,17 @@ AppGroupContainer::DailyBrief sampleDailyBrief(const platform::Clock& clock) {
     };
 }
 
-Date nextMorningRefresh(const platform::Clock& clock) {
+platform::Date nextMorningRefresh(const platform::Clock& clock) {
     using namespace std::chrono;
     // Dates count UTC, and UTC has no daylight saving: a day is always 24 hours.
-    const Date now = clock.now();
-    const Date today = floor<days>(now) + hours(6) + minutes(30);
+    const platform::Date now = clock.now();
+    const platform::Date today = floor<days>(now) + hours(6) + minutes(30);
     return today > now ? today : today + days(1);
 }
 
 DailyBriefEntry DailyBriefTimelineProvider::placeholder(
     const TimelineProviderContext& context) const {
-    const Date now = context.now();
+    const platform::Date now = context.now();
     return {now, sampleDailyBrief(*context.clock)};
 }
 
@@ -52,6 +56,8 @@ void DailyBriefTimelineProvider::getTimeline(
     const std::function<void(Timeline<DailyBriefEntry>)>& completion) const {
     auto entry = currentEntry(context);
     // The clock is read again after the entry is built.
-    const Date reload = nextMorningRefresh(*context.clock);
+    const platform::Date reload = nextMorningRefresh(*context.clock);
     completion(Timeline<DailyBriefEntry>{{std::move(entry)}, TimelineReloadPolicy::after(reload)});
 }
+
+}  // namespace dailybrief

@@ -2,10 +2,12 @@
 
 #include "dailybrief/DailyBriefEntry.h"
 #include "platform/Clock.h"
-#include "platform/Timeline.h"
-#include "store/DailyBrief.h"
+#include "records/DailyBrief.h"
+#include "timeline/Timeline.h"
 
 #include <functional>
+
+namespace dailybrief {
 
 // The brief the placeholder carries. Its generatedAt is the clock's now, so it is made afresh
 // for every placeholder.
@@ -15,7 +17,8 @@
 // When a daily brief timeline asks to be rebuilt: the next 06:30:00 UTC strictly after the
 // clock's now (today's when now is earlier, else tomorrow's). The machine's time zone plays no
 // part.
-[[nodiscard]] Date nextMorningRefresh(const platform::Clock& clock = platform::systemClock());
+[[nodiscard]] platform::Date nextMorningRefresh(
+    const platform::Clock& clock = platform::systemClock());
 
 // The daily brief widget's timeline provider. Holds nothing; every snapshot and timeline reads
 // "vmDailyBrief" afresh, and each completion is called exactly once before the call returns.
@@ -24,13 +27,17 @@ public:
     using Entry = DailyBriefEntry;
 
     // The sample brief dated now; reads nothing.
-    [[nodiscard]] DailyBriefEntry placeholder(const TimelineProviderContext& context) const;
+    [[nodiscard]] DailyBriefEntry placeholder(
+        const timeline::TimelineProviderContext& context) const;
 
     // The current entry: now, with the stored brief or none.
-    void getSnapshot(const TimelineProviderContext& context,
+    void getSnapshot(const timeline::TimelineProviderContext& context,
                      const std::function<void(DailyBriefEntry)>& completion) const;
 
     // The current entry alone, to be rebuilt at the next morning refresh.
-    void getTimeline(const TimelineProviderContext& context,
-                     const std::function<void(Timeline<DailyBriefEntry>)>& completion) const;
+    void getTimeline(
+        const timeline::TimelineProviderContext& context,
+        const std::function<void(timeline::Timeline<DailyBriefEntry>)>& completion) const;
 };
+
+}  // namespace dailybrief

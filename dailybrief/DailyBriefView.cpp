@@ -7,6 +7,12 @@
 #include <cmath>
 #include <string>
 
+namespace dailybrief {
+
+using namespace ui;
+using namespace timeline;
+using namespace style;
+
 namespace {
 
 using AppGroupContainer::DailyBrief;
@@ -136,3 +142,5 @@ View DailyBriefView::body(const EnvironmentValues& env) const {
     if (entry.brief) return briefLayout(*entry.brief, env);
     return emptyBriefState();
 }
+
+}  // namespace dailybrief

@@ -2,13 +2,15 @@
 
 #include "dailybrief/DailyBriefEntry.h"
 #include "platform/Url.h"
-#include "store/DailyBrief.h"
-#include "style/EnvironmentValues.h"
-#include "style/View.h"
+#include "records/DailyBrief.h"
+#include "ui/EnvironmentValues.h"
+#include "ui/View.h"
 
 #include <cstdint>
 #include <optional>
 #include <string_view>
+
+namespace dailybrief {
 
 // The daily brief widget's view: the brief of one ticker (top row with signal label and
 // score, summary, footer time) or, without a brief, the empty state. The widget
@@ -16,18 +18,18 @@
 struct DailyBriefView {
     DailyBriefEntry entry;
 
-    [[nodiscard]] View body(const EnvironmentValues& env) const;
+    [[nodiscard]] ui::View body(const ui::EnvironmentValues& env) const;
 
     bool operator==(const DailyBriefView&) const = default;
 };
 
 // The pieces of the body, for the widget configuration's previews and for the tests.
-[[nodiscard]] View briefLayout(const AppGroupContainer::DailyBrief& brief,
-                               const EnvironmentValues& env);
-[[nodiscard]] View briefTopRow(const AppGroupContainer::DailyBrief& brief);
-[[nodiscard]] View briefFooter(const AppGroupContainer::DailyBrief& brief,
-                               const EnvironmentValues& env);
-[[nodiscard]] View emptyBriefState();
+[[nodiscard]] ui::View briefLayout(const AppGroupContainer::DailyBrief& brief,
+                                   const ui::EnvironmentValues& env);
+[[nodiscard]] ui::View briefTopRow(const AppGroupContainer::DailyBrief& brief);
+[[nodiscard]] ui::View briefFooter(const AppGroupContainer::DailyBrief& brief,
+                                   const ui::EnvironmentValues& env);
+[[nodiscard]] ui::View emptyBriefState();
 
 // The score as the widget shows it: truncated toward zero to a signed 64-bit integer, or
 // nothing when the score is NaN, infinite or outside the 64-bit range.
@@ -37,3 +39,5 @@ struct DailyBriefView {
 // the dashboard of the empty state.
 [[nodiscard]] std::optional<platform::Url> briefDetailURL(std::string_view ticker);
 [[nodiscard]] std::optional<platform::Url> briefDashboardURL();
+
+}  // namespace dailybrief

@@ -3,8 +3,8 @@
 // The properties every decoder target checks, and the one-line failure report that libFuzzer
 // turns into a finding (an abort is a crash to it).
 
+#include "records/JSONEncoder.h"
 #include "store/AppGroupStore.h"
-#include "store/JSONEncoder.h"
 
 #include <nlohmann/json.hpp>
 
@@ -30,7 +30,7 @@ inline std::string_view text(const std::uint8_t* data, std::size_t size) {
 }
 
 // A failure says what went wrong, in UTF-8 (it goes into the log as it is).
-inline void requireDescribed(const AppGroupContainer::DecodingError& error) {
+inline void requireDescribed(const AppGroupContainer::platform::Error& error) {
     require(!error.description.empty(), "a failed decoding has a description");
     try {
         (void)nlohmann::json(error.description).dump();
@@ -42,7 +42,7 @@ inline void requireDescribed(const AppGroupContainer::DecodingError& error) {
 // Decodes `json` as T and checks what every decoding promises: a description on failure, a
 // value equal to itself on success (no NaN can come out of JSON).
 template <typename T>
-AppGroupContainer::DecodeResult<T> decodeChecked(std::string_view json) {
+AppGroupContainer::platform::Result<T> decodeChecked(std::string_view json) {
     auto result = AppGroupContainer::sharedDecoder().decode<T>(json);
     if (!result)
         requireDescribed(result.error());
@@ -55,7 +55,7 @@ AppGroupContainer::DecodeResult<T> decodeChecked(std::string_view json) {
 // sorted, numbers and strings re-serialised) decodes to the same record or the same fault.
 template <typename T>
 void requireSameOutcomeWhenRewritten(std::string_view json,
-                                     const AppGroupContainer::DecodeResult<T>& first) {
+                                     const AppGroupContainer::platform::Result<T>& first) {
     const auto value = nlohmann::json::parse(json, nullptr, false);
     if (value.is_discarded()) {
         require(!first.ok(), "text the JSON parser rejects never decodes", json);

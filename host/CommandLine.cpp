@@ -11,6 +11,12 @@
 
 namespace host {
 
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
+
 const platform::Clock& GlobalOptions::clock() const {
     if (at.empty()) return platform::systemClock();
     if (!m_fixedClock) {

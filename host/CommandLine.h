@@ -2,7 +2,7 @@
 
 #include "platform/Clock.h"
 #include "platform/Date.h"
-#include "platform/Timeline.h"
+#include "timeline/Timeline.h"
 #include "widgets/StaticConfiguration.h"
 
 #include <optional>
@@ -32,12 +32,13 @@ struct GlobalOptions {
     std::string locale;          // --locale, for commands that draw
     std::string timeZone;        // --time-zone, for commands that draw
     int exitCode = exitSuccess;
-    std::vector<StaticConfiguration> widgets;  // the bundle the program's entry handed over
+    std::vector<widgets::StaticConfiguration>
+        widgets;  // the bundle the program's entry handed over
 
     // The clock requests read: fixed at --at when given, else the system clock.
     [[nodiscard]] const platform::Clock& clock() const;
     // A provider request's context on that clock and store folder.
-    [[nodiscard]] TimelineProviderContext context() const;
+    [[nodiscard]] timeline::TimelineProviderContext context() const;
     // The widget host over the bundle, drawing in --locale and --time-zone (default: the
     // user's, from the environment) on the --store-dir store.
     [[nodiscard]] WidgetHost widgetHost() const;
@@ -47,7 +48,8 @@ private:
 };
 
 // Runs the program over the bundle's widgets; returns its exit code.
-[[nodiscard]] int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widgets);
+[[nodiscard]] int runCommandLine(int argc, char** argv,
+                                 std::vector<widgets::StaticConfiguration> widgets);
 
 // `defaults write|read|delete KEY`: the store as the host app writes it.
 void registerDefaultsCommand(CLI::App& app, GlobalOptions& globals);

@@ -1,6 +1,7 @@
 #include "host/CommandLine.h"
-#include "platform/DefaultsStore.h"
-#include "platform/StoreLocation.h"
+#include "platform/Deployment.h"
+#include "store/DefaultsStore.h"
+#include "store/StoreLocation.h"
 
 #include <CLI/CLI.hpp>
 
@@ -11,6 +12,12 @@
 #include <memory>
 
 namespace host {
+
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
 namespace {
 
 struct DefaultsOptions {
@@ -22,20 +29,19 @@ struct DefaultsOptions {
 };
 
 std::string_view domain(const DefaultsOptions& options) {
-    return options.standard ? platform::StoreLocation::bundleIdentifier()
-                            : platform::StoreLocation::appGroupIdentifier();
+    return options.standard ? platform::bundleIdentifier() : platform::appGroupIdentifier();
 }
 
-std::optional<platform::Data> readFile(const std::string& path) {
+std::optional<store::Data> readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) return std::nullopt;
-    platform::Data bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    store::Data bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     if (file.bad()) return std::nullopt;
     return bytes;
 }
 
 int write(const GlobalOptions& globals, const DefaultsOptions& options) {
-    platform::Data bytes;
+    store::Data bytes;
     if (options.dataFile) {
         auto contents = readFile(*options.dataFile);
         if (!contents) {
@@ -47,13 +53,13 @@ int write(const GlobalOptions& globals, const DefaultsOptions& options) {
         bytes.assign(options.data->begin(), options.data->end());
     }
 
-    auto opened = platform::DefaultsStore::openForWriting(
-        domain(options), platform::StoreLocation::directory(globals.storeDirectory));
-    if (auto* error = std::get_if<platform::DefaultsError>(&opened)) {
+    auto opened = store::DefaultsStore::openForWriting(
+        domain(options), store::storeDirectory(globals.storeDirectory));
+    if (auto* error = std::get_if<store::DefaultsError>(&opened)) {
         printError(error->description);
         return exitFailure;
     }
-    auto& store = std::get<platform::DefaultsStore>(opened);
+    auto& store = std::get<store::DefaultsStore>(opened);
     const auto error = options.string ? store.setString(options.key, *options.string)
                                       : store.setData(options.key, bytes);
     if (error) {
@@ -64,18 +70,18 @@ int write(const GlobalOptions& globals, const DefaultsOptions& options) {
 }
 
 // Data that reads as text is printed as it is; anything else as hex digits.
-bool printable(const platform::Data& bytes) {
+bool printable(const store::Data& bytes) {
     return std::none_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) {
         return (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
     });
 }
 
-void printValue(const platform::DefaultsValue& value) {
+void printValue(const store::DefaultsValue& value) {
     if (const auto* text = std::get_if<std::string>(&value)) {
         std::printf("string\n%s\n", text->c_str());
         return;
     }
-    const auto& bytes = std::get<platform::Data>(value);
+    const auto& bytes = std::get<store::Data>(value);
     std::printf("data (%zu %s)\n", bytes.size(), bytes.size() == 1 ? "byte" : "bytes");
     if (printable(bytes)) {
         std::fwrite(bytes.data(), 1, bytes.size(), stdout);
@@ -85,11 +91,11 @@ void printValue(const platform::DefaultsValue& value) {
     std::printf("\n");
 }
 
-std::optional<platform::DefaultsStore> openForReading(const GlobalOptions& globals,
-                                                      const DefaultsOptions& options) {
-    const auto folder = platform::StoreLocation::directory(globals.storeDirectory);
-    if (options.standard) return platform::DefaultsStore::standard(folder);
-    return platform::DefaultsStore::openSuite(domain(options), folder);
+std::optional<store::DefaultsStore> openForReading(const GlobalOptions& globals,
+                                                   const DefaultsOptions& options) {
+    const auto folder = store::storeDirectory(globals.storeDirectory);
+    if (options.standard) return store::DefaultsStore::standard(folder);
+    return store::DefaultsStore::openSuite(domain(options), folder);
 }
 
 int read(const GlobalOptions& globals, const DefaultsOptions& options) {
@@ -113,13 +119,13 @@ int remove(const GlobalOptions& globals, const DefaultsOptions& options) {
         printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
         return exitFailure;
     }
-    auto opened = platform::DefaultsStore::openForWriting(
-        domain(options), platform::StoreLocation::directory(globals.storeDirectory));
-    if (auto* error = std::get_if<platform::DefaultsError>(&opened)) {
+    auto opened = store::DefaultsStore::openForWriting(
+        domain(options), store::storeDirectory(globals.storeDirectory));
+    if (auto* error = std::get_if<store::DefaultsError>(&opened)) {
         printError(error->description);
         return exitFailure;
     }
-    if (auto error = std::get<platform::DefaultsStore>(opened).removeObject(options.key)) {
+    if (auto error = std::get<store::DefaultsStore>(opened).removeObject(options.key)) {
         printError(error->description);
         return exitFailure;
     }
@@ -134,8 +140,7 @@ void registerDefaultsCommand(CLI::App& app, GlobalOptions& globals) {
         app.add_subcommand("defaults", "Write, read or delete a key of the shared store");
     defaults->require_subcommand(1);
     defaults->add_flag("--standard", options->standard,
-                       "Use the standard defaults (" +
-                           std::string(platform::StoreLocation::bundleIdentifier()) +
+                       "Use the standard defaults (" + std::string(platform::bundleIdentifier()) +
                            ") instead of the app group's suite");
 
     CLI::App* write = defaults->add_subcommand("write", "Store a data or text value under KEY");

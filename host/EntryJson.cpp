@@ -1,11 +1,16 @@
 #include "host/EntryJson.h"
 
 #include "platform/Date.h"
-#include "store/JSONEncoder.h"
+#include "records/JSONEncoder.h"
 
 #include <nlohmann/json.hpp>
 
 namespace host {
+
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
 namespace {
 
 using Json = nlohmann::ordered_json;

@@ -9,7 +9,7 @@
 // {"entries", "reloadAfter"}. Records are in their writing form, dates RFC 3339 UTC.
 namespace host {
 
-[[nodiscard]] std::string entryJson(const AnyEntry& entry);
-[[nodiscard]] std::string timelineJson(const AnyTimeline& timeline);
+[[nodiscard]] std::string entryJson(const widgets::AnyEntry& entry);
+[[nodiscard]] std::string timelineJson(const widgets::AnyTimeline& timeline);
 
 }  // namespace host

@@ -10,6 +10,12 @@
 #include <memory>
 
 namespace host {
+
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
 namespace {
 
 struct Shot {

@@ -2,7 +2,7 @@
 
 #include "host/WidgetHost.h"
 #include "render/Painter.h"
-#include "style/LocalizedString.h"
+#include "ui/LocalizedString.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,6 +13,12 @@
 #include <cstring>
 
 namespace host {
+
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
 namespace {
 
 std::string reason(int error) {
@@ -25,7 +31,7 @@ std::string text(const LocalizedStringKey& key, const std::string& locale) {
 
 }  // namespace
 
-std::string pageDate(Date date) {
+std::string pageDate(platform::Date date) {
     return platform::formatDate(std::chrono::floor<std::chrono::seconds>(date));
 }
 
@@ -36,7 +42,7 @@ std::string galleryImageName(const Placement& placement, std::string_view reques
 
 std::variant<DrawnCard, std::string> drawCard(const WidgetHost& widgets, const Placement& placement,
                                               std::string_view request, const AnyTimeline& timeline,
-                                              bool showReload, Date now) {
+                                              bool showReload, platform::Date now) {
     const auto& entry = timeline.entries.front();
     const auto layout = widgets.draw(placement, entry, now);
     auto png =

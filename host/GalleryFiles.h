@@ -23,7 +23,7 @@ class WidgetHost;
 
 // A date as the page shows it: RFC 3339 UTC to the second (the system clock's microseconds are
 // noise to a reader).
-[[nodiscard]] std::string pageDate(Date date);
+[[nodiscard]] std::string pageDate(platform::Date date);
 
 // A drawn entry: its card and its image, PNG at the host's scale.
 struct DrawnCard {
@@ -37,8 +37,8 @@ struct DrawnCard {
 [[nodiscard]] std::variant<DrawnCard, std::string> drawCard(const WidgetHost& widgets,
                                                             const Placement& placement,
                                                             std::string_view request,
-                                                            const AnyTimeline& timeline,
-                                                            bool showReload, Date now);
+                                                            const widgets::AnyTimeline& timeline,
+                                                            bool showReload, platform::Date now);
 
 // The cards under their widgets' display names and descriptions, widgets in bundle order, each
 // widget's cards in the order given; widgets without cards are left out.

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 namespace host {
+
 namespace {
 
 // The widgets' palette: page background, card surface, primary and secondary text, accent.

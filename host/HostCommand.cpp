@@ -20,6 +20,12 @@
 #include <variant>
 
 namespace host {
+
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
 namespace {
 
 // An open browser reloads the page this often, in seconds.
@@ -135,7 +141,9 @@ public:
         return asked;
     }
 
-    [[nodiscard]] std::optional<Date> nextReload() const { return m_schedule.nextReload(); }
+    [[nodiscard]] std::optional<platform::Date> nextReload() const {
+        return m_schedule.nextReload();
+    }
 
     // Draws the latest entries of the given placements, each at the time it was asked for, and
     // rewrites the page with every placement's latest card.
@@ -191,7 +199,7 @@ private:
 // Runs the schedule on a virtual clock from `start` to `until` at full speed. Only the last
 // state of every placement is drawn, once, at the end: a day of watchlist reloads would
 // otherwise draw hundreds of images that nobody sees.
-int simulate(LiveHost& live, Date start, Date until) {
+int simulate(LiveHost& live, platform::Date start, platform::Date until) {
     platform::ManualClock clock(start);
     std::size_t rounds = 0;
     while (clock.now() < until) {
@@ -212,7 +220,7 @@ int simulate(LiveHost& live, Date start, Date until) {
 
 // Runs the schedule on the system clock, sleeping until the next reload date, until --until or
 // SIGINT/SIGTERM. Every request is drawn and published at once.
-int runLive(LiveHost& live, std::optional<Date> until) {
+int runLive(LiveHost& live, std::optional<platform::Date> until) {
     sigset_t stopSignals;
     sigemptyset(&stopSignals);
     sigaddset(&stopSignals, SIGINT);
@@ -231,15 +239,15 @@ int runLive(LiveHost& live, std::optional<Date> until) {
             std::fflush(stdout);
             pageAnnounced = true;
         }
-        const Date next = *live.nextReload();  // every placement has been asked once
+        const platform::Date next = *live.nextReload();  // every placement has been asked once
         while (true) {
-            const Date now = clock.now();
+            const platform::Date now = clock.now();
             if (until && now >= *until) {
                 std::printf("stopped (reached %s)\n", platform::formatDate(*until).c_str());
                 return exitSuccess;
             }
             if (now >= next) break;
-            const Date wake = until ? std::min(next, *until) : next;
+            const platform::Date wake = until ? std::min(next, *until) : next;
             const auto wait = std::min<std::chrono::microseconds>(wake - now, longestSleep);
             if (const int signal = waitForStopSignal(stopSignals, wait)) {
                 std::printf("stopped (%s)\n", signal == SIGINT ? "SIGINT" : "SIGTERM");
@@ -250,7 +258,7 @@ int runLive(LiveHost& live, std::optional<Date> until) {
 }
 
 int run(const HostOptions& options, const GlobalOptions& globals, const WidgetHost& widgets) {
-    std::optional<Date> until;
+    std::optional<platform::Date> until;
     if (!options.until.empty()) until = platform::parseCommandLineDate(options.until);
     if (options.simulate && !until) {
         printError("--simulate needs --until: the time the simulation ends");
@@ -260,7 +268,7 @@ int run(const HostOptions& options, const GlobalOptions& globals, const WidgetHo
         printError("the live host runs on the system clock; use --simulate to run from --at");
         return exitUsage;
     }
-    const Date start = globals.clock().now();
+    const platform::Date start = globals.clock().now();
     if (until && *until <= start) {
         printError("--until " + options.until + " is not later than the start, " +
                    platform::formatDate(start));

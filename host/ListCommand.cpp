@@ -1,6 +1,6 @@
 #include "host/CommandLine.h"
 #include "host/WidgetHost.h"
-#include "style/LocalizedString.h"
+#include "ui/LocalizedString.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -9,6 +9,12 @@
 #include <memory>
 
 namespace host {
+
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
 namespace {
 
 std::string text(const LocalizedStringKey& key, const std::string& locale) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/WidgetFamily.h"
+#include "timeline/WidgetFamily.h"
 
 #include <string>
 
@@ -9,7 +9,7 @@ namespace host {
 // A widget placed by the user: a kind in a family.
 struct Placement {
     std::string kind;
-    WidgetFamily family = WidgetFamily::systemMedium;
+    timeline::WidgetFamily family = timeline::WidgetFamily::systemMedium;
 
     bool operator==(const Placement&) const = default;
 };

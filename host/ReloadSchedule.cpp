@@ -4,12 +4,18 @@
 
 namespace host {
 
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
+
 ReloadSchedule::ReloadSchedule(std::vector<Placement> placements)
     : m_placements(std::move(placements)), m_reloadAfter(m_placements.size()) {}
 
 void ReloadSchedule::runDue(const WidgetHost& host, const platform::Clock& clock,
                             const std::function<void(const TimelineRequestRecord&)>& onRequest) {
-    const Date now = clock.now();
+    const platform::Date now = clock.now();
     for (std::size_t i = 0; i < m_placements.size(); ++i) {
         if (m_reloadAfter[i] && *m_reloadAfter[i] > now) continue;
         TimelineRequestRecord record{m_placements[i], now,
@@ -22,8 +28,8 @@ void ReloadSchedule::runDue(const WidgetHost& host, const platform::Clock& clock
     }
 }
 
-std::optional<Date> ReloadSchedule::nextReload() const {
-    std::optional<Date> earliest;
+std::optional<platform::Date> ReloadSchedule::nextReload() const {
+    std::optional<platform::Date> earliest;
     for (const auto& date : m_reloadAfter) {
         if (!date) return std::nullopt;
         if (!earliest || *date < *earliest) earliest = date;

@@ -13,8 +13,8 @@ namespace host {
 // What the host did for one placement at one moment.
 struct TimelineRequestRecord {
     Placement placement;
-    Date requestedAt;
-    AnyTimeline timeline;
+    platform::Date requestedAt;
+    widgets::AnyTimeline timeline;
 };
 
 // Honours the placements' reload policies: a placement's first timeline is asked for at once,
@@ -29,13 +29,13 @@ public:
                 const std::function<void(const TimelineRequestRecord&)>& onRequest);
 
     // The earliest reload date of any placement; none before the first run.
-    [[nodiscard]] std::optional<Date> nextReload() const;
+    [[nodiscard]] std::optional<platform::Date> nextReload() const;
 
     [[nodiscard]] const std::vector<Placement>& placements() const { return m_placements; }
 
 private:
     std::vector<Placement> m_placements;
-    std::vector<std::optional<Date>> m_reloadAfter;  // per placement; none: never asked
+    std::vector<std::optional<platform::Date>> m_reloadAfter;  // per placement; none: never asked
 };
 
 }  // namespace host

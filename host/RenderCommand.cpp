@@ -3,7 +3,8 @@
 #include "platform/Formatters.h"
 #include "render/FrameDump.h"
 #include "render/Painter.h"
-#include "style/TreeDump.h"
+#include "style/Palette.h"
+#include "ui/TreeDump.h"
 
 #include <CLI/CLI.hpp>
 
@@ -12,6 +13,12 @@
 #include <memory>
 
 namespace host {
+
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
 namespace {
 
 struct RenderOptions {
@@ -59,11 +66,13 @@ int run(const RenderOptions& options, const GlobalOptions& globals, const Widget
     const auto& clock = globals.clock();
     const auto timeline = widgets.request(placement, requestNames.at(options.request), clock);
     const auto& entry = timeline.entries.front();
-    const Date now = clock.now();
+    const platform::Date now = clock.now();
 
-    if (options.tree) std::fputs(dumpTree(widgets.content(placement, entry, now)).c_str(), stdout);
+    if (options.tree)
+        std::fputs(dumpTree(widgets.content(placement, entry, now), Palette::names).c_str(),
+                   stdout);
     const auto layout = widgets.draw(placement, entry, now);
-    if (options.frames) std::fputs(render::dumpFrames(layout).c_str(), stdout);
+    if (options.frames) std::fputs(render::dumpFrames(layout, Palette::names).c_str(), stdout);
     if (format) {
         if (auto error = render::paintToFile(layout.drawList, options.out, options.scale)) {
             printError(error->message);

@@ -8,6 +8,12 @@
 #include <memory>
 
 namespace host {
+
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
 namespace {
 
 void addRequest(CLI::App& app, GlobalOptions& globals, const std::string& name,

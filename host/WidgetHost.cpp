@@ -6,6 +6,12 @@
 
 namespace host {
 
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
+
 WidgetHost::WidgetHost(std::vector<StaticConfiguration> widgets, HostSettings settings)
     : m_widgets(std::move(widgets)), m_settings(std::move(settings)) {}
 
@@ -58,7 +64,7 @@ AnyTimeline WidgetHost::request(const Placement& placement, Request request,
     return std::move(*answer);
 }
 
-EnvironmentValues WidgetHost::environment(WidgetFamily family, Date now) const {
+EnvironmentValues WidgetHost::environment(WidgetFamily family, platform::Date now) const {
     EnvironmentValues env;
     env.widgetFamily = family;
     env.locale = m_settings.locale;
@@ -68,14 +74,15 @@ EnvironmentValues WidgetHost::environment(WidgetFamily family, Date now) const {
     return env;
 }
 
-View WidgetHost::content(const Placement& placement, const AnyEntry& entry, Date now) const {
+View WidgetHost::content(const Placement& placement, const AnyEntry& entry,
+                         platform::Date now) const {
     const auto* configuration = widget(placement.kind);
     VELMORA_ASSERT(configuration != nullptr);
     return configuration->content(entry, environment(placement.family, now));
 }
 
 render::LayoutResult WidgetHost::draw(const Placement& placement, const AnyEntry& entry,
-                                      Date now) const {
+                                      platform::Date now) const {
     return render::layoutWidget(content(placement, entry, now), environment(placement.family, now),
                                 render::pangoTextMeasurer(), m_settings.scale);
 }

@@ -2,10 +2,10 @@
 
 #include "host/Placement.h"
 #include "platform/Clock.h"
-#include "platform/Timeline.h"
 #include "render/LayoutResult.h"
 #include "render/PlatformDefaults.h"
-#include "style/EnvironmentValues.h"
+#include "timeline/Timeline.h"
+#include "ui/EnvironmentValues.h"
 #include "widgets/StaticConfiguration.h"
 
 #include <optional>
@@ -19,7 +19,7 @@ namespace host {
 struct HostSettings {
     std::string locale = "en_US";
     std::string timeZone = "UTC";
-    ColorScheme colorScheme = ColorScheme::dark;
+    ui::ColorScheme colorScheme = ui::ColorScheme::dark;
     double scale = render::defaults::renderScale;
     std::string storeDirectory;  // empty: the environment's store folder
 };
@@ -30,11 +30,13 @@ enum class Request { placeholder, snapshot, timeline };
 // providers for entries and draws entries through the widgets' content in a family.
 class WidgetHost {
 public:
-    WidgetHost(std::vector<StaticConfiguration> widgets, HostSettings settings);
+    WidgetHost(std::vector<widgets::StaticConfiguration> widgets, HostSettings settings);
 
-    [[nodiscard]] const std::vector<StaticConfiguration>& widgets() const { return m_widgets; }
+    [[nodiscard]] const std::vector<widgets::StaticConfiguration>& widgets() const {
+        return m_widgets;
+    }
     [[nodiscard]] const HostSettings& settings() const { return m_settings; }
-    [[nodiscard]] const StaticConfiguration* widget(std::string_view kind) const;
+    [[nodiscard]] const widgets::StaticConfiguration* widget(std::string_view kind) const;
 
     // Every widget in every family it supports, in bundle order.
     [[nodiscard]] std::vector<Placement> allPlacements() const;
@@ -42,18 +44,21 @@ public:
     // A provider request for a placed widget, at the clock's now. A timeline's policy is the
     // provider's; placeholder and snapshot answers come back as a one-entry timeline with no
     // reload (the policy date is the entry's date).
-    [[nodiscard]] AnyTimeline request(const Placement& placement, Request request,
-                                      const platform::Clock& clock) const;
+    [[nodiscard]] widgets::AnyTimeline request(const Placement& placement, Request request,
+                                               const platform::Clock& clock) const;
 
     // The entry drawn through the widget's content, with the family in the environment.
-    [[nodiscard]] View content(const Placement& placement, const AnyEntry& entry, Date now) const;
-    [[nodiscard]] render::LayoutResult draw(const Placement& placement, const AnyEntry& entry,
-                                            Date now) const;
+    [[nodiscard]] ui::View content(const Placement& placement, const widgets::AnyEntry& entry,
+                                   platform::Date now) const;
+    [[nodiscard]] render::LayoutResult draw(const Placement& placement,
+                                            const widgets::AnyEntry& entry,
+                                            platform::Date now) const;
 
 private:
-    [[nodiscard]] EnvironmentValues environment(WidgetFamily family, Date now) const;
+    [[nodiscard]] ui::EnvironmentValues environment(timeline::WidgetFamily family,
+                                                    platform::Date now) const;
 
-    std::vector<StaticConfiguration> m_widgets;
+    std::vector<widgets::StaticConfiguration> m_widgets;
     HostSettings m_settings;
 };
 

@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
+namespace platform {
+
 // An instant, as the platform's date value: microseconds since the Unix epoch, UTC.
 using Date = std::chrono::sys_time<std::chrono::microseconds>;
-
-namespace platform {
 
 // RFC 3339 internet date-time as the shared records carry it: YYYY-MM-DDTHH:MM:SS with an
 // upper-case T, then Z/z or an offset (+HH:MM, +HHMM, +HH). No fractional seconds.

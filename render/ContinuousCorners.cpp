@@ -6,6 +6,8 @@
 #include <numbers>
 
 namespace render {
+
+using namespace ui;
 namespace {
 
 // One corner as seen from the corner itself: a point (a, b) lies a along the edge that comes

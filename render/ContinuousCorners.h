@@ -2,7 +2,7 @@
 
 #include "render/Geometry.h"
 #include "render/Path.h"
-#include "style/View.h"
+#include "ui/View.h"
 
 namespace render {
 
@@ -14,6 +14,7 @@ inline constexpr double continuousCornerExtent = 1.52866483;
 // quarter arcs (as cubics). Continuous corners are the platform's smooth curve, which begins
 // 1.52866483·r from each corner; where that does not fit in half the shorter side the corner
 // blends toward the circular arc, so that r = min(width, height) / 2 still gives a capsule.
-[[nodiscard]] Path roundedRectPath(const Rect& rect, double cornerRadius, RoundedCornerStyle style);
+[[nodiscard]] Path roundedRectPath(const Rect& rect, double cornerRadius,
+                                   ui::RoundedCornerStyle style);
 
 }  // namespace render

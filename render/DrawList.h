@@ -3,8 +3,8 @@
 #include "platform/Url.h"
 #include "render/Geometry.h"
 #include "render/TextStyle.h"
-#include "style/Color.h"
-#include "style/View.h"
+#include "ui/Color.h"
+#include "ui/View.h"
 
 #include <optional>
 #include <string>
@@ -18,14 +18,14 @@ namespace render {
 struct FillShape {  // a rectangle, rounded when cornerRadius > 0
     Rect rect;
     double cornerRadius = 0;
-    RoundedCornerStyle cornerStyle = RoundedCornerStyle::continuous;
-    Color color;
+    ui::RoundedCornerStyle cornerStyle = ui::RoundedCornerStyle::continuous;
+    ui::Color color;
     bool operator==(const FillShape&) const = default;
 };
 struct PushClip {  // intersects the clip with a (rounded) rectangle until the matching PopClip
     Rect rect;
     double cornerRadius = 0;
-    RoundedCornerStyle cornerStyle = RoundedCornerStyle::continuous;
+    ui::RoundedCornerStyle cornerStyle = ui::RoundedCornerStyle::continuous;
     bool operator==(const PushClip&) const = default;
 };
 struct PopClip {
@@ -40,8 +40,8 @@ struct DrawText {  // `text` is final: looked up, arguments filled in, case appl
 struct DrawSymbol {
     Rect frame;
     std::string systemName;
-    Font font;
-    Color color;
+    ui::Font font;
+    ui::Color color;
     bool operator==(const DrawSymbol&) const = default;
 };
 

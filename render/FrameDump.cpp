@@ -1,6 +1,6 @@
 #include "render/FrameDump.h"
 
-#include "style/Palette.h"
+#include "ui/TreeDump.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,6 +8,8 @@
 #include <cstdio>
 
 namespace render {
+
+using namespace ui;
 
 std::string dumpLength(double value) {
     if (std::isinf(value)) return value > 0 ? "∞" : "-∞";
@@ -22,34 +24,18 @@ std::string dumpLength(double value) {
     return std::string(buffer, end);
 }
 
-std::string dumpColorName(const Color& color) {
-    std::string out;
-    if (const auto name = Palette::nameOf(color)) {
-        out = "Palette.";
-        out += *name;
-    } else {
-        auto byte = [](double component) {
-            return static_cast<unsigned>(std::lround(std::clamp(component, 0.0, 1.0) * 255));
-        };
-        char hex[8];
-        std::snprintf(hex, sizeof hex, "#%02X%02X%02X", byte(color.red), byte(color.green),
-                      byte(color.blue));
-        out = hex;
-    }
-    if (color.alpha != 1) out += ".opacity(" + dumpLength(color.alpha) + ")";
-    return out;
-}
-
 std::string dumpRect(const Rect& rect) {
     return "(" + dumpLength(rect.x) + ", " + dumpLength(rect.y) + ", " + dumpLength(rect.width) +
            " × " + dumpLength(rect.height) + ")";
 }
 
-std::string dumpFrames(const LayoutResult& result) {
+std::string dumpFrames(const LayoutResult& result, ui::ColorNames names) {
     std::string out;
     for (const auto& frame : result.frames) {
         out.append(std::size_t(frame.depth) * 2, ' ');
         out += frame.description;
+        if (frame.color) out += ' ' + ui::dumpColor(*frame.color, names, dumpLength);
+        out += frame.detail;
         out += ' ';
         out += dumpRect(frame.rect);
         out += '\n';

@@ -29,18 +29,18 @@
 //       Text "Watchlist" 11 semibold Palette.textPrimary (16, 16, 49.5 × 13.2)
 
 #include "render/LayoutResult.h"
-#include "style/Color.h"
+#include "ui/TreeDump.h"
 
 #include <string>
 #include <string_view>
 
 namespace render {
 
-[[nodiscard]] std::string dumpFrames(const LayoutResult& result);
+// Colours whose RGB is in `names` are written by name.
+[[nodiscard]] std::string dumpFrames(const LayoutResult& result, ui::ColorNames names = {});
 
 // The pieces of a description, as the dump writes them.
 [[nodiscard]] std::string dumpLength(double value);  // 0.01 rounding, "∞"
-[[nodiscard]] std::string dumpColorName(const Color& color);
 [[nodiscard]] std::string dumpRect(const Rect& rect);
 
 }  // namespace render

@@ -1,13 +1,13 @@
 #include "render/Layout.h"
 
-#include "style/Overloaded.h"
-#include "style/TreeDump.h"
-#include "style/ViewNames.h"
+#include "platform/Overloaded.h"
+#include "ui/TreeDump.h"
+#include "ui/ViewNames.h"
 
 #include "platform/Fatal.h"
 #include "render/FrameDump.h"
 #include "render/Symbols.h"
-#include "style/LocalizedString.h"
+#include "ui/LocalizedString.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +18,8 @@
 #include <variant>
 
 namespace render {
+
+using namespace ui;
 namespace {
 
 enum class Axis { horizontal, vertical };
@@ -80,7 +82,7 @@ bool isPassThroughModifier(const Modifier& m) {
 
 void apply(const Modifier& m, Env& env) {
     std::visit(
-        Overloaded{
+        platform::Overloaded{
             [&](const FontModifier& f) { env.font = f.font; },
             [&](const ForegroundColorModifier& c) { env.color = c.color; },
             [&](const LineLimitModifier& l) { env.lineLimit = l.limit; },
@@ -289,10 +291,11 @@ private:
                      const std::vector<std::size_t>& others, Axis axis,
                      std::optional<double> crossProposal, double length);
 
-    void record(int depth, std::string description, Rect rect) {
-        result.frames.push_back({depth, std::move(description), rect});
+    void record(int depth, std::string description, Rect rect,
+                std::optional<Color> color = std::nullopt, std::string detail = {}) {
+        result.frames.push_back({depth, std::move(description), color, std::move(detail), rect});
     }
-    std::string describeNode(ViewRef ref, ProposedSize p, const Env& env);
+    LaidOutFrame describeNode(ViewRef ref, ProposedSize p, const Env& env);
 
     const EnvironmentValues& m_environment;
     const TextMeasurer& m_measurer;
@@ -395,7 +398,7 @@ Measured Engine::measure(ViewRef ref, ProposedSize p, const Env& env) {
 Measured Engine::compute(ViewRef ref, ProposedSize p, const Env& env) {
     if (ref.level == 0) return measureNode(ref, p, env);
     return std::visit(
-        Overloaded{
+        platform::Overloaded{
             [&](const FrameModifier& f) -> Measured {
                 const Measured child = measure(ref.inner(), frameChildProposal(f, p), env);
                 auto choose = [](std::optional<double> proposed, double own,
@@ -424,7 +427,7 @@ Measured Engine::compute(ViewRef ref, ProposedSize p, const Env& env) {
 Measured Engine::measureNode(ViewRef ref, ProposedSize p, const Env& env) {
     const View& view = *ref.view;
     return std::visit(
-        Overloaded{
+        platform::Overloaded{
             [&](const EmptyView&) -> Measured { return {}; },
             [&](const TextNode& text) -> Measured {
                 TextInfo& info = textInfo(view, text, env);
@@ -456,7 +459,7 @@ Measured Engine::measureNode(ViewRef ref, ProposedSize p, const Env& env) {
 
 Arrangement Engine::arrange(ViewRef ref, ProposedSize p, const Env& env) {
     return std::visit(
-        Overloaded{
+        platform::Overloaded{
             [&](const VStackNode& stack) {
                 Env inner = env;
                 inner.stackAxis = Axis::vertical;
@@ -513,7 +516,7 @@ bool keepsItsLength(ViewRef ref, Axis axis) {
         });
     };
     return std::visit(
-        Overloaded{
+        platform::Overloaded{
             [](const TextNode&) { return true; },
             [](const ImageNode&) { return true; },
             [](const EmptyView&) { return true; },
@@ -726,44 +729,50 @@ Arrangement Engine::arrangeGrid(const LazyVGridNode& grid, std::vector<Child> ch
     return out;
 }
 
-std::string Engine::describeNode(ViewRef ref, ProposedSize p, const Env& env) {
+LaidOutFrame Engine::describeNode(ViewRef ref, ProposedSize p, const Env& env) {
     const View& view = *ref.view;
+    using Frame = LaidOutFrame;
     return std::visit(
-        Overloaded{
-            [](const EmptyView&) -> std::string { return "EmptyView"; },
-            [&](const TextNode& text) -> std::string {
+        platform::Overloaded{
+            [](const EmptyView&) -> Frame { return {.description = "EmptyView"}; },
+            [&](const TextNode& text) -> Frame {
                 TextInfo& info = textInfo(view, text, env);
                 const TextStyle style = drawnStyle(info, p);
-                std::string out = "Text " + dumpQuoted(info.text) + " " + describeFont(style.font) +
-                                  " " + dumpColorName(style.color);
-                if (style.lineLimit) out += " lineLimit " + std::to_string(*style.lineLimit);
-                if (style.alignment == TextAlignment::center) out += " center";
-                if (style.alignment == TextAlignment::trailing) out += " trailing";
-                return out;
+                std::string detail;
+                if (style.lineLimit) detail += " lineLimit " + std::to_string(*style.lineLimit);
+                if (style.alignment == TextAlignment::center) detail += " center";
+                if (style.alignment == TextAlignment::trailing) detail += " trailing";
+                return {
+                    .description = "Text " + dumpQuoted(info.text) + " " + describeFont(style.font),
+                    .color = style.color,
+                    .detail = std::move(detail)};
             },
-            [&](const ImageNode& image) -> std::string {
-                return "Image " + dumpQuoted(image.systemName) + " " + describeFont(env.font) +
-                       " " + dumpColorName(env.color);
+            [&](const ImageNode& image) -> Frame {
+                return {.description =
+                            "Image " + dumpQuoted(image.systemName) + " " + describeFont(env.font),
+                        .color = env.color};
             },
-            [](const SpacerNode& s) -> std::string {
-                return s.minLength ? "Spacer(min " + dumpLength(*s.minLength) + ")" : "Spacer";
+            [](const SpacerNode& s) -> Frame {
+                return {.description = s.minLength ? "Spacer(min " + dumpLength(*s.minLength) + ")"
+                                                   : "Spacer"};
             },
-            [](const DividerNode&) -> std::string { return "Divider"; },
-            [](const VStackNode& s) -> std::string {
-                return "VStack(" + std::string(name(s.alignment)) + describeSpacing(s.spacing) +
-                       ")";
+            [](const DividerNode&) -> Frame { return {.description = "Divider"}; },
+            [](const VStackNode& s) -> Frame {
+                return {.description = "VStack(" + std::string(name(s.alignment)) +
+                                       describeSpacing(s.spacing) + ")"};
             },
-            [](const HStackNode& s) -> std::string {
-                return "HStack(" + std::string(name(s.alignment)) + describeSpacing(s.spacing) +
-                       ")";
+            [](const HStackNode& s) -> Frame {
+                return {.description = "HStack(" + std::string(name(s.alignment)) +
+                                       describeSpacing(s.spacing) + ")"};
             },
-            [](const LazyVGridNode& g) -> std::string {
-                return "LazyVGrid(" + std::to_string(g.columns.size()) +
-                       (g.columns.size() == 1 ? " column, " : " columns, ") +
-                       std::string(name(g.alignment)) + describeSpacing(g.spacing) + ")";
+            [](const LazyVGridNode& g) -> Frame {
+                return {.description = "LazyVGrid(" + std::to_string(g.columns.size()) +
+                                       (g.columns.size() == 1 ? " column, " : " columns, ") +
+                                       std::string(name(g.alignment)) + describeSpacing(g.spacing) +
+                                       ")"};
             },
-            [](const ForEachNode&) -> std::string { return "ForEach"; },
-            [](const GroupNode&) -> std::string { return "Group"; },
+            [](const ForEachNode&) -> Frame { return {.description = "ForEach"}; },
+            [](const GroupNode&) -> Frame { return {.description = "Group"}; },
         },
         view.node);
 }
@@ -793,7 +802,7 @@ void Engine::place(ViewRef ref, Point origin, ProposedSize p, const Env& env, in
 
     if (ref.level > 0) {
         std::visit(
-            Overloaded{
+            platform::Overloaded{
                 [&](const FrameModifier& f) {
                     record(depth, describe(f), rect);
                     const ProposedSize childProposal = frameChildProposal(f, p);
@@ -810,7 +819,7 @@ void Engine::place(ViewRef ref, Point origin, ProposedSize p, const Env& env, in
                           paddedProposal(e, p), env, depth + 1);
                 },
                 [&](const BackgroundModifier& b) {
-                    record(depth, "background " + dumpColorName(b.fill), rect);
+                    record(depth, "background", rect, b.fill);
                     commands.push_back(FillShape{rect, 0, RoundedCornerStyle::continuous, b.fill});
                     place(ref.inner(), origin, p, env, depth + 1);
                 },
@@ -832,9 +841,12 @@ void Engine::place(ViewRef ref, Point origin, ProposedSize p, const Env& env, in
         return;
     }
 
-    record(depth, describeNode(ref, p, env), rect);
+    LaidOutFrame frame = describeNode(ref, p, env);
+    frame.depth = depth;
+    frame.rect = rect;
+    result.frames.push_back(std::move(frame));
     std::visit(
-        Overloaded{
+        platform::Overloaded{
             [&](const TextNode& text) {
                 TextInfo& info = textInfo(*ref.view, text, env);
                 commands.push_back(DrawText{rect, info.text, drawnStyle(info, p)});
@@ -873,7 +885,7 @@ LayoutResult layoutOnCanvas(const View& view, Size canvas, Rect content,
             engine.result.drawList.commands.push_back(
                 FillShape{whole, 0, RoundedCornerStyle::continuous, background->color});
             engine.result.frames.push_back(
-                {0, "containerBackground " + dumpColorName(background->color), whole});
+                {0, "containerBackground", background->color, {}, whole});
             depth = 1;
         }
     }

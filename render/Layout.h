@@ -11,8 +11,8 @@
 #include "render/PlatformDefaults.h"
 #include "render/ProposedSize.h"
 #include "render/TextMeasurer.h"
-#include "style/EnvironmentValues.h"
-#include "style/View.h"
+#include "ui/EnvironmentValues.h"
+#include "ui/View.h"
 
 namespace render {
 
@@ -20,19 +20,20 @@ namespace render {
 // modifiers fill the whole canvas first; the content is proposed the canvas less the content
 // margin on every side and centred there. The tap link is the outermost widget URL of the
 // tree. `scale` (device pixels per point) sets the divider's hairline.
-[[nodiscard]] LayoutResult layoutWidget(const View& content, const EnvironmentValues& env,
+[[nodiscard]] LayoutResult layoutWidget(const ui::View& content, const ui::EnvironmentValues& env,
                                         const TextMeasurer& measurer,
                                         double scale = defaults::renderScale);
 
 // A view alone on a canvas of `canvas`: proposed the whole canvas and centred in it (no
 // margins). Container backgrounds of the view fill the canvas as for a widget.
-[[nodiscard]] LayoutResult layoutView(const View& view, Size canvas, const EnvironmentValues& env,
+[[nodiscard]] LayoutResult layoutView(const ui::View& view, Size canvas,
+                                      const ui::EnvironmentValues& env,
                                       const TextMeasurer& measurer,
                                       double scale = defaults::renderScale);
 
 // The size `view` chooses for `proposal`, with the environment's defaults flowing in.
-[[nodiscard]] Size sizeThatFits(const View& view, ProposedSize proposal,
-                                const EnvironmentValues& env, const TextMeasurer& measurer,
+[[nodiscard]] Size sizeThatFits(const ui::View& view, ProposedSize proposal,
+                                const ui::EnvironmentValues& env, const TextMeasurer& measurer,
                                 double scale = defaults::renderScale);
 
 }  // namespace render

@@ -2,7 +2,9 @@
 
 #include "render/DrawList.h"
 #include "render/Geometry.h"
+#include "ui/Color.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,7 +16,9 @@ namespace render {
 // widget link) are folded into the text they style and get no line.
 struct LaidOutFrame {
     int depth = 0;
-    std::string description;
+    std::string description;         // what it is, up to its colour
+    std::optional<ui::Color> color;  // the text's, symbol's or fill's
+    std::string detail;              // what follows the colour: a text's line limit and alignment
     Rect rect;
     bool operator==(const LaidOutFrame&) const = default;
 };

@@ -1,9 +1,9 @@
 #include "render/Painter.h"
 
+#include "platform/Overloaded.h"
 #include "render/ContinuousCorners.h"
 #include "render/PangoTextMeasurer.h"
 #include "render/Symbols.h"
-#include "style/Overloaded.h"
 
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
@@ -28,6 +28,8 @@
 #include <vector>
 
 namespace render {
+
+using namespace ui;
 namespace {
 
 struct SurfaceDestroy {
@@ -125,7 +127,7 @@ std::optional<PaintError> draw(cairo_t* cairo, const DrawList& list) {
     int openClips = 0;
     for (const DrawCommand& command : list.commands) {
         std::visit(
-            Overloaded{
+            platform::Overloaded{
                 [&](const FillShape& fill) {
                     if (!isDrawable(fill.rect) || fill.color.alpha <= 0) return;
                     appendPath(cairo,

@@ -14,6 +14,8 @@
 #include <vector>
 
 namespace render {
+
+using namespace ui;
 namespace {
 
 constexpr const char* systemFamily = "Inter";

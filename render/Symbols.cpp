@@ -9,6 +9,8 @@
 #include <string>
 
 namespace render {
+
+using namespace ui;
 namespace {
 
 constexpr std::string_view sparkles = "sparkles";

@@ -2,7 +2,7 @@
 
 #include "render/Geometry.h"
 #include "render/Path.h"
-#include "style/Font.h"
+#include "ui/Font.h"
 
 #include <optional>
 #include <string_view>
@@ -13,10 +13,10 @@ namespace render {
 // The system symbols the views use, drawn as vector glyphs. A symbol's box is square, as
 // wide and high as its font size, with its baseline at 0.8 of the height (so it lines up
 // with text of the same size). Shared by layout (size) and the painter (paths).
-[[nodiscard]] inline Size symbolSize(const Font& font) {
+[[nodiscard]] inline Size symbolSize(const ui::Font& font) {
     return {font.size, font.size};
 }
-[[nodiscard]] inline double symbolBaseline(const Font& font) {
+[[nodiscard]] inline double symbolBaseline(const ui::Font& font) {
     return font.size * 0.8;
 }
 
@@ -37,6 +37,6 @@ using SymbolGlyph = std::vector<SymbolGlyphPart>;
 // with line weights following the font's size and weight. An unknown name gives nothing and is
 // reported once per process per name on stderr.
 [[nodiscard]] std::optional<SymbolGlyph> symbolGlyph(std::string_view name, const Rect& box,
-                                                     const Font& font);
+                                                     const ui::Font& font);
 
 }  // namespace render

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "style/Color.h"
-#include "style/Font.h"
-#include "style/View.h"
+#include "ui/Color.h"
+#include "ui/Font.h"
+#include "ui/View.h"
 
 #include <optional>
 
@@ -10,10 +10,10 @@ namespace render {
 
 // Everything that shapes and draws one text, after the environment has flowed down.
 struct TextStyle {
-    Font font;
-    Color color;
+    ui::Font font;
+    ui::Color color;
     std::optional<int> lineLimit;
-    TextAlignment alignment = TextAlignment::leading;
+    ui::TextAlignment alignment = ui::TextAlignment::leading;
 
     bool operator==(const TextStyle&) const = default;
 };

@@ -1,7 +1,8 @@
 #include "store/AppGroupStore.h"
+#include "platform/Deployment.h"
 
-#include "platform/DefaultsStore.h"
-#include "platform/StoreLocation.h"
+#include "store/DefaultsStore.h"
+#include "store/StoreLocation.h"
 
 #include <string>
 
@@ -13,8 +14,7 @@ const JSONDecoder& sharedDecoder() {
 }
 
 const platform::Logger& sharedLogger() {
-    static const platform::Logger logger(std::string(platform::StoreLocation::bundleIdentifier()),
-                                         "app");
+    static const platform::Logger logger(std::string(platform::bundleIdentifier()), "app");
     return logger;
 }
 
@@ -22,11 +22,10 @@ namespace {
 
 // Steps 1 to 3 of a read: open the suite (or the standard defaults), take the data value under
 // the key, release the store. A text value, or no value, gives nothing.
-std::optional<platform::Data> storedData(std::string_view key, std::string_view storeDirectory) {
-    const auto folder = platform::StoreLocation::directory(storeDirectory);
-    auto suite =
-        platform::DefaultsStore::openSuite(platform::StoreLocation::appGroupIdentifier(), folder);
-    if (!suite) return platform::DefaultsStore::standard(folder).dataForKey(key);
+std::optional<store::Data> storedData(std::string_view key, std::string_view storeDirectory) {
+    const auto folder = store::storeDirectory(storeDirectory);
+    auto suite = store::DefaultsStore::openSuite(platform::appGroupIdentifier(), folder);
+    if (!suite) return store::DefaultsStore::standard(folder).dataForKey(key);
     return suite->dataForKey(key);
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/Logger.h"
-#include "store/DailyBrief.h"
-#include "store/JSONDecoder.h"
-#include "store/PortfolioSnapshot.h"
-#include "store/WatchlistRow.h"
+#include "records/DailyBrief.h"
+#include "records/JSONDecoder.h"
+#include "records/PortfolioSnapshot.h"
+#include "records/WatchlistRow.h"
 
 #include <optional>
 #include <string_view>

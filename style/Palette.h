@@ -1,6 +1,9 @@
 #pragma once
 
-#include "style/Color.h"
+#include "ui/Color.h"
+#include "ui/TreeDump.h"
+
+#include <array>
 
 #include <optional>
 #include <string_view>
@@ -9,17 +12,25 @@
 // so no first-use race exists.
 namespace Palette {
 
-inline constexpr Color background = Color::rgb8(13, 17, 23);       // #0D1117
-inline constexpr Color surface = Color::rgb8(22, 27, 34);          // #161B22
-inline constexpr Color textPrimary = Color::rgb8(230, 237, 243);   // #E6EDF3
-inline constexpr Color textSecondary = Color::rgb8(139, 148, 158); // #8B949E
-inline constexpr Color accent = Color::rgb8(234, 88, 12);          // #EA580C
-inline constexpr Color bullish = Color::rgb8(34, 197, 94);         // #22C55E
-inline constexpr Color bearish = Color::rgb8(239, 68, 68);         // #EF4444
-inline constexpr Color neutral = Color::rgb8(156, 163, 175);       // #9CA3AF
+inline constexpr ui::Color background = ui::Color::rgb8(13, 17, 23);        // #0D1117
+inline constexpr ui::Color surface = ui::Color::rgb8(22, 27, 34);           // #161B22
+inline constexpr ui::Color textPrimary = ui::Color::rgb8(230, 237, 243);    // #E6EDF3
+inline constexpr ui::Color textSecondary = ui::Color::rgb8(139, 148, 158);  // #8B949E
+inline constexpr ui::Color accent = ui::Color::rgb8(234, 88, 12);           // #EA580C
+inline constexpr ui::Color bullish = ui::Color::rgb8(34, 197, 94);          // #22C55E
+inline constexpr ui::Color bearish = ui::Color::rgb8(239, 68, 68);          // #EF4444
+inline constexpr ui::Color neutral = ui::Color::rgb8(156, 163, 175);        // #9CA3AF
 
-// "background", "accent", ... for a colour equal to a palette colour (any opacity
-// aside), else nothing. Used by the tree dump.
-[[nodiscard]] std::optional<std::string_view> nameOf(const Color& opaque);
+// The palette's names in the dumps: "Palette.background", "Palette.accent", ...
+inline constexpr std::array<ui::ColorName, 8> names{{
+    {"Palette.background", background},
+    {"Palette.surface", surface},
+    {"Palette.textPrimary", textPrimary},
+    {"Palette.textSecondary", textSecondary},
+    {"Palette.accent", accent},
+    {"Palette.bullish", bullish},
+    {"Palette.bearish", bearish},
+    {"Palette.neutral", neutral},
+}};
 
 }  // namespace Palette

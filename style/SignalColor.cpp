@@ -8,6 +8,10 @@
 
 #include <string>
 
+namespace style {
+
+using namespace ui;
+
 namespace {
 
 // The platform's whitespace set for trimming: the space separators and the tab. Line breaks
@@ -47,3 +51,5 @@ Color signalColor(std::optional<std::string_view> signal) {
     if (text == "sell") return Palette::bearish;
     return Palette::neutral;
 }
+
+}  // namespace style

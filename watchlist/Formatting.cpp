@@ -3,6 +3,10 @@
 #include "platform/Formatters.h"
 #include "style/Palette.h"
 
+namespace watchlist {
+
+using namespace ui;
+
 namespace {
 
 // A thousandth of one percent: smaller changes count as no change for the colour.
@@ -38,3 +42,5 @@ std::string formatPortfolioValue(double value, std::string_view locale) {
     }
     return "$" + platform::formatShortest(value);
 }
+
+}  // namespace watchlist

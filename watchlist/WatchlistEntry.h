@@ -1,17 +1,21 @@
 #pragma once
 
 #include "platform/Date.h"
-#include "store/PortfolioSnapshot.h"
-#include "store/WatchlistRow.h"
+#include "records/PortfolioSnapshot.h"
+#include "records/WatchlistRow.h"
 
 #include <optional>
 #include <vector>
 
+namespace watchlist {
+
 // One entry of the watchlist timeline.
 struct WatchlistEntry {
-    Date date;
+    platform::Date date;
     std::vector<AppGroupContainer::WatchlistRow> rows;
     std::optional<AppGroupContainer::PortfolioSnapshot> portfolio;
 
     bool operator==(const WatchlistEntry&) const = default;
 };
+
+}  // namespace watchlist

@@ -7,6 +7,11 @@
 #include <algorithm>
 #include <cstddef>
 
+namespace watchlist {
+
+using namespace ui;
+using namespace timeline;
+
 using AppGroupContainer::WatchlistRow;
 
 namespace {
@@ -46,7 +51,7 @@ std::vector<WatchlistRow> displayRows(const std::vector<WatchlistRow>& rows) {
     return retained;
 }
 
-std::string relativeTimeText(Date date, const EnvironmentValues& env) {
+std::string relativeTimeText(platform::Date date, const EnvironmentValues& env) {
     return platform::formatRelativeDateTime(date, env.now, env.locale);
 }
 
@@ -60,7 +65,7 @@ std::optional<platform::Url> dashboardWatchlistURL() {
     return platform::Url::parse(dashboardLink);
 }
 
-View watchlistHeader(Date entryDate, bool withSymbol, const EnvironmentValues& env) {
+View watchlistHeader(platform::Date entryDate, bool withSymbol, const EnvironmentValues& env) {
     std::vector<View> children;
     if (withSymbol) {
         children.push_back(Image(SystemName{"chart.line.uptrend.xyaxis"})
@@ -146,3 +151,5 @@ View WatchlistGlanceView::body(const EnvironmentValues& env) const {
     // Medium, and any family beyond the three.
     return mediumLayout(entry, env);
 }
+
+}  // namespace watchlist

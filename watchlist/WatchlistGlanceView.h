@@ -2,15 +2,17 @@
 
 #include "platform/Date.h"
 #include "platform/Url.h"
-#include "store/WatchlistRow.h"
-#include "style/EnvironmentValues.h"
-#include "style/View.h"
+#include "records/WatchlistRow.h"
+#include "ui/EnvironmentValues.h"
+#include "ui/View.h"
 #include "watchlist/WatchlistEntry.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace watchlist {
 
 // The watchlist glance widget's view: one layout per family (small: the first row alone;
 // medium, and any other family: a grid of up to four cells; large: the portfolio summary
@@ -19,7 +21,7 @@
 struct WatchlistGlanceView {
     WatchlistEntry entry;
 
-    [[nodiscard]] View body(const EnvironmentValues& env) const;
+    [[nodiscard]] ui::View body(const ui::EnvironmentValues& env) const;
 
     bool operator==(const WatchlistGlanceView&) const = default;
 };
@@ -30,7 +32,7 @@ struct WatchlistGlanceView {
     const std::vector<AppGroupContainer::WatchlistRow>& rows);
 
 // "2m ago": the age of `date` at the moment of drawing (env.now), in env.locale.
-[[nodiscard]] std::string relativeTimeText(Date date, const EnvironmentValues& env);
+[[nodiscard]] std::string relativeTimeText(platform::Date date, const ui::EnvironmentValues& env);
 
 // "velmora://stock-detail?ticker=" with the ticker appended unchanged; nothing when that is
 // not a valid URL (a ticker with a space, say).
@@ -39,9 +41,12 @@ struct WatchlistGlanceView {
 [[nodiscard]] std::optional<platform::Url> dashboardWatchlistURL();
 
 // The layouts and their shared pieces.
-[[nodiscard]] View smallLayout(const WatchlistEntry& entry, const EnvironmentValues& env);
-[[nodiscard]] View mediumLayout(const WatchlistEntry& entry, const EnvironmentValues& env);
-[[nodiscard]] View largeLayout(const WatchlistEntry& entry, const EnvironmentValues& env);
+[[nodiscard]] ui::View smallLayout(const WatchlistEntry& entry, const ui::EnvironmentValues& env);
+[[nodiscard]] ui::View mediumLayout(const WatchlistEntry& entry, const ui::EnvironmentValues& env);
+[[nodiscard]] ui::View largeLayout(const WatchlistEntry& entry, const ui::EnvironmentValues& env);
 // "Watchlist" and the entry's age; `withSymbol` puts the chart symbol in front (medium).
-[[nodiscard]] View watchlistHeader(Date entryDate, bool withSymbol, const EnvironmentValues& env);
-[[nodiscard]] View emptyWatchlistState();
+[[nodiscard]] ui::View watchlistHeader(platform::Date entryDate, bool withSymbol,
+                                       const ui::EnvironmentValues& env);
+[[nodiscard]] ui::View emptyWatchlistState();
+
+}  // namespace watchlist

@@ -6,6 +6,12 @@
 
 #include <string>
 
+namespace watchlist {
+
+using namespace ui;
+using namespace timeline;
+using namespace style;
+
 using AppGroupContainer::PortfolioSnapshot;
 using AppGroupContainer::WatchlistRow;
 
@@ -154,3 +160,5 @@ View portfolioSummary(const PortfolioSnapshot& portfolio, const EnvironmentValue
             changeText(portfolio.totalReturn, 12),
         });
 }
+
+}  // namespace watchlist

@@ -1,13 +1,15 @@
 #pragma once
 
-#include "store/PortfolioSnapshot.h"
-#include "store/WatchlistRow.h"
-#include "style/EnvironmentValues.h"
-#include "style/View.h"
+#include "records/PortfolioSnapshot.h"
+#include "records/WatchlistRow.h"
+#include "ui/EnvironmentValues.h"
+#include "ui/View.h"
 
 #include <cstddef>
 #include <string_view>
 #include <vector>
+
+namespace watchlist {
 
 // The three forms of a watchlist row (one per layout), the signal badge they share and the
 // portfolio summary of the large layout. The glance view decides which rows reach them.
@@ -18,21 +20,24 @@ enum class SignalBadgeSize { small, medium, large };
 
 // The signal verbatim, over a fill of its signal colour at 0.18, clipped to a rounded
 // rectangle. Callers decide whether a badge is shown at all.
-[[nodiscard]] View signalBadge(std::string_view signal, SignalBadgeSize size);
+[[nodiscard]] ui::View signalBadge(std::string_view signal, SignalBadgeSize size);
 
 // The children of the small layout's stack for one row, as a group placed in that stack:
 // ticker line (with badge), company, flexible gap, price, change.
-[[nodiscard]] View smallRowBlock(const AppGroupContainer::WatchlistRow& row);
+[[nodiscard]] ui::View smallRowBlock(const AppGroupContainer::WatchlistRow& row);
 
 // One cell of the medium layout's two-column grid.
-[[nodiscard]] View mediumRowCell(const AppGroupContainer::WatchlistRow& row);
+[[nodiscard]] ui::View mediumRowCell(const AppGroupContainer::WatchlistRow& row);
 
 // One line of the large layout's list and, unless the row is the last of `shownRows`, the
 // divider after it, as a group. `position` counts from 0 in `shownRows`.
-[[nodiscard]] View largeRowLine(const AppGroupContainer::WatchlistRow& row, std::size_t position,
-                                const std::vector<AppGroupContainer::WatchlistRow>& shownRows);
+[[nodiscard]] ui::View largeRowLine(const AppGroupContainer::WatchlistRow& row,
+                                    std::size_t position,
+                                    const std::vector<AppGroupContainer::WatchlistRow>& shownRows);
 
 // The portfolio's total value (in the environment's locale) and total return, for the top
 // of the large layout.
-[[nodiscard]] View portfolioSummary(const AppGroupContainer::PortfolioSnapshot& portfolio,
-                                    const EnvironmentValues& env);
+[[nodiscard]] ui::View portfolioSummary(const AppGroupContainer::PortfolioSnapshot& portfolio,
+                                        const ui::EnvironmentValues& env);
+
+}  // namespace watchlist

@@ -2,6 +2,10 @@
 
 #include "store/AppGroupStore.h"
 
+namespace watchlist {
+
+using namespace timeline;
+
 namespace {
 
 using AppGroupContainer::PortfolioSnapshot;
@@ -13,7 +17,7 @@ WatchlistEntry currentEntry(const TimelineProviderContext& context) {
             .value_or(std::vector<WatchlistRow>{});
     auto portfolio = AppGroupContainer::readRecord<PortfolioSnapshot>(
         AppGroupContainer::portfolioSnapshotKey, context.storeDirectory);
-    const Date now = context.now();
+    const platform::Date now = context.now();
     // The views never get an empty list: nothing stored, undecodable or stored empty all show
     // the samples. The stored portfolio stays whatever it is.
     if (rows.empty()) rows = sampleWatchlistRows();
@@ -62,6 +66,8 @@ void WatchlistTimelineProvider::getTimeline(
     const std::function<void(Timeline<WatchlistEntry>)>& completion) const {
     auto entry = currentEntry(context);
     // Now is read again after the entry, so the reload is never before its date + 900 s.
-    const Date reload = context.now() + reloadInterval;
+    const platform::Date reload = context.now() + reloadInterval;
     completion(Timeline<WatchlistEntry>{{std::move(entry)}, TimelineReloadPolicy::after(reload)});
 }
+
+}  // namespace watchlist

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "platform/Timeline.h"
-#include "store/WatchlistRow.h"
+#include "records/WatchlistRow.h"
+#include "timeline/Timeline.h"
 #include "watchlist/WatchlistEntry.h"
 
 #include <chrono>
 #include <functional>
 #include <vector>
+
+namespace watchlist {
 
 // The three rows the placeholder shows and that stand in for an absent or empty watchlist:
 // AAPL, NVDA, TSLA.
@@ -23,14 +25,18 @@ public:
     static constexpr std::chrono::seconds reloadInterval{900};
 
     // The sample rows dated now, without a portfolio; reads nothing.
-    [[nodiscard]] WatchlistEntry placeholder(const TimelineProviderContext& context) const;
+    [[nodiscard]] WatchlistEntry placeholder(
+        const timeline::TimelineProviderContext& context) const;
 
     // The current entry: now, the stored rows (the samples when there are none) and the stored
     // portfolio or none.
-    void getSnapshot(const TimelineProviderContext& context,
+    void getSnapshot(const timeline::TimelineProviderContext& context,
                      const std::function<void(WatchlistEntry)>& completion) const;
 
     // The current entry alone, to be rebuilt 900 seconds after the request.
-    void getTimeline(const TimelineProviderContext& context,
-                     const std::function<void(Timeline<WatchlistEntry>)>& completion) const;
+    void getTimeline(
+        const timeline::TimelineProviderContext& context,
+        const std::function<void(timeline::Timeline<WatchlistEntry>)>& completion) const;
 };
+
+}  // namespace watchlist

@@ -6,6 +6,13 @@
 #include "watchlist/WatchlistGlanceView.h"
 #include "watchlist/WatchlistTimelineProvider.h"
 
+namespace widgets {
+
+using namespace ui;
+using namespace timeline;
+using namespace dailybrief;
+using namespace watchlist;
+
 StaticConfiguration WatchlistGlanceWidget::body() const {
     return StaticConfiguration(kind, WatchlistTimelineProvider(),
                                [](const WatchlistEntry& entry, const EnvironmentValues& env) {
@@ -36,3 +43,5 @@ std::vector<StaticConfiguration> VelmoraWidgetsBundle::body() const {
     widgets.push_back(DailyBriefWidget().body());
     return widgets;
 }
+
+}  // namespace widgets

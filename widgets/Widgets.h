@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace widgets {
+
 // The two widgets. Each holds only its kind; its body is its static configuration.
 struct WatchlistGlanceWidget {
     const std::string kind = "WatchlistGlance";
@@ -20,3 +22,5 @@ struct DailyBriefWidget {
 struct VelmoraWidgetsBundle {
     [[nodiscard]] std::vector<StaticConfiguration> body() const;
 };
+
+}  // namespace widgets

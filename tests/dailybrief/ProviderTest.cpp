@@ -7,16 +7,20 @@
 #include <cstdlib>
 #include <ctime>
 
+using namespace timeline;
+using namespace dailybrief;
+
 namespace {
 
 using namespace std::chrono;
 using AppGroupContainer::dailyBriefKey;
 
-Date utc(int y, unsigned m, unsigned d, int hh, int mm, int ss) {
-    return Date(sys_days(year(y) / month(m) / day(d))) + hours(hh) + minutes(mm) + seconds(ss);
+platform::Date utc(int y, unsigned m, unsigned d, int hh, int mm, int ss) {
+    return platform::Date(sys_days(year(y) / month(m) / day(d))) + hours(hh) + minutes(mm) +
+           seconds(ss);
 }
 
-Date refreshAt(Date now) {
+platform::Date refreshAt(platform::Date now) {
     return nextMorningRefresh(platform::FixedClock(now));
 }
 
@@ -27,20 +31,21 @@ const std::string storedBrief =
 // A clock that moves on by one second every time it is read, to tell the reads apart.
 class TickingClock final : public platform::Clock {
 public:
-    explicit TickingClock(Date start) : m_next(start) {}
-    Date now() const override {
-        const Date now = m_next;
+    explicit TickingClock(platform::Date start) : m_next(start) {}
+    platform::Date now() const override {
+        const platform::Date now = m_next;
         m_next += seconds(1);
         return now;
     }
 
 private:
-    mutable Date m_next;
+    mutable platform::Date m_next;
 };
 
 TEST(NextMorningRefresh, IsTheNextHalfPastSixUtcStrictlyAfterNow) {
-    const Date today = utc(2025, 11, 16, 6, 30, 0), tomorrow = utc(2025, 11, 17, 6, 30, 0);
-    const std::vector<std::pair<Date, Date>> cases{
+    const platform::Date today = utc(2025, 11, 16, 6, 30, 0),
+                         tomorrow = utc(2025, 11, 17, 6, 30, 0);
+    const std::vector<std::pair<platform::Date, platform::Date>> cases{
         {utc(2025, 11, 16, 5, 0, 0), today},
         {utc(2025, 11, 16, 6, 29, 59), today},
         {today - microseconds(1), today},

@@ -3,9 +3,9 @@
 #include "dailybrief/DailyBriefTimelineProvider.h"
 #include "platform/Clock.h"
 #include "style/Palette.h"
-#include "style/TreeDump.h"
 #include "tests/support/Golden.h"
 #include "tests/support/ViewQuery.h"
+#include "ui/TreeDump.h"
 
 #include <gtest/gtest.h>
 
@@ -13,13 +13,17 @@
 #include <cmath>
 #include <limits>
 
+using namespace ui;
+using namespace timeline;
+using namespace dailybrief;
+
 using namespace std::chrono;
 using namespace viewquery;
 using AppGroupContainer::DailyBrief;
 
 namespace {
 
-Date at(year_month_day day, hours h, minutes m) {
+platform::Date at(year_month_day day, hours h, minutes m) {
     return sys_days{day} + h + m;
 }
 
@@ -208,11 +212,11 @@ TEST(DailyBriefView, SignalLabelTakesTheSignalColour) {
 TEST(DailyBriefView, TreesMatchTheGoldenDumps) {
     const platform::FixedClock clock(at(2025y / November / 16, 6h, 30min));
     const DailyBrief sample = sampleDailyBrief(clock);
-    golden::expectMatches(dumpTree(draw(sample, WidgetFamily::systemMedium)),
+    golden::expectMatches(dumpTree(draw(sample, WidgetFamily::systemMedium), Palette::names),
                           "trees/dailybrief-medium.txt");
-    golden::expectMatches(dumpTree(draw(sample, WidgetFamily::systemLarge)),
+    golden::expectMatches(dumpTree(draw(sample, WidgetFamily::systemLarge), Palette::names),
                           "trees/dailybrief-large.txt");
-    golden::expectMatches(dumpTree(draw(std::nullopt, WidgetFamily::systemMedium)),
+    golden::expectMatches(dumpTree(draw(std::nullopt, WidgetFamily::systemMedium), Palette::names),
                           "trees/dailybrief-empty.txt");
     EXPECT_EQ(draw(std::nullopt, WidgetFamily::systemMedium),
               draw(std::nullopt, WidgetFamily::systemLarge));

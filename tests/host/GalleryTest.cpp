@@ -23,6 +23,13 @@
 #include <thread>
 #include <vector>
 
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
+using namespace host;
+
 namespace {
 
 using testing::HasSubstr;

@@ -8,9 +8,16 @@
 #include <filesystem>
 #include <map>
 
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
+using namespace host;
+
 namespace {
 
-Date at(const char* text) {
+platform::Date at(const char* text) {
     return *platform::parseCommandLineDate(text);
 }
 
@@ -24,8 +31,8 @@ host::WidgetHost emptyStoreHost() {
 // Runs the schedule on a virtual clock from `from` until before `until`, as the simulating
 // host does, and returns every request.
 std::vector<host::TimelineRequestRecord> simulate(const host::WidgetHost& widgetHost,
-                                                  host::ReloadSchedule& schedule, Date from,
-                                                  Date until) {
+                                                  host::ReloadSchedule& schedule,
+                                                  platform::Date from, platform::Date until) {
     std::vector<host::TimelineRequestRecord> records;
     platform::ManualClock clock(from);
     while (clock.now() < until) {
@@ -46,7 +53,7 @@ TEST(Schedule, ASimulatedDayAsksEveryQuarterHourForTheWatchlistAndOnceAtSixThirt
     const auto records =
         simulate(widgetHost, schedule, at("2025-11-16T00:00:00Z"), at("2025-11-17T00:00:00Z"));
 
-    std::map<std::pair<std::string, WidgetFamily>, std::vector<Date>> byPlacement;
+    std::map<std::pair<std::string, WidgetFamily>, std::vector<platform::Date>> byPlacement;
     for (const auto& r : records)
         byPlacement[{r.placement.kind, r.placement.family}].push_back(r.requestedAt);
 
@@ -72,7 +79,7 @@ TEST(Schedule, NeverAsksBeforeTheReloadDateItWasGiven) {
     const auto records =
         simulate(widgetHost, schedule, at("2025-12-31T20:00:00Z"), at("2026-01-02T08:00:00Z"));
 
-    std::map<std::pair<std::string, WidgetFamily>, Date> promised;
+    std::map<std::pair<std::string, WidgetFamily>, platform::Date> promised;
     for (const auto& r : records) {
         const auto key = std::make_pair(r.placement.kind, r.placement.family);
         if (promised.count(key)) {
@@ -82,7 +89,7 @@ TEST(Schedule, NeverAsksBeforeTheReloadDateItWasGiven) {
         EXPECT_GT(r.timeline.policy.date, r.requestedAt);
     }
     // Across the year end the brief reloads at 06:30 on each new day.
-    std::vector<Date> briefTimes;
+    std::vector<platform::Date> briefTimes;
     for (const auto& r : records)
         if (r.placement == host::Placement{"DailyBrief", WidgetFamily::systemLarge})
             briefTimes.push_back(r.requestedAt);

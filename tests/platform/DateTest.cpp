@@ -9,12 +9,13 @@ using platform::formatDate;
 using platform::parseCommandLineDate;
 using platform::parseRecordDate;
 
-Date utc(int y, unsigned m, unsigned d, int hh = 0, int mm = 0, int ss = 0) {
-    return Date(sys_days(year(y) / month(m) / day(d))) + hours(hh) + minutes(mm) + seconds(ss);
+platform::Date utc(int y, unsigned m, unsigned d, int hh = 0, int mm = 0, int ss = 0) {
+    return platform::Date(sys_days(year(y) / month(m) / day(d))) + hours(hh) + minutes(mm) +
+           seconds(ss);
 }
 
 TEST(Date, ParsesZuluAndEveryOffsetForm) {
-    const Date expected = utc(2025, 11, 16, 6, 30, 0);
+    const platform::Date expected = utc(2025, 11, 16, 6, 30, 0);
     EXPECT_EQ(parseRecordDate("2025-11-16T06:30:00Z"), expected);
     EXPECT_EQ(parseRecordDate("2025-11-16T06:30:00z"), expected);
     EXPECT_EQ(parseRecordDate("2025-11-16T07:30:00+01:00"), expected);
@@ -23,7 +24,7 @@ TEST(Date, ParsesZuluAndEveryOffsetForm) {
     EXPECT_EQ(parseRecordDate("2025-11-16T06:30:00-00:00"), expected);
     // An offset can move the instant across a day and a year.
     EXPECT_EQ(parseRecordDate("2025-01-01T00:30:00+01:00"), utc(2024, 12, 31, 23, 30, 0));
-    EXPECT_EQ(parseRecordDate("1969-12-31T23:59:59Z"), Date(seconds(-1)));
+    EXPECT_EQ(parseRecordDate("1969-12-31T23:59:59Z"), platform::Date(seconds(-1)));
 }
 
 TEST(Date, RejectsTextsOutsideTheInternetDateTimeForm) {
@@ -71,7 +72,7 @@ TEST(Date, ValidatesCalendarAndClockFields) {
 }
 
 TEST(Date, CommandLineAcceptsFractionalSeconds) {
-    const Date whole = utc(2025, 11, 16, 6, 30, 0);
+    const platform::Date whole = utc(2025, 11, 16, 6, 30, 0);
     EXPECT_EQ(parseCommandLineDate("2025-11-16T06:30:00Z"), whole);
     EXPECT_EQ(parseCommandLineDate("2025-11-16T06:30:00.000Z"), whole);
     EXPECT_EQ(parseCommandLineDate("2025-11-16T06:30:00.5Z"), whole + milliseconds(500));
@@ -90,13 +91,14 @@ TEST(Date, FormatsUtcWithFractionsOnlyWhenNotZero) {
               "2025-11-16T06:30:00.5Z");
     EXPECT_EQ(formatDate(utc(2025, 11, 16, 6, 30, 0) + microseconds(120)),
               "2025-11-16T06:30:00.00012Z");
-    EXPECT_EQ(formatDate(Date(microseconds(-500000))), "1969-12-31T23:59:59.5Z");
+    EXPECT_EQ(formatDate(platform::Date(microseconds(-500000))), "1969-12-31T23:59:59.5Z");
     EXPECT_EQ(formatDate(utc(2024, 2, 29, 23, 59, 59)), "2024-02-29T23:59:59Z");
     EXPECT_EQ(formatDate(utc(1, 1, 1)), "0001-01-01T00:00:00Z");
 
     // What the command line writes, it reads back; whole seconds also as a record.
-    for (const Date date : {utc(2025, 1, 1) + microseconds(987654), utc(2099, 12, 31, 23, 59, 59),
-                            Date(microseconds(-1))}) {
+    for (const platform::Date date :
+         {utc(2025, 1, 1) + microseconds(987654), utc(2099, 12, 31, 23, 59, 59),
+          platform::Date(microseconds(-1))}) {
         EXPECT_EQ(parseCommandLineDate(formatDate(date)), date) << formatDate(date);
     }
     EXPECT_EQ(parseRecordDate(formatDate(utc(2030, 6, 1, 12))), utc(2030, 6, 1, 12));

@@ -21,7 +21,7 @@ using namespace std::string_literals;
 
 namespace {
 
-const Date briefTime = sys_days{2025y / November / 16} + 6h + 30min;
+const platform::Date briefTime = sys_days{2025y / November / 16} + 6h + 30min;
 
 // Sets an environment variable for one scope and puts the old value back afterwards.
 class ScopedEnvironment {
@@ -40,7 +40,8 @@ private:
     std::optional<std::string> m_old;
 };
 
-std::string brief(const Date& date, const char* zone = "UTC", const char* locale = "en_US") {
+std::string brief(const platform::Date& date, const char* zone = "UTC",
+                  const char* locale = "en_US") {
     return platform::formatDatePattern(date, "MMM d, h:mm a", locale, zone);
 }
 
@@ -81,7 +82,7 @@ TEST(DatePattern, KeepsTheFixedPatternFollowingZoneAndLocale) {
 }
 
 TEST(RelativeDateTime, PicksTheLargestNonZeroUnitInBothDirectionsAndFollowsTheLocale) {
-    const std::vector<std::pair<Date::duration, const char*>> cases{
+    const std::vector<std::pair<platform::Date::duration, const char*>> cases{
         {-2min, "2m ago"},
         {3h, "in 3h"},
         {0s, "in 0s"},
@@ -102,7 +103,7 @@ TEST(RelativeDateTime, PicksTheLargestNonZeroUnitInBothDirectionsAndFollowsTheLo
                   expected);
     // Months are calendar months, pinned to the month's end: from Jan 31 one month is
     // reached on Feb 28, and not yet on Feb 27.
-    const Date january31 = sys_days{2025y / January / 31};
+    const platform::Date january31 = sys_days{2025y / January / 31};
     for (const auto& [day, expected] : {std::pair{27d, "in 3w"}, {28d, "in 1mo"}})
         EXPECT_EQ(
             platform::formatRelativeDateTime(sys_days{2025y / February / day}, january31, "en_US"),

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <vector>
 
+using namespace ui;
+
 using namespace render;
 
 namespace {

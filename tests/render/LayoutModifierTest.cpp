@@ -1,7 +1,11 @@
 #include "render/Layout.h"
+#include "style/Palette.h"
 #include "tests/render/LayoutTesting.h"
 
 #include <gtest/gtest.h>
+
+using namespace ui;
+using namespace timeline;
 
 using namespace render;
 using namespace render::testing;
@@ -20,7 +24,7 @@ TEST(LayoutFrame, InfiniteMaximumsTakeTheProposalAndAlignTheChild) {
                 .font(Font::system(10))
                 .frame({.maxWidth = infinity, .maxHeight = infinity, .alignment = alignment}),
             {100, 60});
-        SCOPED_TRACE(dumpFrames(result));
+        SCOPED_TRACE(dumpFrames(result, Palette::names));
         EXPECT_TRUE(sameRect(rectOf(result, "frame"), {0, 0, 100, 60}));
         EXPECT_TRUE(sameRect(rectOf(result, "Text"), {child.x, child.y, 10, 12}));
     }

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+using namespace ui;
+using namespace timeline;
+
 using namespace render;
 using namespace render::testing;
 

@@ -5,6 +5,7 @@
 
 #include "render/FrameDump.h"
 #include "render/Layout.h"
+#include "style/Palette.h"
 #include "tests/render/FakeTextMeasurer.h"
 
 #include <gtest/gtest.h>
@@ -28,7 +29,7 @@ inline const FakeTextMeasurer& fakeMeasurer() {
 }
 
 // A view alone on a canvas, proposed the whole canvas and centred in it.
-inline LayoutResult layOut(const View& view, Size canvas, EnvironmentValues env = {},
+inline LayoutResult layOut(const ui::View& view, Size canvas, ui::EnvironmentValues env = {},
                            double scale = 2) {
     return layoutView(view, canvas, env, fakeMeasurer(), scale);
 }
@@ -54,7 +55,7 @@ inline std::vector<Rect> rectsOf(const LayoutResult& result, std::string_view pr
 inline Rect rectOf(const LayoutResult& result, std::string_view prefix) {
     const auto rects = rectsOf(result, prefix);
     EXPECT_EQ(rects.size(), 1u) << "frames described as " << prefix << " in\n"
-                                << dumpFrames(result);
+                                << dumpFrames(result, Palette::names);
     return rects.empty() ? Rect{-1, -1, -1, -1} : rects.front();
 }
 

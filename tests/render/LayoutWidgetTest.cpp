@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+using namespace ui;
+using namespace timeline;
+
 using namespace render;
 using namespace render::testing;
 
@@ -83,7 +86,8 @@ TEST(LayoutWidget, FramesDumpGolden) {
             .containerBackground(Palette::background, ContainerBackgroundPlacement::widget);
 
     const auto result = widget(content, WidgetFamily::systemSmall);
-    EXPECT_EQ(dumpFrames(result), R"(containerBackground Palette.background (0, 0, 170 × 170)
+    EXPECT_EQ(dumpFrames(result, Palette::names),
+              R"(containerBackground Palette.background (0, 0, 170 × 170)
   padding(top 4, bottom 4) (16, 16, 138 × 138)
     VStack(leading, spacing 4) (16, 20, 138 × 130)
       HStack(center) (16, 20, 138 × 21.6)

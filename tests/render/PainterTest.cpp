@@ -9,6 +9,9 @@
 #include <cmath>
 #include <cstdlib>
 
+using namespace ui;
+using namespace timeline;
+
 using namespace render;
 
 namespace {

@@ -7,6 +7,9 @@
 
 #include <thread>
 
+using namespace ui;
+using namespace timeline;
+
 using namespace render;
 
 namespace {

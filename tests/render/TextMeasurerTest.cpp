@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+using namespace ui;
+using namespace timeline;
+
 using namespace render;
 
 namespace {

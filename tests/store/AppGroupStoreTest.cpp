@@ -1,6 +1,6 @@
 #include "store/AppGroupStore.h"
-#include "tests/store/RecordingSink.h"
-#include "tests/store/Samples.h"
+#include "tests/support/RecordingSink.h"
+#include "tests/support/Samples.h"
 #include "tests/support/TempStore.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +9,8 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+
+using namespace store;
 
 namespace {
 

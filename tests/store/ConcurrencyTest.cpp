@@ -11,6 +11,9 @@
 #include <thread>
 #include <vector>
 
+using namespace AppGroupContainer;
+using namespace store;
+
 namespace {
 
 // Points the process's standard error at a file for as long as it lives.

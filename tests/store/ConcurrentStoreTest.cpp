@@ -3,11 +3,12 @@
 // a whole value, the old one or the new one, never a decoding failure (which would be logged)
 // nor a missing value. Run under ThreadSanitizer as Concurrency.*.
 
-#include "platform/DefaultsStore.h"
-#include "platform/StoreLocation.h"
+#include "platform/Deployment.h"
 #include "store/AppGroupStore.h"
-#include "tests/store/RecordingSink.h"
+#include "store/DefaultsStore.h"
+#include "store/StoreLocation.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/RecordingSink.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,6 +21,8 @@
 #include <thread>
 #include <variant>
 #include <vector>
+
+using namespace store;
 
 namespace {
 
@@ -105,10 +108,10 @@ TEST(Concurrency, ReadersSeeWholeOldOrNewValuesWhileAnotherProcessWrites) {
     // The first values are in place before any reader starts: from then on every read must
     // find a value.
     {
-        auto opened = platform::DefaultsStore::openForWriting(
-            platform::StoreLocation::appGroupIdentifier(), folder.path());
-        ASSERT_TRUE(std::holds_alternative<platform::DefaultsStore>(opened));
-        auto& store = std::get<platform::DefaultsStore>(opened);
+        auto opened =
+            store::DefaultsStore::openForWriting(platform::appGroupIdentifier(), folder.path());
+        ASSERT_TRUE(std::holds_alternative<store::DefaultsStore>(opened));
+        auto& store = std::get<store::DefaultsStore>(opened);
         const auto bytes = [](const std::string& text) {
             return std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
         };

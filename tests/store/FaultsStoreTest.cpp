@@ -4,10 +4,10 @@
 // failures are logged, and leaves the store as it found it.
 
 #include "store/AppGroupStore.h"
-#include "tests/store/RecordingSink.h"
-#include "tests/store/Samples.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DiskState.h"
+#include "tests/support/RecordingSink.h"
+#include "tests/support/Samples.h"
 #include "tests/support/TempStore.h"
 
 #include <gmock/gmock.h>
@@ -22,6 +22,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+using namespace store;
 
 namespace {
 
@@ -137,7 +139,7 @@ TEST(Faults, ReadWaitsForAWriterHoldingTheLockAndSeesItsCommit) {
     Fixture f;
     fill(f.store);
     const DailyBrief expected = sharedDecoder().decode<DailyBrief>(otherBrief).value();
-    ASSERT_LT(300, platform::DefaultsStore::busyTimeoutMilliseconds);
+    ASSERT_LT(300, store::DefaultsStore::busyTimeoutMilliseconds);
 
     // Another process takes the EXCLUSIVE lock, changes the brief and holds on for 300 ms,
     // well inside the readers' busy timeout. The read cannot see the old brief under that

@@ -8,13 +8,15 @@
 #include <string>
 #include <string_view>
 
+using namespace ui;
+using namespace style;
+
 namespace {
 
 // Names the colour so a failure reads "bullish" rather than four doubles.
 std::string colorName(std::optional<std::string_view> signal) {
-    const Color color = signalColor(signal);
-    const auto name = Palette::nameOf(color);
-    return name ? std::string(*name) : "not a palette colour";
+    const std::string name = dumpColor(signalColor(signal), Palette::names);
+    return name.starts_with("Palette.") ? name.substr(8) : "not a palette colour: " + name;
 }
 
 void expectAll(std::initializer_list<std::string_view> signals, std::string_view expected) {

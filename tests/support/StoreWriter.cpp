@@ -17,8 +17,9 @@
 //
 // Exits 0 when everything was done, 1 with a message on standard error otherwise.
 
-#include "platform/DefaultsStore.h"
-#include "platform/StoreLocation.h"
+#include "platform/Deployment.h"
+#include "store/DefaultsStore.h"
+#include "store/StoreLocation.h"
 
 #include <sqlite3.h>
 #include <unistd.h>
@@ -52,11 +53,10 @@ int writeRounds(const std::filesystem::path& folder, long rounds, double seconds
     const auto deadline = std::chrono::steady_clock::now() +
                           std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                               std::chrono::duration<double>(seconds));
-    auto opened = platform::DefaultsStore::openForWriting(
-        platform::StoreLocation::appGroupIdentifier(), folder);
-    if (auto* error = std::get_if<platform::DefaultsError>(&opened))
+    auto opened = store::DefaultsStore::openForWriting(platform::appGroupIdentifier(), folder);
+    if (auto* error = std::get_if<store::DefaultsError>(&opened))
         return failure(error->description);
-    auto& store = std::get<platform::DefaultsStore>(opened);
+    auto& store = std::get<store::DefaultsStore>(opened);
     long round = 0;
     while (round < rounds) {
         for (std::size_t i = 0; i < triples.size(); i += 3) {
@@ -74,8 +74,7 @@ int writeRounds(const std::filesystem::path& folder, long rounds, double seconds
 // The raw connection for the two crash-and-lock modes, which the store's own writer never
 // leaves in that state.
 sqlite3* openRaw(const std::filesystem::path& folder) {
-    const auto file =
-        platform::StoreLocation::domainFile(folder, platform::StoreLocation::appGroupIdentifier());
+    const auto file = store::domainFile(folder, platform::appGroupIdentifier());
     sqlite3* db = nullptr;
     if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
         failure("cannot open " + file.string());

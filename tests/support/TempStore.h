@@ -3,8 +3,9 @@
 // A store folder of its own for each test: a fresh temporary directory, removed afterwards,
 // with the host app's writer side to fill the app group's suite or the standard defaults.
 
-#include "platform/DefaultsStore.h"
-#include "platform/StoreLocation.h"
+#include "platform/Deployment.h"
+#include "store/DefaultsStore.h"
+#include "store/StoreLocation.h"
 
 #include <gtest/gtest.h>
 
@@ -34,12 +35,10 @@ public:
     [[nodiscard]] std::string directory() const { return m_folder.string(); }
 
     [[nodiscard]] std::filesystem::path suiteFile() const {
-        return platform::StoreLocation::domainFile(m_folder,
-                                                   platform::StoreLocation::appGroupIdentifier());
+        return store::domainFile(m_folder, platform::appGroupIdentifier());
     }
     [[nodiscard]] std::filesystem::path standardFile() const {
-        return platform::StoreLocation::domainFile(m_folder,
-                                                   platform::StoreLocation::bundleIdentifier());
+        return store::domainFile(m_folder, platform::bundleIdentifier());
     }
 
     // Writes a data value holding `bytes` into the suite (or the standard defaults).
@@ -63,13 +62,11 @@ public:
     }
 
 private:
-    platform::DefaultsStore writer(bool standard) const {
-        auto opened = platform::DefaultsStore::openForWriting(
-            standard ? platform::StoreLocation::bundleIdentifier()
-                     : platform::StoreLocation::appGroupIdentifier(),
-            m_folder);
-        if (!std::holds_alternative<platform::DefaultsStore>(opened)) std::abort();
-        return std::get<platform::DefaultsStore>(std::move(opened));
+    store::DefaultsStore writer(bool standard) const {
+        auto opened = store::DefaultsStore::openForWriting(
+            standard ? platform::bundleIdentifier() : platform::appGroupIdentifier(), m_folder);
+        if (!std::holds_alternative<store::DefaultsStore>(opened)) std::abort();
+        return std::get<store::DefaultsStore>(std::move(opened));
     }
 
     std::filesystem::path m_folder;

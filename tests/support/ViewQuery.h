@@ -3,7 +3,7 @@
 // Reading view trees in tests: walk a tree, find nodes by their text, read a node's
 // modifiers. Only reads; never builds views.
 
-#include "style/View.h"
+#include "ui/View.h"
 
 #include <functional>
 #include <optional>
@@ -18,11 +18,11 @@ namespace viewquery {
 // leave them dangling, so those overloads are deleted. Keep the tree in a variable.
 
 // The children of a container node, as written (groups and repetitions are not flattened).
-inline const std::vector<View>* childrenOf(const View& view) {
+inline const std::vector<ui::View>* childrenOf(const ui::View& view) {
     return std::visit(
-        [](const auto& node) -> const std::vector<View>* {
+        [](const auto& node) -> const std::vector<ui::View>* {
             if constexpr (requires { node.children; }) {
-                static_assert(std::is_same_v<decltype(node.children), std::vector<View>>);
+                static_assert(std::is_same_v<decltype(node.children), std::vector<ui::View>>);
                 return &node.children;
             } else {
                 (void)node;
@@ -32,115 +32,115 @@ inline const std::vector<View>* childrenOf(const View& view) {
         view.node);
 }
 
-inline const std::vector<View>* childrenOf(View&&) = delete;
+inline const std::vector<ui::View>* childrenOf(ui::View&&) = delete;
 
 // The children a container lays out: groups and repetitions written in place, the untaken
 // side of a condition dropped.
-inline std::vector<const View*> laidOutChildren(const View& view) {
-    std::vector<const View*> out;
-    std::function<void(const View&)> add = [&](const View& child) {
-        if (std::holds_alternative<EmptyView>(child.node) && child.modifiers.empty()) return;
-        if ((std::holds_alternative<GroupNode>(child.node) ||
-             std::holds_alternative<ForEachNode>(child.node)) &&
+inline std::vector<const ui::View*> laidOutChildren(const ui::View& view) {
+    std::vector<const ui::View*> out;
+    std::function<void(const ui::View&)> add = [&](const ui::View& child) {
+        if (std::holds_alternative<ui::EmptyView>(child.node) && child.modifiers.empty()) return;
+        if ((std::holds_alternative<ui::GroupNode>(child.node) ||
+             std::holds_alternative<ui::ForEachNode>(child.node)) &&
             child.modifiers.empty()) {
-            for (const View& inner : *childrenOf(child)) add(inner);
+            for (const ui::View& inner : *childrenOf(child)) add(inner);
             return;
         }
         out.push_back(&child);
     };
     if (const auto* children = childrenOf(view))
-        for (const View& child : *children) add(child);
+        for (const ui::View& child : *children) add(child);
     return out;
 }
 
-inline std::vector<const View*> laidOutChildren(View&&) = delete;
+inline std::vector<const ui::View*> laidOutChildren(ui::View&&) = delete;
 
 // Every node of the tree, depth first, the root included.
-inline std::vector<const View*> allNodes(const View& root) {
-    std::vector<const View*> out;
-    std::function<void(const View&)> walk = [&](const View& view) {
+inline std::vector<const ui::View*> allNodes(const ui::View& root) {
+    std::vector<const ui::View*> out;
+    std::function<void(const ui::View&)> walk = [&](const ui::View& view) {
         out.push_back(&view);
         if (const auto* children = childrenOf(view))
-            for (const View& child : *children) walk(child);
+            for (const ui::View& child : *children) walk(child);
     };
     walk(root);
     return out;
 }
 
-inline std::vector<const View*> allNodes(View&&) = delete;
+inline std::vector<const ui::View*> allNodes(ui::View&&) = delete;
 
 // The key of a fixed text or the text of a verbatim one; nothing for other nodes.
-inline std::optional<std::string> textOf(const View& view) {
-    const auto* text = std::get_if<TextNode>(&view.node);
+inline std::optional<std::string> textOf(const ui::View& view) {
+    const auto* text = std::get_if<ui::TextNode>(&view.node);
     if (!text) return std::nullopt;
-    if (const auto* key = std::get_if<LocalizedStringKey>(&text->content)) return key->key;
-    return std::get<Verbatim>(text->content).text;
+    if (const auto* key = std::get_if<ui::LocalizedStringKey>(&text->content)) return key->key;
+    return std::get<ui::Verbatim>(text->content).text;
 }
 
-inline bool isVerbatim(const View& view) {
-    const auto* text = std::get_if<TextNode>(&view.node);
-    return text && std::holds_alternative<Verbatim>(text->content);
+inline bool isVerbatim(const ui::View& view) {
+    const auto* text = std::get_if<ui::TextNode>(&view.node);
+    return text && std::holds_alternative<ui::Verbatim>(text->content);
 }
 
-inline std::optional<LocalizedStringKey> keyOf(const View& view) {
-    const auto* text = std::get_if<TextNode>(&view.node);
+inline std::optional<ui::LocalizedStringKey> keyOf(const ui::View& view) {
+    const auto* text = std::get_if<ui::TextNode>(&view.node);
     if (!text) return std::nullopt;
-    if (const auto* key = std::get_if<LocalizedStringKey>(&text->content)) return *key;
+    if (const auto* key = std::get_if<ui::LocalizedStringKey>(&text->content)) return *key;
     return std::nullopt;
 }
 
 // The text nodes whose key or verbatim text is `text`.
-inline std::vector<const View*> textsNamed(const View& root, const std::string& text) {
-    std::vector<const View*> out;
-    for (const View* node : allNodes(root))
+inline std::vector<const ui::View*> textsNamed(const ui::View& root, const std::string& text) {
+    std::vector<const ui::View*> out;
+    for (const ui::View* node : allNodes(root))
         if (textOf(*node) == text) out.push_back(node);
     return out;
 }
 
-inline std::vector<const View*> textsNamed(View&&, const std::string&) = delete;
+inline std::vector<const ui::View*> textsNamed(ui::View&&, const std::string&) = delete;
 
-inline std::vector<const View*> nodesWhere(const View& root,
-                                           const std::function<bool(const View&)>& test) {
-    std::vector<const View*> out;
-    for (const View* node : allNodes(root))
+inline std::vector<const ui::View*> nodesWhere(const ui::View& root,
+                                               const std::function<bool(const ui::View&)>& test) {
+    std::vector<const ui::View*> out;
+    for (const ui::View* node : allNodes(root))
         if (test(*node)) out.push_back(node);
     return out;
 }
 
-inline std::vector<const View*> nodesWhere(View&&,
-                                           const std::function<bool(const View&)>&) = delete;
+inline std::vector<const ui::View*> nodesWhere(
+    ui::View&&, const std::function<bool(const ui::View&)>&) = delete;
 
 template <typename Node>
-std::vector<const View*> nodesOfKind(const View& root) {
-    return nodesWhere(root, [](const View& v) { return std::holds_alternative<Node>(v.node); });
+std::vector<const ui::View*> nodesOfKind(const ui::View& root) {
+    return nodesWhere(root, [](const ui::View& v) { return std::holds_alternative<Node>(v.node); });
 }
 template <typename Node>
-std::vector<const View*> nodesOfKind(View&&) = delete;
+std::vector<const ui::View*> nodesOfKind(ui::View&&) = delete;
 
 // The modifiers of one kind on a node, innermost first.
 template <typename M>
-std::vector<M> modifiersOf(const View& view) {
+std::vector<M> modifiersOf(const ui::View& view) {
     std::vector<M> out;
-    for (const Modifier& m : view.modifiers)
+    for (const ui::Modifier& m : view.modifiers)
         if (const auto* found = std::get_if<M>(&m)) out.push_back(*found);
     return out;
 }
 
 template <typename M>
-std::optional<M> modifierOf(const View& view) {
+std::optional<M> modifierOf(const ui::View& view) {
     auto all = modifiersOf<M>(view);
     if (all.empty()) return std::nullopt;
     return all.front();
 }
 
 // The names of a node's modifiers, innermost first ("font", "padding", ...).
-inline std::vector<std::string> modifierKinds(const View& view) {
+inline std::vector<std::string> modifierKinds(const ui::View& view) {
     static const char* const names[] = {
         "font",    "foregroundColor", "lineLimit", "textCase",  "multilineTextAlignment", "frame",
         "padding", "background",      "clipShape", "widgetURL", "containerBackground"};
-    static_assert(std::variant_size_v<Modifier> == std::size(names));
+    static_assert(std::variant_size_v<ui::Modifier> == std::size(names));
     std::vector<std::string> out;
-    for (const Modifier& m : view.modifiers) out.emplace_back(names[m.index()]);
+    for (const ui::Modifier& m : view.modifiers) out.emplace_back(names[m.index()]);
     return out;
 }
 

@@ -7,6 +7,9 @@
 #include <limits>
 #include <string>
 
+using namespace ui;
+using namespace watchlist;
+
 namespace {
 
 const double quietNaN = std::numeric_limits<double>::quiet_NaN();
@@ -29,8 +32,9 @@ TEST(ChangeFormatting, TextAndColourTogether) {
     };
     for (const auto& c : cases) {
         EXPECT_EQ(formatChangePercent(c.value), c.text) << c.value;
-        const auto name = Palette::nameOf(changeColor(c.value));
-        EXPECT_EQ(name.value_or("not a palette colour"), c.color) << c.value;
+        EXPECT_EQ(dumpColor(changeColor(c.value), Palette::names),
+                  "Palette." + std::string(c.color))
+            << c.value;
     }
 }
 

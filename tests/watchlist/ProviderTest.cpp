@@ -1,9 +1,12 @@
+#include "records/JSONEncoder.h"
 #include "store/AppGroupStore.h"
-#include "store/JSONEncoder.h"
 #include "tests/support/TempStore.h"
 #include "watchlist/WatchlistTimelineProvider.h"
 
 #include <gtest/gtest.h>
+
+using namespace timeline;
+using namespace watchlist;
 
 namespace {
 
@@ -12,7 +15,7 @@ using AppGroupContainer::portfolioSnapshotKey;
 using AppGroupContainer::WatchlistRow;
 using AppGroupContainer::watchlistTickersKey;
 
-const Date start = Date(sys_days(year(2025) / November / 16)) + hours(9);
+const platform::Date start = platform::Date(sys_days(year(2025) / November / 16)) + hours(9);
 
 const std::string storedPortfolio =
     R"({"totalValue":12500.5,"totalPnl":250,"totalReturn":2.04,"dailyChange":-30,)"
@@ -21,15 +24,15 @@ const std::string storedPortfolio =
 
 class TickingClock final : public platform::Clock {
 public:
-    explicit TickingClock(Date first) : m_next(first) {}
-    Date now() const override {
-        const Date now = m_next;
+    explicit TickingClock(platform::Date first) : m_next(first) {}
+    platform::Date now() const override {
+        const platform::Date now = m_next;
         m_next += seconds(1);
         return now;
     }
 
 private:
-    mutable Date m_next;
+    mutable platform::Date m_next;
 };
 
 // A provider request against a store folder of its own.

@@ -7,6 +7,10 @@
 
 #include <array>
 
+using namespace ui;
+using namespace timeline;
+using namespace watchlist;
+
 using namespace viewquery;
 using AppGroupContainer::WatchlistRow;
 

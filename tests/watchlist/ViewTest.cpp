@@ -1,8 +1,9 @@
+#include "style/Palette.h"
 #include "watchlist/WatchlistGlanceView.h"
 
-#include "style/TreeDump.h"
 #include "tests/support/Golden.h"
 #include "tests/support/ViewQuery.h"
+#include "ui/TreeDump.h"
 #include "watchlist/WatchlistTimelineProvider.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,10 @@
 #include <cmath>
 #include <limits>
 
+using namespace ui;
+using namespace timeline;
+using namespace watchlist;
+
 using namespace std::chrono;
 using namespace viewquery;
 using AppGroupContainer::PortfolioSnapshot;
@@ -19,7 +24,7 @@ using AppGroupContainer::WatchlistRow;
 
 namespace {
 
-const Date drawnAt = sys_days{2025y / November / 16} + 14h + 0min;
+const platform::Date drawnAt = sys_days{2025y / November / 16} + 14h + 0min;
 const double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 WatchlistRow row(std::string ticker, double price, std::optional<std::string> signal) {
@@ -165,11 +170,11 @@ TEST(WatchlistGlanceView, TreesMatchTheGoldenDumps) {
     portfolio.sourceLabel = "Brokerage";
     portfolio.updatedAt = drawnAt - 1h;
     const WatchlistEntry entry = entryOf(sampleWatchlistRows(), portfolio);
-    golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemSmall)),
+    golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemSmall), Palette::names),
                           "trees/watchlist-small.txt");
-    golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemMedium)),
+    golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemMedium), Palette::names),
                           "trees/watchlist-medium.txt");
-    golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemLarge)),
+    golden::expectMatches(dumpTree(draw(entry, WidgetFamily::systemLarge), Palette::names),
                           "trees/watchlist-large.txt");
 }
 
@@ -183,6 +188,6 @@ TEST(WatchlistView, UnpricedRowsShowNoPriceAndUnknownFamiliesDrawAsMedium) {
                     }).empty());
     }
     const auto entry = entryOf(sampleWatchlistRows());
-    EXPECT_EQ(dumpTree(draw(entry, static_cast<WidgetFamily>(7))),
-              dumpTree(draw(entry, WidgetFamily::systemMedium)));
+    EXPECT_EQ(dumpTree(draw(entry, static_cast<WidgetFamily>(7)), Palette::names),
+              dumpTree(draw(entry, WidgetFamily::systemMedium), Palette::names));
 }

@@ -7,6 +7,12 @@
 
 #include <filesystem>
 
+using namespace ui;
+using namespace timeline;
+using namespace dailybrief;
+using namespace watchlist;
+using namespace widgets;
+
 namespace {
 
 std::string resolved(const LocalizedStringKey& key) {
@@ -80,7 +86,7 @@ TEST(Bundle, EveryEntryIsDrawnOnThePaletteBackgroundInEveryFamily) {
 TEST(Bundle, TimelinesAskForTheirOwnReloadDates) {
     const platform::FixedClock clock(*platform::parseRecordDate("2025-11-16T05:00:00Z"));
     const auto widgets = VelmoraWidgetsBundle().body();
-    std::vector<Date> reloads;
+    std::vector<platform::Date> reloads;
     for (const auto& widget : widgets)
         widget.getTimeline(emptyStoreContext(clock),
                            [&](AnyTimeline timeline) { reloads.push_back(timeline.policy.date); });

@@ -27,6 +27,12 @@
 #include <string_view>
 #include <vector>
 
+using namespace ui;
+using namespace timeline;
+using namespace dailybrief;
+using namespace watchlist;
+using namespace widgets;
+
 namespace {
 
 using namespace AppGroupContainer;

@@ -1,0 +1,13 @@
+#include "platform/Deployment.h"
+
+namespace platform {
+
+std::string_view appGroupIdentifier() {
+    return VELMORA_APP_GROUP_ID;
+}
+
+std::string_view bundleIdentifier() {
+    return VELMORA_BUNDLE_ID;
+}
+
+}  // namespace platform

@@ -1,0 +1,331 @@
+#include "records/JSONDecoder.h"
+
+#include "platform/Date.h"
+
+#include <nlohmann/json.hpp>
+
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+
+namespace AppGroupContainer {
+namespace {
+
+using Json = nlohmann::json;
+
+// "a string", "an array": how a fault names the JSON type it found.
+std::string_view typeName(const Json& value) {
+    switch (value.type()) {
+        case Json::value_t::null:
+            return "null";
+        case Json::value_t::object:
+            return "an object";
+        case Json::value_t::array:
+            return "an array";
+        case Json::value_t::string:
+            return "a string";
+        case Json::value_t::boolean:
+            return "a boolean";
+        case Json::value_t::number_integer:
+        case Json::value_t::number_unsigned:
+        case Json::value_t::number_float:
+            return "a number";
+        case Json::value_t::binary:
+        case Json::value_t::discarded:
+            break;
+    }
+    return "a value";
+}
+
+std::string shortest(double value) {
+    char buffer[32];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return std::string(buffer, result.ptr);
+}
+
+// A found string as a fault quotes it: JSON-escaped, long texts cut.
+std::string quoted(const std::string& text) {
+    constexpr std::size_t limit = 64;
+    if (text.size() <= limit)
+        return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+    std::size_t cut = limit;
+    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+    std::string dumped =
+        Json(text.substr(0, cut)).dump(-1, ' ', false, Json::error_handler_t::replace);
+    dumped.insert(dumped.size() - 1, "…");
+    return dumped;
+}
+
+std::optional<Json> parse(std::string_view text, std::optional<platform::Error>& error) {
+    try {
+        return Json::parse(text.begin(), text.end());
+    } catch (const Json::parse_error& fault) {
+        // `byte` counts from 1 and points at the character that stopped the parser.
+        const std::size_t offset = fault.byte > 0 ? fault.byte - 1 : 0;
+        error = platform::Error{"not valid JSON at offset " + std::to_string(offset)};
+    } catch (const Json::exception& fault) {
+        // A number beyond the double range is the one fault that comes without an offset.
+        std::string_view what = fault.what();
+        if (auto end = what.find("] "); end != std::string_view::npos) what.remove_prefix(end + 2);
+        error = platform::Error{"not valid JSON: " + std::string(what)};
+    }
+    return std::nullopt;
+}
+
+// An offset can carry a date in year 0000 or 9999 across the turn of the year in UTC, where
+// the writing form (four-digit years, UTC) cannot write it back: such an instant is no record
+// date, or a record read and written again by the host app would no longer decode.
+bool writable(platform::Date date) {
+    using namespace std::chrono;
+    constexpr auto first = sys_days(year(0) / January / 1);
+    constexpr auto afterLast = sys_days(year(10000) / January / 1);
+    return date >= first && date < afterLast;
+}
+
+// Reads the members of one JSON object into a record's fields. `path` names the object inside
+// the whole value: empty for the top level, "[2]" for the third element of a list. The first
+// fault is kept; every read after it fails at once.
+class FieldReader {
+public:
+    FieldReader(const Json& object, std::string path, JSONDecoder::DateDecodingStrategy dates)
+        : m_object(object), m_path(std::move(path)), m_dates(dates) {}
+
+    bool text(std::string_view key, std::string& out) {
+        const Json* value = required(key);
+        if (value == nullptr || !expect(key, *value, value->is_string(), "a string")) return false;
+        out = value->get_ref<const std::string&>();
+        return true;
+    }
+
+    bool text(std::string_view key, std::optional<std::string>& out) {
+        const Json* value = optional(key);
+        if (value == nullptr) return !m_error;
+        if (!expect(key, *value, value->is_string(), "a string")) return false;
+        out = value->get_ref<const std::string&>();
+        return true;
+    }
+
+    bool number(std::string_view key, double& out) {
+        const Json* value = required(key);
+        if (value == nullptr || !expect(key, *value, value->is_number(), "a number")) return false;
+        out = value->get<double>();
+        return true;
+    }
+
+    bool number(std::string_view key, std::optional<double>& out) {
+        const Json* value = optional(key);
+        if (value == nullptr) return !m_error;
+        if (!expect(key, *value, value->is_number(), "a number")) return false;
+        out = value->get<double>();
+        return true;
+    }
+
+    // An integral number within the 64-bit signed range; 3.0 counts as the integer 3.
+    bool integer(std::string_view key, std::int64_t& out) {
+        const Json* value = required(key);
+        if (value == nullptr || !expect(key, *value, value->is_number(), "an integer"))
+            return false;
+        if (value->is_number_integer() && !value->is_number_unsigned()) {
+            out = value->get<std::int64_t>();
+            return true;
+        }
+        if (value->is_number_unsigned()) {
+            const auto unsignedValue = value->get<std::uint64_t>();
+            if (unsignedValue >
+                static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+                return fail(key,
+                            std::to_string(unsignedValue) + " is out of the 64-bit integer range");
+            out = static_cast<std::int64_t>(unsignedValue);
+            return true;
+        }
+        const double real = value->get<double>();
+        if (std::trunc(real) != real) return fail(key, shortest(real) + " is not an integer");
+        // 2^63 is exactly representable; every double below it in magnitude fits.
+        constexpr double limit = 9223372036854775808.0;
+        if (real >= limit || real < -limit)
+            return fail(key, shortest(real) + " is out of the 64-bit integer range");
+        out = static_cast<std::int64_t>(real);
+        return true;
+    }
+
+    bool date(std::string_view key, platform::Date& out) {
+        const Json* value = required(key);
+        if (value == nullptr) return false;
+        std::optional<platform::Date> parsed;
+        switch (m_dates) {
+            case JSONDecoder::DateDecodingStrategy::iso8601:
+                if (value->is_string())
+                    parsed = platform::parseRecordDate(value->get_ref<const std::string&>());
+                break;
+        }
+        if (parsed && !writable(*parsed))
+            return fail(key, quoted(value->get_ref<const std::string&>()) +
+                                 " falls outside the years 0000 to 9999 in UTC");
+        if (parsed) {
+            out = *parsed;
+            return true;
+        }
+        return fail(key, "expected an RFC 3339 date-time, found " +
+                             (value->is_string() ? quoted(value->get_ref<const std::string&>())
+                                                 : std::string(typeName(*value))));
+    }
+
+    [[nodiscard]] platform::Error error() && { return std::move(*m_error); }
+
+private:
+    // The member under `key`, or a "missing key" fault. Null stays a value here: a required
+    // member that is null fails its type check.
+    const Json* required(std::string_view key) {
+        if (m_error) return nullptr;
+        const auto found = m_object.find(key);
+        if (found == m_object.end()) {
+            std::string description = m_path.empty() ? std::string() : m_path + ": ";
+            description += "missing key \"" + std::string(key) + "\"";
+            m_error = platform::Error{std::move(description)};
+            return nullptr;
+        }
+        return &*found;
+    }
+
+    // The member under `key` when present and not null; absent and null both give nothing.
+    const Json* optional(std::string_view key) const {
+        if (m_error) return nullptr;
+        const auto found = m_object.find(key);
+        return found == m_object.end() || found->is_null() ? nullptr : &*found;
+    }
+
+    bool expect(std::string_view key, const Json& value, bool matches, std::string_view expected) {
+        if (matches) return true;
+        return fail(
+            key, "expected " + std::string(expected) + ", found " + std::string(typeName(value)));
+    }
+
+    bool fail(std::string_view key, std::string fault) {
+        std::string description = m_path.empty() ? std::string() : m_path + ".";
+        description.append(key).append(": ").append(fault);
+        m_error = platform::Error{std::move(description)};
+        return false;
+    }
+
+    const Json& m_object;
+    std::string m_path;
+    JSONDecoder::DateDecodingStrategy m_dates;
+    std::optional<platform::Error> m_error;
+};
+
+template <typename Record>
+constexpr std::string_view key(typename Record::CodingKeys codingKey) {
+    return Record::codingKeyNames[static_cast<std::size_t>(codingKey)];
+}
+
+// Every record decodes from one object; `path` says where that object sits.
+std::optional<platform::Error> checkObject(const Json& value, const std::string& path) {
+    if (value.is_object()) return std::nullopt;
+    std::string description = path.empty() ? std::string() : path + ": ";
+    description += "expected an object, found " + std::string(typeName(value));
+    return platform::Error{std::move(description)};
+}
+
+platform::Result<DailyBrief> decodeBrief(const Json& value, std::string path,
+                                         JSONDecoder::DateDecodingStrategy dates) {
+    if (auto error = checkObject(value, path)) return std::move(*error);
+    using K = DailyBrief::CodingKeys;
+    FieldReader reader(value, std::move(path), dates);
+    DailyBrief brief;
+    if (reader.text(key<DailyBrief>(K::ticker), brief.ticker) &&
+        reader.text(key<DailyBrief>(K::companyName), brief.companyName) &&
+        reader.text(key<DailyBrief>(K::summary), brief.summary) &&
+        reader.text(key<DailyBrief>(K::signal), brief.signal) &&
+        reader.number(key<DailyBrief>(K::score), brief.score) &&
+        reader.date(key<DailyBrief>(K::generatedAt), brief.generatedAt))
+        return brief;
+    return std::move(reader).error();
+}
+
+platform::Result<PortfolioSnapshot> decodeSnapshot(const Json& value, std::string path,
+                                                   JSONDecoder::DateDecodingStrategy dates) {
+    if (auto error = checkObject(value, path)) return std::move(*error);
+    using K = PortfolioSnapshot::CodingKeys;
+    using P = PortfolioSnapshot;
+    FieldReader reader(value, std::move(path), dates);
+    PortfolioSnapshot snapshot;
+    if (reader.number(key<P>(K::totalValue), snapshot.totalValue) &&
+        reader.number(key<P>(K::totalPnl), snapshot.totalPnl) &&
+        reader.number(key<P>(K::totalReturn), snapshot.totalReturn) &&
+        reader.number(key<P>(K::dailyChange), snapshot.dailyChange) &&
+        reader.number(key<P>(K::dailyChangePct), snapshot.dailyChangePct) &&
+        reader.integer(key<P>(K::holdingCount), snapshot.holdingCount) &&
+        reader.text(key<P>(K::sourceLabel), snapshot.sourceLabel) &&
+        reader.date(key<P>(K::updatedAt), snapshot.updatedAt))
+        return snapshot;
+    return std::move(reader).error();
+}
+
+platform::Result<WatchlistRow> decodeRow(const Json& value, std::string path,
+                                         JSONDecoder::DateDecodingStrategy dates) {
+    if (auto error = checkObject(value, path)) return std::move(*error);
+    using K = WatchlistRow::CodingKeys;
+    using R = WatchlistRow;
+    FieldReader reader(value, std::move(path), dates);
+    WatchlistRow row;
+    if (reader.text(key<R>(K::ticker), row.ticker) &&
+        reader.text(key<R>(K::companyName), row.companyName) &&
+        reader.number(key<R>(K::price), row.price) &&
+        reader.number(key<R>(K::changePct), row.changePct) &&
+        reader.text(key<R>(K::signal), row.signal) && reader.number(key<R>(K::score), row.score))
+        return row;
+    return std::move(reader).error();
+}
+
+}  // namespace
+
+template <>
+platform::Result<DailyBrief> JSONDecoder::decode<DailyBrief>(std::string_view json) const {
+    std::optional<platform::Error> error;
+    const auto value = parse(json, error);
+    if (!value) return std::move(*error);
+    return decodeBrief(*value, {}, m_dateDecodingStrategy);
+}
+
+template <>
+platform::Result<PortfolioSnapshot> JSONDecoder::decode<PortfolioSnapshot>(
+    std::string_view json) const {
+    std::optional<platform::Error> error;
+    const auto value = parse(json, error);
+    if (!value) return std::move(*error);
+    return decodeSnapshot(*value, {}, m_dateDecodingStrategy);
+}
+
+template <>
+platform::Result<WatchlistRow> JSONDecoder::decode<WatchlistRow>(std::string_view json) const {
+    std::optional<platform::Error> error;
+    const auto value = parse(json, error);
+    if (!value) return std::move(*error);
+    return decodeRow(*value, {}, m_dateDecodingStrategy);
+}
+
+template <>
+platform::Result<std::vector<WatchlistRow>> JSONDecoder::decode<std::vector<WatchlistRow>>(
+    std::string_view json) const {
+    std::optional<platform::Error> error;
+    const auto value = parse(json, error);
+    if (!value) return std::move(*error);
+    if (!value->is_array())
+        return platform::Error{"expected an array, found " + std::string(typeName(*value))};
+
+    std::vector<WatchlistRow> rows;
+    rows.reserve(value->size());
+    for (std::size_t index = 0; index < value->size(); ++index) {
+        auto row =
+            decodeRow((*value)[index], "[" + std::to_string(index) + "]", m_dateDecodingStrategy);
+        if (!row) return row.error();
+        rows.push_back(std::move(row).value());
+    }
+    return rows;
+}
+
+}  // namespace AppGroupContainer

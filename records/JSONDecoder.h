@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/Result.h"
+#include "records/DailyBrief.h"
+#include "records/PortfolioSnapshot.h"
+#include "records/WatchlistRow.h"
+
+#include <string_view>
+#include <vector>
+
+namespace AppGroupContainer {
+
+// Decodes the shared records from their JSON text. Walks a record's fields in field order and
+// stops at the first fault; a list of rows decodes whole or not at all. Holds only its
+// settings, which never change after construction, so one decoder serves every thread.
+class JSONDecoder {
+public:
+    // Dates as RFC 3339 internet date-times (the only form the records use).
+    enum class DateDecodingStrategy { iso8601 };
+
+    explicit JSONDecoder(DateDecodingStrategy strategy = DateDecodingStrategy::iso8601)
+        : m_dateDecodingStrategy(strategy) {}
+
+    [[nodiscard]] DateDecodingStrategy dateDecodingStrategy() const {
+        return m_dateDecodingStrategy;
+    }
+
+    // T is DailyBrief, PortfolioSnapshot, WatchlistRow (one JSON object each) or
+    // std::vector<WatchlistRow> (one JSON array of row objects).
+    template <typename T>
+    [[nodiscard]] platform::Result<T> decode(std::string_view json) const;
+
+private:
+    DateDecodingStrategy m_dateDecodingStrategy;
+};
+
+template <>
+platform::Result<DailyBrief> JSONDecoder::decode<DailyBrief>(std::string_view) const;
+template <>
+platform::Result<PortfolioSnapshot> JSONDecoder::decode<PortfolioSnapshot>(std::string_view) const;
+template <>
+platform::Result<WatchlistRow> JSONDecoder::decode<WatchlistRow>(std::string_view) const;
+template <>
+platform::Result<std::vector<WatchlistRow>> JSONDecoder::decode<std::vector<WatchlistRow>>(
+    std::string_view) const;
+
+}  // namespace AppGroupContainer
