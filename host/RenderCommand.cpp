@@ -103,8 +103,12 @@ void registerRenderCommand(CLI::App& app, GlobalOptions& globals) {
         ->type_name("N");
     command->add_flag("--tree", options->tree, "Print the view tree");
     command->add_flag("--frames", options->frames, "Print the laid-out frames");
-    command->callback(
-        [&globals, options] { globals.exitCode = run(*options, globals, globals.widgetHost()); });
+    command->callback([&globals, options] {
+        // Laid out at the scale it is painted at: a divider is one pixel thick at every scale.
+        HostSettings settings = globals.widgetHost().settings();
+        settings.scale = options->scale;
+        globals.exitCode = run(*options, globals, WidgetHost(globals.widgets, settings));
+    });
 }
 
 }  // namespace host
