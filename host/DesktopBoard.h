@@ -1,0 +1,50 @@
+#pragma once
+
+#include "host/Placement.h"
+#include "host/ReloadSchedule.h"
+#include "platform/Clock.h"
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+class WidgetHost;
+
+// The widgets on the desktop board and their timelines: the placements the user made, in their
+// order, each with the last timeline it was given and the date it wants to be asked again.
+// Placing or removing a widget leaves the others' timelines and reload dates as they are.
+class DesktopBoard {
+public:
+    explicit DesktopBoard(std::vector<Placement> placements);
+
+    [[nodiscard]] const std::vector<Placement>& placements() const { return m_placements; }
+
+    // Adds `placement` at the end, due at once; false when it is on the board already.
+    [[nodiscard]] bool place(const Placement& placement);
+    void remove(std::size_t index);
+
+    // Makes the placements of `kind`, or every placement when `kind` is empty, due at once.
+    void reloadNow(std::string_view kind);
+
+    // Asks every due placement for a timeline; the indexes of those asked, in placement order.
+    std::vector<std::size_t> runDue(const WidgetHost& host, const platform::Clock& clock);
+
+    // The earliest date at which a placement falls due; none while one is due already or the
+    // board is empty.
+    [[nodiscard]] std::optional<platform::Date> nextReload() const;
+
+    // A placement's last request; none before its first.
+    [[nodiscard]] const std::optional<TimelineRequestRecord>& latest(std::size_t index) const {
+        return m_latest[index];
+    }
+
+private:
+    std::vector<Placement> m_placements;
+    std::vector<ReloadSchedule> m_schedules;  // one per placement
+    std::vector<std::optional<TimelineRequestRecord>> m_latest;
+};
+
+}  // namespace host
