@@ -66,9 +66,11 @@ std::string usageError(CLI::App& app, const CLI::ParseError& error) {
 
 }  // namespace
 
-int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widgets) {
+int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widgets,
+                   DesktopBoardRunner desktopBoard) {
     GlobalOptions globals;
     globals.widgets = std::move(widgets);
+    globals.desktopBoard = desktopBoard;
     CLI::App app{"Velmora widgets: the shared store, the widget providers and their host.",
                  "velmora-widgets"};
     app.require_subcommand(1);
@@ -97,6 +99,8 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     registerListCommand(app, globals);
     registerGalleryCommand(app, globals);
     registerHostCommand(app, globals);
+    registerDesktopCommand(app, globals);
+    registerReloadCommand(app, globals);
 
     try {
         app.parse(argc, argv);

@@ -19,6 +19,11 @@ class App;
 namespace host {
 
 class WidgetHost;
+struct DesktopOptions;
+struct GlobalOptions;
+
+// Runs the desktop board; only the board program, which links the toolkit, has one.
+using DesktopBoardRunner = int (*)(const GlobalOptions& globals, const DesktopOptions& options);
 
 // Exit codes of the program.
 inline constexpr int exitSuccess = 0;
@@ -33,7 +38,8 @@ struct GlobalOptions {
     std::string timeZone;        // --time-zone, for commands that draw
     int exitCode = exitSuccess;
     std::vector<widgets::StaticConfiguration>
-        widgets;  // the bundle the program's entry handed over
+        widgets;                                // the bundle the program's entry handed over
+    DesktopBoardRunner desktopBoard = nullptr;  // none: `desktop` starts the board program
 
     // The clock requests read: fixed at --at when given, else the system clock.
     [[nodiscard]] const platform::Clock& clock() const;
@@ -49,7 +55,8 @@ private:
 
 // Runs the program over the bundle's widgets; returns its exit code.
 [[nodiscard]] int runCommandLine(int argc, char** argv,
-                                 std::vector<widgets::StaticConfiguration> widgets);
+                                 std::vector<widgets::StaticConfiguration> widgets,
+                                 DesktopBoardRunner desktopBoard = nullptr);
 
 // `defaults write|read|delete KEY`: the store as the host app writes it.
 void registerDefaultsCommand(CLI::App& app, GlobalOptions& globals);
@@ -64,6 +71,10 @@ void registerListCommand(CLI::App& app, GlobalOptions& globals);
 void registerGalleryCommand(CLI::App& app, GlobalOptions& globals);
 // `host --out DIR`: the long-running host honouring reload dates, or a simulated run.
 void registerHostCommand(CLI::App& app, GlobalOptions& globals);
+// `desktop [--placements FILE] [--autostart on|off]`: the widget board on the desktop.
+void registerDesktopCommand(CLI::App& app, GlobalOptions& globals);
+// `reload [KIND]`: asks the running hosts for new timelines now.
+void registerReloadCommand(CLI::App& app, GlobalOptions& globals);
 
 // Writes "velmora-widgets: error: MESSAGE" to standard error.
 void printError(const std::string& message);
