@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and tests need, when they are missing (chromium: the
-# browser test of the gallery page; time: the peak memory figure of scripts/bench.sh).
+# browser test of the gallery page; time: the peak memory figure of scripts/bench.sh; GTK 4: the
+# desktop board; Xvfb, xauth, xdotool, dbus and ImageMagick: its tests on a real X server, with
+# real clicks and screenshots; desktop-file-utils and appstream: the checks of its data files).
 set -euo pipefail
 packages=(cmake ninja-build g++ clang pkg-config libclang-rt-14-dev
   libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libpng-dev zlib1g-dev libisal-dev
   liburiparser-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
-  fonts-inter fonts-jetbrains-mono fonts-noto-color-emoji chromium time "$@")
+  fonts-inter fonts-jetbrains-mono fonts-noto-color-emoji chromium time
+  libgtk-4-dev xvfb xauth xdotool dbus imagemagick desktop-file-utils appstream python3 "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
