@@ -34,9 +34,13 @@ namespace platform {
 
 // The user's locale from the environment: LC_ALL, else LANG, without encoding (".UTF-8") or
 // modifier ("@euro"); unset, empty, C or POSIX count as en_US.
-// The user's time zone: TZ (a leading ':' and a zoneinfo path prefix dropped), else the
-// system zone (/etc/timezone, then the /etc/localtime link), else UTC.
 [[nodiscard]] std::string userLocale();
+
+// The user's time zone as ICU detects it (TZ, else the system's), a zoneinfo path reduced to
+// the zone's name; UTC when ICU does not know the zone.
 [[nodiscard]] std::string userTimeZone();
+
+// Whether ICU knows `zone` as an IANA zone ("Europe/Berlin", "UTC").
+[[nodiscard]] bool isKnownTimeZone(std::string_view zone);
 
 }  // namespace platform

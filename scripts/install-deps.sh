@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and tests need, when they are missing (chromium: the
-# browser test of the gallery page; time: the peak memory figure of scripts/bench.sh; GTK 4: the
-# desktop board; Xvfb, xauth, xdotool, dbus and ImageMagick: its tests on a real X server, with
-# real clicks and screenshots; desktop-file-utils and appstream: the checks of its data files).
+# browser test of the gallery page; time and pango1.0-tools: figures of scripts/bench.sh; the Noto
+# fonts: every script a locale or a record may need; GTK 4: the desktop board; Xvfb, xauth,
+# xdotool, dbus and ImageMagick: its tests on a real X server, with real clicks and screenshots;
+# desktop-file-utils and appstream: the checks of its data files).
 set -euo pipefail
-packages=(cmake ninja-build g++ clang pkg-config libclang-rt-14-dev
+packages=(cmake ninja-build g++ clang libclang-rt-dev pkg-config
   libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libpng-dev zlib1g-dev libisal-dev
   liburiparser-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
-  fonts-inter fonts-jetbrains-mono fonts-noto-color-emoji chromium time
+  fonts-inter fonts-jetbrains-mono fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
+  chromium time pango1.0-tools
   libgtk-4-dev xvfb xauth xdotool dbus imagemagick desktop-file-utils appstream python3 "$@")
 missing=()
 for p in "${packages[@]}"; do
