@@ -276,6 +276,7 @@ void velmora_board_grid_class_init(VelmoraBoardGridClass* gridClass) {
     widgetClass->size_allocate = boardAllocate;
     widgetClass->get_request_mode = [](GtkWidget*) { return GTK_SIZE_REQUEST_HEIGHT_FOR_WIDTH; };
     gtk_widget_class_set_css_name(widgetClass, "velmora-board");
+    gtk_widget_class_set_accessible_role(widgetClass, GTK_ACCESSIBLE_ROLE_GROUP);
 }
 
 void velmora_board_grid_init(VelmoraBoardGrid*) {}
@@ -375,7 +376,7 @@ private:
         gtk_window_set_default_size(GTK_WINDOW(m_window), int(fourColumns) + 16, 680);
 
         GtkWidget* header = gtk_header_bar_new();
-        GtkWidget* add = gtk_button_new_with_mnemonic("_Add Widget");
+        GtkWidget* add = gtk_button_new_with_label("Add Widget");
         gtk_actionable_set_action_name(GTK_ACTIONABLE(add), "win.add-widget");
         gtk_header_bar_pack_start(GTK_HEADER_BAR(header), add);
         gtk_window_set_titlebar(GTK_WINDOW(m_window), header);
@@ -386,6 +387,8 @@ private:
         g_object_unref(addAction);
 
         m_grid = GTK_WIDGET(g_object_new(velmora_board_grid_get_type(), nullptr));
+        gtk_accessible_update_property(GTK_ACCESSIBLE(m_grid), GTK_ACCESSIBLE_PROPERTY_LABEL,
+                                       "Placed widgets", -1);
         GtkWidget* scroller = gtk_scrolled_window_new();
         gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER,
                                        GTK_POLICY_AUTOMATIC);

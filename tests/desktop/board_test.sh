@@ -9,10 +9,12 @@
 set -euo pipefail
 program=${1:?usage: board_test.sh PROGRAM BUILD_DIR}
 build_dir=${2:?usage: board_test.sh PROGRAM BUILD_DIR}
-for tool in xvfb-run xdotool dbus-run-session import stream python3; do
+for tool in xvfb-run xdotool dbus-run-session import stream; do
   command -v "$tool" >/dev/null ||
     { echo "SKIP: $tool is not installed (scripts/install-deps.sh installs it)"; exit 77; }
 done
+/usr/bin/python3 -c "import dbus" 2>/dev/null ||
+  { echo "SKIP: python3-dbus is not installed (scripts/install-deps.sh installs it)"; exit 77; }
 if [ -z "${VELMORA_IN_XVFB:-}" ]; then
   export VELMORA_IN_XVFB=1
   exec dbus-run-session -- xvfb-run -a -s "-screen 0 1280x1024x24" bash "$0" "$@"
@@ -70,7 +72,7 @@ locate() {
   for _ in $(seq 30); do
     import -window root "$work/shot.png"
     stream -map rgb -storage-type char "$work/shot.png" "$work/shot.rgb"
-    python3 "$work/find.py" "$work/shot.rgb" 1280 "$work/$1.rgb" $(cat "$work/$1.size") && return
+    /usr/bin/python3 "$work/find.py" "$work/shot.rgb" 1280 "$work/$1.rgb" $(cat "$work/$1.size") && return
     sleep 0.5
   done
   fail "$1 is not on the screen as render draws it (screen: $work/shot.png, log: $work/board.log)"
@@ -106,6 +108,29 @@ xdotool search --onlyvisible --name '^Velmora Widgets$' windowsize 1260 1000
 for widget in "${widgets[@]}"; do locate "${widget/:/-}" >/dev/null; done
 cp "$work/shot.png" "$build_dir/desktop-screenshot.png"
 echo "all five widgets on screen as render draws them; screenshot: $build_dir/desktop-screenshot.png"
+
+# --- What a screen reader is told: one element per widget, its name and its texts in order ------
+a11y=$(/usr/bin/python3 - <<'PY'
+import dbus
+address = dbus.SessionBus().get_object("org.a11y.Bus", "/org/a11y/bus").GetAddress(dbus_interface="org.a11y.Bus")
+bus = dbus.bus.BusConnection(address)
+def walk(name, path):
+    node = bus.get_object(name, path)
+    get = lambda key: str(node.Get("org.a11y.atspi.Accessible", key, dbus_interface=dbus.PROPERTIES_IFACE))
+    if node.GetRoleName(dbus_interface="org.a11y.atspi.Accessible") == "button" and get("Description"):
+        print(get("Name") + ": " + " / ".join(get("Description").split("\n")))
+    for child in node.GetChildren(dbus_interface="org.a11y.atspi.Accessible"):
+        walk(*child)
+walk("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
+PY
+)
+a11y=$(grep -E "^(Watchlist Glance|Daily Brief): " <<<"$a11y")
+grep -qx "Watchlist Glance: BRK B / Hold / \$412.50 / +0.40%" <<<"$a11y" &&
+  grep -qx "Daily Brief: NVDA / NVIDIA / Strong Buy / 84 / Momentum .* / DAILY BRIEF · NOV 16, 6:30 AM / Read full analysis →" <<<"$a11y" &&
+  [ "$(cut -d: -f1 <<<"$a11y" | paste -sd,)" = "Watchlist Glance,Watchlist Glance,Watchlist Glance,Daily Brief,Daily Brief" ] ||
+  fail "accessible widgets:
+$a11y"
+echo "accessible: five buttons named after their widgets, described by their texts in reading order"
 
 # --- Clicks: no handler yet, then a handler in the scratch data folder ----------------------------
 click WatchlistGlance-systemMedium
