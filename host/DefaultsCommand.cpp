@@ -55,15 +55,15 @@ int write(const GlobalOptions& globals, const DefaultsOptions& options) {
 
     auto opened = store::DefaultsStore::openForWriting(
         domain(options), store::storeDirectory(globals.storeDirectory));
-    if (auto* error = std::get_if<store::DefaultsError>(&opened)) {
-        printError(error->description);
+    if (!opened) {
+        printError(opened.error().description);
         return exitFailure;
     }
-    auto& store = std::get<store::DefaultsStore>(opened);
-    const auto error = options.string ? store.setString(options.key, *options.string)
-                                      : store.setData(options.key, bytes);
-    if (error) {
-        printError(error->description);
+    auto& store = opened.value();
+    const auto written = options.string ? store.setString(options.key, *options.string)
+                                        : store.setData(options.key, bytes);
+    if (!written) {
+        printError(written.error().description);
         return exitFailure;
     }
     return exitSuccess;
@@ -91,42 +91,54 @@ void printValue(const store::DefaultsValue& value) {
     std::printf("\n");
 }
 
-std::optional<store::DefaultsStore> openForReading(const GlobalOptions& globals,
-                                                   const DefaultsOptions& options) {
+// The value under the key, nothing when the store or the key is missing, or the store's fault.
+platform::Result<std::optional<store::DefaultsValue>> readValue(const GlobalOptions& globals,
+                                                                const DefaultsOptions& options) {
     const auto folder = store::storeDirectory(globals.storeDirectory);
-    if (options.standard) return store::DefaultsStore::standard(folder);
-    return store::DefaultsStore::openSuite(domain(options), folder);
+    if (options.standard) {
+        const auto store = store::DefaultsStore::standard(folder);
+        if (!store) return store.error();
+        return store->valueForKey(options.key);
+    }
+    const auto store = store::DefaultsStore::openSuite(domain(options), folder);
+    if (!store) return store.error();
+    if (!store.value()) return std::optional<store::DefaultsValue>();
+    return store.value()->valueForKey(options.key);
 }
 
 int read(const GlobalOptions& globals, const DefaultsOptions& options) {
-    const auto store = openForReading(globals, options);
-    const auto value = store ? store->valueForKey(options.key) : std::nullopt;
+    const auto value = readValue(globals, options);
     if (!value) {
+        printError(value.error().description);
+        return exitFailure;
+    }
+    if (!value.value()) {
         printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
         return exitFailure;
     }
-    printValue(*value);
+    printValue(*value.value());
     return exitSuccess;
 }
 
 int remove(const GlobalOptions& globals, const DefaultsOptions& options) {
     // The reader keeps its snapshot until it is released, so it must be gone before the write.
-    const bool present = [&] {
-        const auto store = openForReading(globals, options);
-        return store && store->valueForKey(options.key);
-    }();
+    const auto present = readValue(globals, options);
     if (!present) {
+        printError(present.error().description);
+        return exitFailure;
+    }
+    if (!present.value()) {
         printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
         return exitFailure;
     }
     auto opened = store::DefaultsStore::openForWriting(
         domain(options), store::storeDirectory(globals.storeDirectory));
-    if (auto* error = std::get_if<store::DefaultsError>(&opened)) {
-        printError(error->description);
+    if (!opened) {
+        printError(opened.error().description);
         return exitFailure;
     }
-    if (auto error = std::get<store::DefaultsStore>(opened).removeObject(options.key)) {
-        printError(error->description);
+    if (const auto removed = opened.value().removeObject(options.key); !removed) {
+        printError(removed.error().description);
         return exitFailure;
     }
     return exitSuccess;
