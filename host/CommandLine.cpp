@@ -27,19 +27,21 @@ const platform::Clock& GlobalOptions::clock() const {
     return *m_fixedClock;
 }
 
-TimelineProviderContext GlobalOptions::context() const {
-    TimelineProviderContext context;
-    context.clock = &clock();
-    context.storeDirectory = storeDirectory;
-    return context;
-}
-
 WidgetHost GlobalOptions::widgetHost() const {
     HostSettings settings;
     settings.locale = locale.empty() ? platform::userLocale() : locale;
     settings.timeZone = timeZone.empty() ? platform::userTimeZone() : timeZone;
     settings.storeDirectory = storeDirectory;
     return WidgetHost(widgets, std::move(settings));
+}
+
+void GlobalOptions::finish(const CommandResult& result) {
+    if (result) {
+        exitCode = exitSuccess;
+        return;
+    }
+    printError(result.error().message);
+    exitCode = result.error().exitCode;
 }
 
 void printError(const std::string& message) {

@@ -40,16 +40,16 @@ std::string galleryImageName(const Placement& placement, std::string_view reques
            ".png";
 }
 
-std::variant<DrawnCard, std::string> drawCard(const WidgetHost& widgets, const Placement& placement,
-                                              std::string_view request, const AnyTimeline& timeline,
-                                              bool showReload, platform::Date now) {
+platform::Result<DrawnCard> drawCard(const WidgetHost& widgets, const Placement& placement,
+                                     std::string_view request, const AnyTimeline& timeline,
+                                     bool showReload, platform::Date now) {
     const auto& entry = timeline.entries.front();
     const auto layout = widgets.draw(placement, entry, now);
     auto png =
         render::paintToBytes(layout.drawList, render::ImageFormat::png, widgets.settings().scale);
     if (auto* error = std::get_if<render::PaintError>(&png))
-        return "cannot draw " + placement.kind + " " + std::string(name(placement.family)) + ": " +
-               error->message;
+        return platform::Error{"cannot draw " + placement.kind + " " +
+                               std::string(name(placement.family)) + ": " + error->message};
 
     DrawnCard drawn;
     drawn.card.image = galleryImageName(placement, request);
@@ -81,25 +81,28 @@ std::vector<GallerySection> gallerySections(const WidgetHost& widgets,
     return sections;
 }
 
-std::optional<std::string> prepareOutputDirectory(const std::filesystem::path& directory) {
+platform::Result<void> prepareOutputDirectory(const std::filesystem::path& directory) {
     std::error_code error;
     std::filesystem::create_directories(directory, error);
-    if (error) return "cannot create the folder \"" + directory.string() + "\": " + error.message();
+    if (error)
+        return platform::Error{"cannot create the folder \"" + directory.string() +
+                               "\": " + error.message()};
     if (!std::filesystem::is_directory(directory, error))
-        return "\"" + directory.string() + "\" is not a folder";
-    return std::nullopt;
+        return platform::Error{"\"" + directory.string() + "\" is not a folder"};
+    return {};
 }
 
-std::optional<std::string> writeFileAtomically(const std::filesystem::path& directory,
-                                               const std::string& name, std::string_view bytes) {
+platform::Result<void> writeFileAtomically(const std::filesystem::path& directory,
+                                           const std::string& name, std::string_view bytes) {
     const auto target = directory / name;
     std::string temporary = (directory / ("." + name + ".XXXXXX")).string();
     const int fd = ::mkstemp(temporary.data());
-    if (fd < 0) return "cannot write \"" + target.string() + "\": " + reason(errno);
+    if (fd < 0)
+        return platform::Error{"cannot write \"" + target.string() + "\": " + reason(errno)};
 
-    auto fail = [&](int error) -> std::optional<std::string> {
+    auto fail = [&](int error) -> platform::Result<void> {
         ::unlink(temporary.c_str());
-        return "cannot write \"" + target.string() + "\": " + reason(error);
+        return platform::Error{"cannot write \"" + target.string() + "\": " + reason(error)};
     };
     std::size_t written = 0;
     while (written < bytes.size()) {
@@ -117,7 +120,7 @@ std::optional<std::string> writeFileAtomically(const std::filesystem::path& dire
     if (::close(fd) != 0) return fail(errno);
     if (modeError != 0) return fail(modeError);
     if (::rename(temporary.c_str(), target.c_str()) != 0) return fail(errno);
-    return std::nullopt;
+    return {};
 }
 
 }  // namespace host
