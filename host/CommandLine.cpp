@@ -3,6 +3,7 @@
 #include "host/WidgetHost.h"
 #include "platform/Fatal.h"
 #include "platform/Formatters.h"
+#include "platform/StopSignals.h"
 
 #include <CLI/CLI.hpp>
 
@@ -99,6 +100,12 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     registerListCommand(app, globals);
     registerGalleryCommand(app, globals);
     registerHostCommand(app, globals);
+
+    // main blocked SIGINT and SIGTERM for the host, which takes them itself; every other command
+    // ends on them as usual. Parsing is done here, and no thread has started yet.
+    app.parse_complete_callback([&app] {
+        if (!app.got_subcommand("host")) platform::unblockStopSignals();
+    });
 
     try {
         app.parse(argc, argv);

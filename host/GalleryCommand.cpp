@@ -2,6 +2,7 @@
 #include "host/GalleryFiles.h"
 #include "host/GalleryPage.h"
 #include "host/WidgetHost.h"
+#include "platform/AtomicFile.h"
 
 #include <CLI/CLI.hpp>
 
@@ -39,7 +40,8 @@ CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals
                                   shot.request == Request::timeline, clock.now());
             if (!drawn) return CommandError::failure(drawn.error().description);
             auto card = std::move(drawn).value();
-            if (auto written = writeFileAtomically(out, card.card.image, card.png); !written)
+            if (auto written = platform::writeFileAtomically(out / card.card.image, card.png);
+                !written)
                 return CommandError::failure(written.error().description);
             std::printf("%s %s %s -> %s (%s%s)\n", placement.kind.c_str(), card.card.family.c_str(),
                         shot.label, card.card.image.c_str(), card.card.url ? "link: " : "no link",
@@ -52,8 +54,8 @@ CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals
     page.subtitle = "Drawn at " + pageDate(clock.now()) + " in " + widgets.settings().locale +
                     ", " + widgets.settings().timeZone +
                     ". Every widget in every family: its placeholder and its current entry.";
-    if (auto written = writeFileAtomically(out, "index.html",
-                                           galleryPage(gallerySections(widgets, cards), page));
+    if (auto written = platform::writeFileAtomically(
+            out / "index.html", galleryPage(gallerySections(widgets, cards), page));
         !written)
         return CommandError::failure(written.error().description);
     std::error_code ignored;

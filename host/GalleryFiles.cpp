@@ -4,14 +4,6 @@
 #include "render/Painter.h"
 #include "ui/LocalizedString.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-
 namespace host {
 
 using namespace ui;
@@ -20,10 +12,6 @@ using namespace widgets;
 using namespace dailybrief;
 using namespace watchlist;
 namespace {
-
-std::string reason(int error) {
-    return std::strerror(error);
-}
 
 std::string text(const LocalizedStringKey& key, const std::string& locale) {
     return resolveText(TextNode{key}, std::nullopt, locale);
@@ -89,37 +77,6 @@ platform::Result<void> prepareOutputDirectory(const std::filesystem::path& direc
                                "\": " + error.message()};
     if (!std::filesystem::is_directory(directory, error))
         return platform::Error{"\"" + directory.string() + "\" is not a folder"};
-    return {};
-}
-
-platform::Result<void> writeFileAtomically(const std::filesystem::path& directory,
-                                           const std::string& name, std::string_view bytes) {
-    const auto target = directory / name;
-    std::string temporary = (directory / ("." + name + ".XXXXXX")).string();
-    const int fd = ::mkstemp(temporary.data());
-    if (fd < 0)
-        return platform::Error{"cannot write \"" + target.string() + "\": " + reason(errno)};
-
-    auto fail = [&](int error) -> platform::Result<void> {
-        ::unlink(temporary.c_str());
-        return platform::Error{"cannot write \"" + target.string() + "\": " + reason(error)};
-    };
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
-            const int error = errno;
-            ::close(fd);
-            return fail(error);
-        }
-        written += std::size_t(n);
-    }
-    // mkstemp makes the file private; the page and its images are meant to be read by others.
-    const int modeError = ::fchmod(fd, 0644) == 0 ? 0 : errno;
-    if (::close(fd) != 0) return fail(errno);
-    if (modeError != 0) return fail(modeError);
-    if (::rename(temporary.c_str(), target.c_str()) != 0) return fail(errno);
     return {};
 }
 

@@ -48,11 +48,4 @@ struct DrawnCard {
 // a folder.
 [[nodiscard]] platform::Result<void> prepareOutputDirectory(const std::filesystem::path& directory);
 
-// Writes `bytes` as `directory / name` through a temporary file in the same folder and a rename,
-// so a reader (a browser refreshing the page) sees the old file or the new one, never half of
-// one. No temporary file is left behind on failure.
-[[nodiscard]] platform::Result<void> writeFileAtomically(const std::filesystem::path& directory,
-                                                         const std::string& name,
-                                                         std::string_view bytes);
-
 }  // namespace host

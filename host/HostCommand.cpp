@@ -4,25 +4,28 @@
 #include "host/Placements.h"
 #include "host/Scheduler.h"
 #include "host/WidgetHost.h"
+#include "platform/AtomicFile.h"
+#include "platform/BackgroundTask.h"
+#include "platform/StopSignals.h"
+#include "platform/WakeTimer.h"
 
 #include <CLI/CLI.hpp>
 
-#include <signal.h>
-#include <time.h>
+#include <poll.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
 
 namespace host {
 
 using namespace timeline;
 namespace {
-
-// The longest single sleep: after a suspend or a change of the system clock the host looks at
-// the time again within this long.
-constexpr auto longestSleep = std::chrono::seconds(60);
 
 struct HostOptions {
     std::string out;
@@ -40,106 +43,160 @@ void printRequests(const std::vector<TimelineRequestRecord>& records) {
                     platform::formatDate(record.timeline.policy.date).c_str());
 }
 
-CommandResult writeFiles(const std::filesystem::path& out,
-                         const platform::Result<std::vector<OutputFile>>& files) {
-    if (!files) return CommandError::failure(files.error().description);
-    for (const auto& file : *files)
-        if (auto written = writeFileAtomically(out, file.name, file.bytes); !written)
-            return CommandError::failure(written.error().description);
-    return {};
-}
-
 std::string pagePath(const std::filesystem::path& out) {
     std::error_code ignored;
     return std::filesystem::absolute(out / "index.html", ignored).string();
 }
 
-// Waits until `timeout` has passed or SIGINT or SIGTERM arrives (both are blocked, so they wait
-// as pending until taken here). The signal's number, or 0 when the time is up.
-int waitForStopSignal(const sigset_t& stopSignals, std::chrono::microseconds timeout) {
-    timeout = std::max(timeout, std::chrono::microseconds(0));
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
-    const timespec wait{static_cast<time_t>(seconds.count()),
-                        static_cast<long>((timeout - seconds).count() * 1000)};
-    const int signal = ::sigtimedwait(&stopSignals, nullptr, &wait);
-    return signal > 0 ? signal : 0;  // EAGAIN: time is up; EINTR: the caller looks again
+CommandError systemFailure(const char* what) {
+    return CommandError::failure(std::string(what) + ": " + std::strerror(errno));
 }
 
-// Runs the schedule on a virtual clock from `start` to `until` at full speed. Only the last
-// state of every placement is drawn, once, at the end: a day of watchlist reloads would
-// otherwise draw hundreds of images that nobody sees.
-CommandResult simulate(const WidgetHost& widgets, Scheduler& scheduler,
-                       const std::filesystem::path& out, platform::Date start,
-                       platform::Date until) {
-    platform::ManualClock clock(start);
-    while (clock.now() < until) {
-        printRequests(scheduler.runDue(widgets, clock));
-        clock.set(scheduler.nextReload());
-    }
-    std::vector<TimelineRequestRecord> latest;
-    for (std::size_t i = 0; i < scheduler.placements().size(); ++i)
-        if (scheduler.latest(i)) latest.push_back(*scheduler.latest(i));
-    LivePage page(widgets, scheduler.placements().size());
-    if (auto written = writeFiles(out, page.update(latest)); !written) return written;
-    std::printf("simulated %s to %s\n%s\n", platform::formatDate(start).c_str(),
-                platform::formatDate(until).c_str(), pagePath(out).c_str());
-    return {};
+// Says why the host stopped.
+void printStopped(std::string_view signal) {
+    std::printf("stopped (%.*s)\n", int(signal.size()), signal.data());
+    std::fflush(stdout);
 }
 
-// Runs the schedule on the system clock, sleeping until the next reload date, until --until or
-// SIGINT/SIGTERM. Every request is drawn and published at once.
-CommandResult runLive(const WidgetHost& widgets, Scheduler& scheduler,
-                      const std::filesystem::path& out, std::optional<platform::Date> until) {
-    sigset_t stopSignals;
-    sigemptyset(&stopSignals);
-    sigaddset(&stopSignals, SIGINT);
-    sigaddset(&stopSignals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
+// The host's run: the scheduler and the page on a worker thread, everything else here. The main
+// thread only waits (for the worker, a stop signal or the next reload date) and writes the files
+// the worker made, so a stop signal is taken within moments whatever the worker is doing, and
+// no file is ever left half-written.
+class HostRun {
+public:
+    HostRun(const WidgetHost& widgets, std::vector<Placement> placements, std::filesystem::path out,
+            platform::StopSignals signals)
+        : m_widgets(widgets),
+          m_scheduler(std::move(placements)),
+          m_page(widgets, m_scheduler.placements().size()),
+          m_out(std::move(out)),
+          m_signals(std::move(signals)) {}
 
-    const auto& clock = platform::systemClock();
-    LivePage page(widgets, scheduler.placements().size());
-    bool pageAnnounced = false;
-    while (true) {
-        const auto requests = scheduler.runDue(widgets, clock);
-        printRequests(requests);
-        std::fflush(stdout);
-        if (auto written = writeFiles(out, page.update(requests)); !written) return written;
-        if (!pageAnnounced) {
-            std::printf("page: %s\n", pagePath(out).c_str());
-            std::fflush(stdout);
-            pageAnnounced = true;
+    // Runs the schedule on a virtual clock from `start` to `until` at full speed. Only the last
+    // state of every placement is drawn, once, at the end: a day of watchlist reloads would
+    // otherwise draw hundreds of images that nobody sees.
+    CommandResult simulate(platform::Date start, platform::Date until) {
+        platform::ManualClock clock(start);
+        while (clock.now() < until) {
+            std::vector<TimelineRequestRecord> requests;
+            if (auto ran = onWorker([&] { requests = m_scheduler.runDue(m_widgets, clock); }); !ran)
+                return ran;
+            printRequests(requests);
+            clock.set(m_scheduler.nextReload());
         }
-        const platform::Date next = scheduler.nextReload();
+        std::vector<TimelineRequestRecord> latest;
+        for (std::size_t i = 0; i < m_scheduler.placements().size(); ++i)
+            if (m_scheduler.latest(i)) latest.push_back(*m_scheduler.latest(i));
+        if (auto published = publish(latest); !published) return published;
+        std::printf("simulated %s to %s\n%s\n", platform::formatDate(start).c_str(),
+                    platform::formatDate(until).c_str(), pagePath(m_out).c_str());
+        return {};
+    }
+
+    // Runs the schedule on the system clock until `until` or a stop signal, sleeping until the
+    // next reload date in between; every request is drawn and published at once. The sleep ends
+    // early when the system's time is set, and the host looks at the time again.
+    CommandResult live(std::optional<platform::Date> until) {
+        auto timer = platform::WakeTimer::create();
+        if (!timer) return CommandError::failure(timer.error().description);
+        const auto& clock = platform::systemClock();
+        bool pageAnnounced = false;
         while (true) {
             const platform::Date now = clock.now();
             if (until && now >= *until) {
                 std::printf("stopped (reached %s)\n", platform::formatDate(*until).c_str());
                 return {};
             }
-            if (now >= next) break;
-            const platform::Date wake = until ? std::min(next, *until) : next;
-            const auto wait = std::min<std::chrono::microseconds>(wake - now, longestSleep);
-            if (const int signal = waitForStopSignal(stopSignals, wait)) {
-                std::printf("stopped (%s)\n", signal == SIGINT ? "SIGINT" : "SIGTERM");
-                return {};
+            const platform::Date next = m_scheduler.nextReload();
+            if (next <= now) {
+                std::vector<TimelineRequestRecord> requests;
+                if (auto ran = onWorker([&] { requests = m_scheduler.runDue(m_widgets, clock); });
+                    !ran)
+                    return ran;
+                printRequests(requests);
+                std::fflush(stdout);
+                if (auto published = publish(requests); !published) return published;
+                if (!pageAnnounced) {
+                    std::printf("page: %s\n", pagePath(m_out).c_str());
+                    std::fflush(stdout);
+                    pageAnnounced = true;
+                }
+                continue;
             }
+            if (auto set = timer.value().wakeAt(until ? std::min(next, *until) : next); !set)
+                return CommandError::failure(set.error().description);
+            pollfd fds[2] = {{m_signals.fd(), POLLIN, 0}, {timer->fd(), POLLIN, 0}};
+            if (::poll(fds, 2, -1) < 0) {
+                if (errno == EINTR) continue;
+                return systemFailure("cannot wait for the next reload");
+            }
+            if (fds[0].revents != 0) {
+                if (const auto signal = m_signals.take()) {
+                    printStopped(*signal);
+                    return {};
+                }
+            }
+            if (fds[1].revents != 0) timer->acknowledge();
         }
     }
-}
+
+private:
+    // Runs `work` on a worker thread and waits for it to return. A stop signal that comes first
+    // ends the process at once: the worker may be stuck for seconds in a store read that waits
+    // for a writer's lock, and it holds nothing that must be cleaned up (it writes no files).
+    CommandResult onWorker(std::function<void()> work) {
+        auto task = platform::BackgroundTask::start(std::move(work));
+        if (!task) return CommandError::failure(task.error().description);
+        while (true) {
+            pollfd fds[2] = {{m_signals.fd(), POLLIN, 0}, {task->fd(), POLLIN, 0}};
+            if (::poll(fds, 2, -1) < 0) {
+                if (errno == EINTR) continue;
+                // Nothing can be waited for: wait for the worker itself.
+                return {};
+            }
+            if (fds[0].revents != 0) {
+                if (const auto signal = m_signals.take()) {
+                    printStopped(*signal);
+                    std::fflush(stderr);
+                    std::_Exit(exitSuccess);
+                }
+            }
+            if (fds[1].revents != 0) return {};  // the task's end joins the finished thread
+        }
+    }
+
+    // Draws the requests' entries and the page on the worker, then writes the files here.
+    CommandResult publish(const std::vector<TimelineRequestRecord>& requests) {
+        platform::Result<std::vector<OutputFile>> files = std::vector<OutputFile>{};
+        if (auto ran = onWorker([&] { files = m_page.update(requests); }); !ran) return ran;
+        if (!files) return CommandError::failure(files.error().description);
+        for (const auto& file : *files)
+            if (auto written = platform::writeFileAtomically(m_out / file.name, file.bytes);
+                !written)
+                return CommandError::failure(written.error().description);
+        return {};
+    }
+
+    const WidgetHost& m_widgets;
+    Scheduler m_scheduler;
+    LivePage m_page;
+    std::filesystem::path m_out;
+    platform::StopSignals m_signals;
+};
 
 CommandResult run(const HostOptions& options, const GlobalOptions& globals,
                   const WidgetHost& widgets) {
     std::optional<platform::Date> until;
     if (!options.until.empty()) until = platform::parseCommandLineDate(options.until);
     if (options.simulate && !until)
-        return CommandError::usage("--simulate needs --until: the time the simulation ends");
+        return CommandError::usage("--simulate needs --until TIME: the time the simulation ends");
     if (!options.simulate && !globals.at.empty())
         return CommandError::usage(
-            "the live host runs on the system clock; use --simulate to run from --at");
+            "--at: the live host runs on the system clock; add --simulate to run from --at");
     const platform::Date start = globals.clock().now();
     if (until && *until <= start)
-        return CommandError::usage("--until " + options.until + " is not later than the start, " +
-                                   platform::formatDate(start));
+        return CommandError::usage("--until: expected a time later than the start, " +
+                                   platform::formatDate(start) + ", got \"" + options.until + "\"");
 
     auto placements = widgets.allPlacements();
     if (!options.placementsFile.empty()) {
@@ -149,10 +206,11 @@ CommandResult run(const HostOptions& options, const GlobalOptions& globals,
     }
     if (auto prepared = prepareOutputDirectory(options.out); !prepared)
         return CommandError::failure(prepared.error().description);
+    auto signals = platform::StopSignals::open();
+    if (!signals) return CommandError::failure(signals.error().description);
 
-    Scheduler scheduler(std::move(placements));
-    return options.simulate ? simulate(widgets, scheduler, options.out, start, *until)
-                            : runLive(widgets, scheduler, options.out, until);
+    HostRun host(widgets, std::move(placements), options.out, std::move(signals).value());
+    return options.simulate ? host.simulate(start, *until) : host.live(until);
 }
 
 }  // namespace

@@ -1,22 +1,20 @@
 #include "host/Placements.h"
 
 #include "host/WidgetHost.h"
+#include "platform/InputFile.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 namespace host {
 
 platform::Result<std::vector<Placement>> readPlacements(const std::filesystem::path& file,
                                                         const WidgetHost& widgets) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return platform::Error{"placements file \"" + file.string() + "\": cannot be read"};
-    const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    return parsePlacements(text, file.string(), widgets);
+    const auto text = platform::readInputFile(file, placementsFileLimit);
+    if (!text) return platform::Error{"placements file " + text.error().description};
+    return parsePlacements(*text, file.string(), widgets);
 }
 
 platform::Result<std::vector<Placement>> parsePlacements(std::string_view text,

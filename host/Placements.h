@@ -3,6 +3,7 @@
 #include "host/Placement.h"
 #include "platform/Result.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <string_view>
 #include <vector>
@@ -11,7 +12,11 @@ namespace host {
 
 class WidgetHost;
 
-// The placements a file lists: a non-empty JSON array of {"kind": KIND, "family": FAMILY}, each
+// The most a placements file may hold.
+inline constexpr std::size_t placementsFileLimit = 1 << 20;
+
+// The placements a file lists (a regular file of at most placementsFileLimit bytes): a non-empty
+// JSON array of {"kind": KIND, "family": FAMILY}, each
 // a widget of the bundle in a family it offers, none twice. An error names the file and, where
 // one is at fault, the item.
 [[nodiscard]] platform::Result<std::vector<Placement>> readPlacements(

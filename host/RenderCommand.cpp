@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 #include "host/WidgetHost.h"
+#include "platform/AtomicFile.h"
 #include "platform/Formatters.h"
 #include "render/FrameDump.h"
 #include "render/Painter.h"
@@ -71,8 +72,13 @@ CommandResult run(const RenderOptions& options, const GlobalOptions& globals,
     const auto layout = widgets.draw(placement, entry, now);
     if (options.frames) std::fputs(render::dumpFrames(layout, Palette::names).c_str(), stdout);
     if (format) {
-        if (auto error = render::paintToFile(layout.drawList, options.out, options.scale))
+        // Drawn in memory, then written whole: an old image stays until the new one is complete.
+        const auto bytes = render::paintToBytes(layout.drawList, *format, options.scale);
+        if (const auto* error = std::get_if<render::PaintError>(&bytes))
             return CommandError::failure(error->message);
+        if (auto written = platform::writeFileAtomically(options.out, std::get<std::string>(bytes));
+            !written)
+            return CommandError::failure(written.error().description);
     }
     const auto& url = layout.drawList.url;
     std::printf("link: %s\n", url ? url->text().c_str() : "none");

@@ -1,6 +1,7 @@
 #include "host/GalleryFiles.h"
 #include "host/GalleryPage.h"
 #include "host/WidgetHost.h"
+#include "platform/AtomicFile.h"
 #include "render/PlatformDefaults.h"
 #include "tests/support/TempStore.h"
 #include "widgets/Widgets.h"
@@ -285,8 +286,8 @@ TEST(GalleryFiles, SectionsFollowTheBundleAndFilesAreReplacedWhole) {
     tempstore::TempStore temp;
     const auto out = temp.folder() / "a" / "b";
     ASSERT_TRUE(host::prepareOutputDirectory(out));
-    ASSERT_TRUE(host::writeFileAtomically(out, "index.html", "first"));
-    ASSERT_TRUE(host::writeFileAtomically(out, "index.html", "second"));
+    ASSERT_TRUE(platform::writeFileAtomically(out / "index.html", "first"));
+    ASSERT_TRUE(platform::writeFileAtomically(out / "index.html", "second"));
     EXPECT_EQ(slurp(out / "index.html"), "second");
     EXPECT_EQ(fs::status(out / "index.html").permissions() & fs::perms::others_read,
               fs::perms::others_read);
@@ -297,7 +298,7 @@ TEST(GalleryFiles, SectionsFollowTheBundleAndFilesAreReplacedWhole) {
     const auto notFolder = host::prepareOutputDirectory(temp.folder() / "file");
     ASSERT_FALSE(notFolder);
     EXPECT_THAT(notFolder.error().description, HasSubstr("file"));
-    const auto missing = host::writeFileAtomically(temp.folder() / "gone", "index.html", "x");
+    const auto missing = platform::writeFileAtomically(temp.folder() / "gone" / "index.html", "x");
     ASSERT_FALSE(missing);
     EXPECT_THAT(missing.error().description, HasSubstr("gone/index.html"));
 }
