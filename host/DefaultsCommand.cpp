@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 #include "platform/Deployment.h"
+#include "platform/InputFile.h"
 #include "store/DefaultsStore.h"
 #include "store/StoreLocation.h"
 
@@ -7,8 +8,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
 namespace host {
@@ -32,23 +31,18 @@ std::string_view domain(const DefaultsOptions& options) {
     return options.standard ? platform::bundleIdentifier() : platform::appGroupIdentifier();
 }
 
-std::optional<store::Data> readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return std::nullopt;
-    store::Data bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (file.bad()) return std::nullopt;
-    return bytes;
-}
+// The most a --data-file may hold: the largest value the store takes.
+constexpr std::size_t dataFileLimit = 1 << 20;
 
 int write(const GlobalOptions& globals, const DefaultsOptions& options) {
     store::Data bytes;
     if (options.dataFile) {
-        auto contents = readFile(*options.dataFile);
+        const auto contents = platform::readInputFile(*options.dataFile, dataFileLimit);
         if (!contents) {
-            printError("cannot read " + *options.dataFile);
+            printError("--data-file " + contents.error().description);
             return exitFailure;
         }
-        bytes = std::move(*contents);
+        bytes.assign(contents->begin(), contents->end());
     } else if (options.data) {
         bytes.assign(options.data->begin(), options.data->end());
     }
