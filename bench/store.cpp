@@ -68,8 +68,7 @@ BENCHMARK(DecodeRows25);
 
 void DailyBriefSnapshot(benchmark::State& state) {
     const platform::FixedClock clock(platform::parseRecordDate("2025-11-16T05:00:00Z").value());
-    TimelineProviderContext context;
-    context.clock = &clock;
+    TimelineProviderContext context(clock);
     context.storeDirectory = storeFolder();
     const DailyBriefTimelineProvider provider;
     for (auto _ : state)
@@ -82,8 +81,7 @@ BENCHMARK(DailyBriefSnapshot);
 
 void WatchlistTimeline25(benchmark::State& state) {
     const platform::FixedClock clock(platform::parseRecordDate("2025-11-16T05:00:00Z").value());
-    TimelineProviderContext context;
-    context.clock = &clock;
+    TimelineProviderContext context(clock);
     context.storeDirectory = storeFolder();
     const WatchlistTimelineProvider provider;
     for (auto _ : state)

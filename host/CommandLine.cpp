@@ -3,6 +3,7 @@
 #include "host/WidgetHost.h"
 #include "platform/Fatal.h"
 #include "platform/Formatters.h"
+#include "platform/StopSignals.h"
 
 #include <CLI/CLI.hpp>
 
@@ -27,19 +28,21 @@ const platform::Clock& GlobalOptions::clock() const {
     return *m_fixedClock;
 }
 
-TimelineProviderContext GlobalOptions::context() const {
-    TimelineProviderContext context;
-    context.clock = &clock();
-    context.storeDirectory = storeDirectory;
-    return context;
-}
-
 WidgetHost GlobalOptions::widgetHost() const {
     HostSettings settings;
     settings.locale = locale.empty() ? platform::userLocale() : locale;
     settings.timeZone = timeZone.empty() ? platform::userTimeZone() : timeZone;
     settings.storeDirectory = storeDirectory;
     return WidgetHost(widgets, std::move(settings));
+}
+
+void GlobalOptions::finish(const CommandResult& result) {
+    if (result) {
+        exitCode = exitSuccess;
+        return;
+    }
+    printError(result.error().message);
+    exitCode = result.error().exitCode;
 }
 
 void printError(const std::string& message) {
@@ -101,6 +104,12 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     registerHostCommand(app, globals);
     registerDesktopCommand(app, globals);
     registerReloadCommand(app, globals);
+
+    // main blocked SIGINT and SIGTERM for the host, which takes them itself; every other command
+    // ends on them as usual. Parsing is done here, and no thread has started yet.
+    app.parse_complete_callback([&app] {
+        if (!app.got_subcommand("host")) platform::unblockStopSignals();
+    });
 
     try {
         app.parse(argc, argv);

@@ -2,7 +2,7 @@
 
 #include "platform/Clock.h"
 #include "platform/Date.h"
-#include "timeline/Timeline.h"
+#include "platform/Result.h"
 #include "widgets/StaticConfiguration.h"
 
 #include <optional>
@@ -15,7 +15,7 @@ class App;
 
 // The `velmora-widgets` command line: the host app's writer side of the store and the widget
 // host's requests, one command per file. CommandLine.cpp builds the app and hands it to each
-// command's register function; a command's callback sets the exit code.
+// command's register function; a command's callback reports how it ended through `finish`.
 namespace host {
 
 class WidgetHost;
@@ -30,6 +30,23 @@ inline constexpr int exitSuccess = 0;
 inline constexpr int exitFailure = 1;  // the command could not do its work (store not writable)
 inline constexpr int exitUsage = 2;    // the command line itself is wrong
 
+// Why a command did not succeed: one line for standard error, and the exit code.
+struct CommandError {
+    int exitCode = exitFailure;
+    std::string message;
+
+    [[nodiscard]] static CommandError usage(std::string message) {
+        return {exitUsage, std::move(message)};
+    }
+    [[nodiscard]] static CommandError failure(std::string message) {
+        return {exitFailure, std::move(message)};
+    }
+    bool operator==(const CommandError&) const = default;
+};
+
+// How a command ended: nothing on success.
+using CommandResult = platform::Result<void, CommandError>;
+
 // The options every command sees, filled in while the command line is parsed.
 struct GlobalOptions {
     std::string storeDirectory;  // --store-dir; empty: the environment's store folder
@@ -43,11 +60,12 @@ struct GlobalOptions {
 
     // The clock requests read: fixed at --at when given, else the system clock.
     [[nodiscard]] const platform::Clock& clock() const;
-    // A provider request's context on that clock and store folder.
-    [[nodiscard]] timeline::TimelineProviderContext context() const;
     // The widget host over the bundle, drawing in --locale and --time-zone (default: the
     // user's, from the environment) on the --store-dir store.
     [[nodiscard]] WidgetHost widgetHost() const;
+
+    // Ends the command: prints a failure's message and sets the exit code.
+    void finish(const CommandResult& result);
 
 private:
     mutable std::optional<platform::FixedClock> m_fixedClock;

@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 #include "platform/Deployment.h"
+#include "platform/InputFile.h"
 #include "store/DefaultsStore.h"
 #include "store/StoreLocation.h"
 
@@ -7,8 +8,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
 namespace host {
@@ -32,38 +31,33 @@ std::string_view domain(const DefaultsOptions& options) {
     return options.standard ? platform::bundleIdentifier() : platform::appGroupIdentifier();
 }
 
-std::optional<store::Data> readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return std::nullopt;
-    store::Data bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (file.bad()) return std::nullopt;
-    return bytes;
-}
+// The most a --data-file may hold: the largest value the store takes.
+constexpr std::size_t dataFileLimit = 1 << 20;
 
 int write(const GlobalOptions& globals, const DefaultsOptions& options) {
     store::Data bytes;
     if (options.dataFile) {
-        auto contents = readFile(*options.dataFile);
+        const auto contents = platform::readInputFile(*options.dataFile, dataFileLimit);
         if (!contents) {
-            printError("cannot read " + *options.dataFile);
+            printError("--data-file " + contents.error().description);
             return exitFailure;
         }
-        bytes = std::move(*contents);
+        bytes.assign(contents->begin(), contents->end());
     } else if (options.data) {
         bytes.assign(options.data->begin(), options.data->end());
     }
 
     auto opened = store::DefaultsStore::openForWriting(
         domain(options), store::storeDirectory(globals.storeDirectory));
-    if (auto* error = std::get_if<store::DefaultsError>(&opened)) {
-        printError(error->description);
+    if (!opened) {
+        printError(opened.error().description);
         return exitFailure;
     }
-    auto& store = std::get<store::DefaultsStore>(opened);
-    const auto error = options.string ? store.setString(options.key, *options.string)
-                                      : store.setData(options.key, bytes);
-    if (error) {
-        printError(error->description);
+    auto& store = opened.value();
+    const auto written = options.string ? store.setString(options.key, *options.string)
+                                        : store.setData(options.key, bytes);
+    if (!written) {
+        printError(written.error().description);
         return exitFailure;
     }
     return exitSuccess;
@@ -91,42 +85,54 @@ void printValue(const store::DefaultsValue& value) {
     std::printf("\n");
 }
 
-std::optional<store::DefaultsStore> openForReading(const GlobalOptions& globals,
-                                                   const DefaultsOptions& options) {
+// The value under the key, nothing when the store or the key is missing, or the store's fault.
+platform::Result<std::optional<store::DefaultsValue>> readValue(const GlobalOptions& globals,
+                                                                const DefaultsOptions& options) {
     const auto folder = store::storeDirectory(globals.storeDirectory);
-    if (options.standard) return store::DefaultsStore::standard(folder);
-    return store::DefaultsStore::openSuite(domain(options), folder);
+    if (options.standard) {
+        const auto store = store::DefaultsStore::standard(folder);
+        if (!store) return store.error();
+        return store->valueForKey(options.key);
+    }
+    const auto store = store::DefaultsStore::openSuite(domain(options), folder);
+    if (!store) return store.error();
+    if (!store.value()) return std::optional<store::DefaultsValue>();
+    return store.value()->valueForKey(options.key);
 }
 
 int read(const GlobalOptions& globals, const DefaultsOptions& options) {
-    const auto store = openForReading(globals, options);
-    const auto value = store ? store->valueForKey(options.key) : std::nullopt;
+    const auto value = readValue(globals, options);
     if (!value) {
+        printError(value.error().description);
+        return exitFailure;
+    }
+    if (!value.value()) {
         printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
         return exitFailure;
     }
-    printValue(*value);
+    printValue(*value.value());
     return exitSuccess;
 }
 
 int remove(const GlobalOptions& globals, const DefaultsOptions& options) {
     // The reader keeps its snapshot until it is released, so it must be gone before the write.
-    const bool present = [&] {
-        const auto store = openForReading(globals, options);
-        return store && store->valueForKey(options.key);
-    }();
+    const auto present = readValue(globals, options);
     if (!present) {
+        printError(present.error().description);
+        return exitFailure;
+    }
+    if (!present.value()) {
         printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
         return exitFailure;
     }
     auto opened = store::DefaultsStore::openForWriting(
         domain(options), store::storeDirectory(globals.storeDirectory));
-    if (auto* error = std::get_if<store::DefaultsError>(&opened)) {
-        printError(error->description);
+    if (!opened) {
+        printError(opened.error().description);
         return exitFailure;
     }
-    if (auto error = std::get<store::DefaultsStore>(opened).removeObject(options.key)) {
-        printError(error->description);
+    if (const auto removed = opened.value().removeObject(options.key); !removed) {
+        printError(removed.error().description);
         return exitFailure;
     }
     return exitSuccess;

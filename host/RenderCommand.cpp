@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 #include "host/WidgetHost.h"
+#include "platform/AtomicFile.h"
 #include "platform/Formatters.h"
 #include "render/FrameDump.h"
 #include "render/Painter.h"
@@ -8,9 +9,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <array>
 #include <cstdio>
-#include <map>
 #include <memory>
+#include <string_view>
 
 namespace host {
 
@@ -31,40 +33,36 @@ struct RenderOptions {
     bool frames = false;
 };
 
-const std::map<std::string, Request> requestNames{{"placeholder", Request::placeholder},
-                                                  {"snapshot", Request::snapshot},
-                                                  {"timeline", Request::timeline}};
+struct RequestName {
+    std::string_view name;
+    Request request;
+};
 
-int run(const RenderOptions& options, const GlobalOptions& globals, const WidgetHost& widgets) {
-    const auto* widget = widgets.widget(options.kind);
-    if (!widget) {
-        printError("unknown widget kind \"" + options.kind +
-                   "\" (expected DailyBrief or "
-                   "WatchlistGlance)");
-        return exitUsage;
-    }
-    const auto family = widgetFamilyNamed(options.family);
-    if (!family || !widget->supports(*family)) {
-        std::string supported;
-        for (auto f : widget->families)
-            supported += (supported.empty() ? "" : ", ") + std::string(name(f));
-        printError("family \"" + options.family + "\" is not offered by " + options.kind +
-                   " (families: " + supported + ")");
-        return exitUsage;
-    }
+constexpr std::array<RequestName, 3> requestNames{{{"placeholder", Request::placeholder},
+                                                   {"snapshot", Request::snapshot},
+                                                   {"timeline", Request::timeline}}};
+
+Request requestNamed(std::string_view name) {
+    for (const auto& entry : requestNames)
+        if (entry.name == name) return entry.request;
+    return Request::timeline;  // the option's check lets only the names above through
+}
+
+CommandResult run(const RenderOptions& options, const GlobalOptions& globals,
+                  const WidgetHost& widgets) {
+    const auto resolved = widgets.placement(options.kind, options.family);
+    if (!resolved) return CommandError::usage(resolved.error().description);
+    const Placement& placement = *resolved;
     std::optional<render::ImageFormat> format;
     if (!options.out.empty()) {
         format = render::imageFormatForPath(options.out);
-        if (!format) {
-            printError("cannot tell the image format of \"" + options.out +
-                       "\": use a .png, .svg or .pdf file name");
-            return exitUsage;
-        }
+        if (!format)
+            return CommandError::usage("cannot tell the image format of \"" + options.out +
+                                       "\": use a .png, .svg or .pdf file name");
     }
 
-    const Placement placement{options.kind, *family};
     const auto& clock = globals.clock();
-    const auto timeline = widgets.request(placement, requestNames.at(options.request), clock);
+    const auto timeline = widgets.request(placement, requestNamed(options.request), clock);
     const auto& entry = timeline.entries.front();
     const platform::Date now = clock.now();
 
@@ -74,14 +72,17 @@ int run(const RenderOptions& options, const GlobalOptions& globals, const Widget
     const auto layout = widgets.draw(placement, entry, now);
     if (options.frames) std::fputs(render::dumpFrames(layout, Palette::names).c_str(), stdout);
     if (format) {
-        if (auto error = render::paintToFile(layout.drawList, options.out, options.scale)) {
-            printError(error->message);
-            return exitFailure;
-        }
+        // Drawn in memory, then written whole: an old image stays until the new one is complete.
+        const auto bytes = render::paintToBytes(layout.drawList, *format, options.scale);
+        if (const auto* error = std::get_if<render::PaintError>(&bytes))
+            return CommandError::failure(error->message);
+        if (auto written = platform::writeFileAtomically(options.out, std::get<std::string>(bytes));
+            !written)
+            return CommandError::failure(written.error().description);
     }
     const auto& url = layout.drawList.url;
     std::printf("link: %s\n", url ? url->text().c_str() : "none");
-    return exitSuccess;
+    return {};
 }
 
 }  // namespace
@@ -107,7 +108,7 @@ void registerRenderCommand(CLI::App& app, GlobalOptions& globals) {
         // Laid out at the scale it is painted at: a divider is one pixel thick at every scale.
         HostSettings settings = globals.widgetHost().settings();
         settings.scale = options->scale;
-        globals.exitCode = run(*options, globals, WidgetHost(globals.widgets, settings));
+        globals.finish(run(*options, globals, WidgetHost(globals.widgets, settings)));
     });
 }
 

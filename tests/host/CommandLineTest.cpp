@@ -244,7 +244,7 @@ TEST(CommandLine, FailuresToWriteExitOne) {
     const auto missingFile =
         cli({"defaults", "write", "k", "--data-file", (cli.temp.folder() / "absent").string()});
     EXPECT_EQ(missingFile.exitCode, 1);
-    EXPECT_THAT(missingFile.err, HasSubstr("cannot read"));
+    EXPECT_THAT(missingFile.err, HasSubstr("cannot be read"));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "host/GalleryFiles.h"
 #include "host/GalleryPage.h"
 #include "host/WidgetHost.h"
+#include "platform/AtomicFile.h"
 #include "render/PlatformDefaults.h"
 #include "tests/support/TempStore.h"
 #include "widgets/Widgets.h"
@@ -221,14 +222,15 @@ TEST(GalleryPage, EveryCardShowsItsImageAtPointSizeInsideItsLink) {
 }
 
 TEST(GalleryPage, EscapesEveryTextAndLinksNeitherMissingNorUnsafeUrls) {
-    auto hostile = card("a.png", R"(velmora://x?q="><script>alert(1)</script>&t='y')");
+    auto hostile = card("a.png", "velmora://x?q='y'&t=1");
+    auto broken = card("e.png", R"(velmora://x?q="><script>alert(1)</script>)");
     hostile.kind = "<b>Kind</b>";
     hostile.entryDate = "\"2025\" & 'later'";
     auto none = card("b.png", std::nullopt);
     auto script = card("c.png", "JavaScript:alert(1)");
     auto data = card("d.png", "data:text/html,<p>");
     const auto page = host::galleryPage(
-        {{"K", "Name <i>", "It's \"quoted\" & <ok>", {hostile, none, script, data}}},
+        {{"K", "Name <i>", "It's \"quoted\" & <ok>", {hostile, none, script, data, broken}}},
         {"<Title>", "sub & title", std::nullopt});
 
     EXPECT_THAT(page, Not(HasSubstr("<script>alert")));
@@ -239,17 +241,15 @@ TEST(GalleryPage, EscapesEveryTextAndLinksNeitherMissingNorUnsafeUrls) {
     EXPECT_THAT(page, HasSubstr("sub &amp; title"));
     EXPECT_THAT(page, HasSubstr("It&#39;s &quot;quoted&quot; &amp; &lt;ok&gt;"));
     EXPECT_THAT(page, HasSubstr("&quot;2025&quot; &amp; &#39;later&#39;"));
-    EXPECT_THAT(
-        figureOf(page, "a.png"),
-        HasSubstr(R"(<a href="velmora://x?q=&quot;&gt;&lt;script&gt;alert(1)&lt;/script&gt;)"
-                  R"(&amp;t=&#39;y&#39;">)"));
+    EXPECT_THAT(figureOf(page, "a.png"),
+                HasSubstr(R"(<a href="velmora://x?q=&#39;y&#39;&amp;t=1">)"));
 
     // No link: no anchor at all, and the card says so.
     const auto noLink = figureOf(page, "b.png");
     EXPECT_THAT(noLink, Not(HasSubstr("<a")));
     EXPECT_THAT(noLink, HasSubstr("no link"));
     // A script or data URL is shown, never linked.
-    for (const auto* image : {"c.png", "d.png"}) {
+    for (const auto* image : {"c.png", "d.png", "e.png"}) {
         const auto figure = figureOf(page, image);
         EXPECT_THAT(figure, Not(HasSubstr("<a"))) << image;
         EXPECT_THAT(figure, HasSubstr("(not linked)")) << image;
@@ -285,9 +285,9 @@ TEST(GalleryFiles, SectionsFollowTheBundleAndFilesAreReplacedWhole) {
 
     tempstore::TempStore temp;
     const auto out = temp.folder() / "a" / "b";
-    ASSERT_EQ(host::prepareOutputDirectory(out), std::nullopt);
-    ASSERT_EQ(host::writeFileAtomically(out, "index.html", "first"), std::nullopt);
-    ASSERT_EQ(host::writeFileAtomically(out, "index.html", "second"), std::nullopt);
+    ASSERT_TRUE(host::prepareOutputDirectory(out));
+    ASSERT_TRUE(platform::writeFileAtomically(out / "index.html", "first"));
+    ASSERT_TRUE(platform::writeFileAtomically(out / "index.html", "second"));
     EXPECT_EQ(slurp(out / "index.html"), "second");
     EXPECT_EQ(fs::status(out / "index.html").permissions() & fs::perms::others_read,
               fs::perms::others_read);
@@ -296,11 +296,11 @@ TEST(GalleryFiles, SectionsFollowTheBundleAndFilesAreReplacedWhole) {
     // A file where the folder should be, and a missing folder: errors naming the path.
     std::ofstream(temp.folder() / "file") << "x";
     const auto notFolder = host::prepareOutputDirectory(temp.folder() / "file");
-    ASSERT_TRUE(notFolder.has_value());
-    EXPECT_THAT(*notFolder, HasSubstr("file"));
-    const auto missing = host::writeFileAtomically(temp.folder() / "gone", "index.html", "x");
-    ASSERT_TRUE(missing.has_value());
-    EXPECT_THAT(*missing, HasSubstr("gone/index.html"));
+    ASSERT_FALSE(notFolder);
+    EXPECT_THAT(notFolder.error().description, HasSubstr("file"));
+    const auto missing = platform::writeFileAtomically(temp.folder() / "gone" / "index.html", "x");
+    ASSERT_FALSE(missing);
+    EXPECT_THAT(missing.error().description, HasSubstr("gone/index.html"));
 }
 
 TEST(GalleryCommand, DrawsEveryWidgetInEveryFamilyAndAPageLinkingEachImage) {

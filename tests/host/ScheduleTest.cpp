@@ -1,4 +1,4 @@
-#include "host/ReloadSchedule.h"
+#include "host/Scheduler.h"
 #include "host/WidgetHost.h"
 #include "platform/Date.h"
 #include "widgets/Widgets.h"
@@ -31,16 +31,13 @@ host::WidgetHost emptyStoreHost() {
 // Runs the schedule on a virtual clock from `from` until before `until`, as the simulating
 // host does, and returns every request.
 std::vector<host::TimelineRequestRecord> simulate(const host::WidgetHost& widgetHost,
-                                                  host::ReloadSchedule& schedule,
-                                                  platform::Date from, platform::Date until) {
+                                                  host::Scheduler& schedule, platform::Date from,
+                                                  platform::Date until) {
     std::vector<host::TimelineRequestRecord> records;
     platform::ManualClock clock(from);
     while (clock.now() < until) {
-        schedule.runDue(widgetHost, clock,
-                        [&](const host::TimelineRequestRecord& r) { records.push_back(r); });
-        const auto next = schedule.nextReload();
-        if (!next) break;
-        clock.set(*next);
+        for (auto& r : schedule.runDue(widgetHost, clock)) records.push_back(r);
+        clock.set(schedule.nextReload());
     }
     return records;
 }
@@ -49,7 +46,7 @@ std::vector<host::TimelineRequestRecord> simulate(const host::WidgetHost& widget
 
 TEST(Schedule, ASimulatedDayAsksEveryQuarterHourForTheWatchlistAndOnceAtSixThirtyForTheBrief) {
     const auto widgetHost = emptyStoreHost();
-    host::ReloadSchedule schedule(widgetHost.allPlacements());
+    host::Scheduler schedule(widgetHost.allPlacements());
     const auto records =
         simulate(widgetHost, schedule, at("2025-11-16T00:00:00Z"), at("2025-11-17T00:00:00Z"));
 
@@ -75,7 +72,7 @@ TEST(Schedule, ASimulatedDayAsksEveryQuarterHourForTheWatchlistAndOnceAtSixThirt
 
 TEST(Schedule, NeverAsksBeforeTheReloadDateItWasGiven) {
     const auto widgetHost = emptyStoreHost();
-    host::ReloadSchedule schedule(widgetHost.allPlacements());
+    host::Scheduler schedule(widgetHost.allPlacements());
     const auto records =
         simulate(widgetHost, schedule, at("2025-12-31T20:00:00Z"), at("2026-01-02T08:00:00Z"));
 
@@ -99,16 +96,14 @@ TEST(Schedule, NeverAsksBeforeTheReloadDateItWasGiven) {
 
 TEST(Schedule, AWaitingPlacementIsNotAskedAgainWhenTheClockHasNotMoved) {
     const auto widgetHost = emptyStoreHost();
-    host::ReloadSchedule schedule({{"WatchlistGlance", WidgetFamily::systemSmall}});
+    host::Scheduler schedule({{"WatchlistGlance", WidgetFamily::systemSmall}});
     platform::ManualClock clock(at("2025-11-16T10:00:00Z"));
-    int requests = 0;
-    auto count = [&](const host::TimelineRequestRecord&) { ++requests; };
-    schedule.runDue(widgetHost, clock, count);
-    schedule.runDue(widgetHost, clock, count);
+    std::size_t requests = schedule.runDue(widgetHost, clock).size();
+    requests += schedule.runDue(widgetHost, clock).size();
     clock.set(at("2025-11-16T10:14:59.999Z"));
-    schedule.runDue(widgetHost, clock, count);
-    EXPECT_EQ(requests, 1);
+    requests += schedule.runDue(widgetHost, clock).size();
+    EXPECT_EQ(requests, 1u);
     clock.set(at("2025-11-16T10:15:00Z"));
-    schedule.runDue(widgetHost, clock, count);
-    EXPECT_EQ(requests, 2);
+    requests += schedule.runDue(widgetHost, clock).size();
+    EXPECT_EQ(requests, 2u);
 }

@@ -28,8 +28,7 @@ bool hasWidgetBackground(const View& view) {
 }
 
 TimelineProviderContext emptyStoreContext(const platform::Clock& clock) {
-    TimelineProviderContext context;
-    context.clock = &clock;
+    TimelineProviderContext context(clock);
     context.storeDirectory =
         (std::filesystem::temp_directory_path() / "velmora-bundle-test-empty").string();
     return context;

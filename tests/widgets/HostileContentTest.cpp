@@ -388,12 +388,12 @@ TEST(HostileContent, TenThousandRowsShowOnlyTheFirstRowsOfEachFamily) {
     }
 }
 
-TEST(HostileContent, TenMegabyteRecordsFillTheirLinesAndEndInAnEllipsis) {
+TEST(HostileContent, RecordsNearTheStoreSizeLimitFillTheirLinesAndEndInAnEllipsis) {
     BriefJson brief;
     brief.summary =
-        repeated("Momentum continues with options flow signalling strength. ", 10u << 20);
+        repeated("Momentum continues with options flow signalling strength. ", 1000u << 10);
     const std::vector<RowJson> rows = {
-        {.ticker = "HUGE", .companyName = repeated("Holdings ", 10u << 20)},
+        {.ticker = "HUGE", .companyName = repeated("Holdings ", 1000u << 10)},
         {.ticker = "NEXT", .companyName = "Next Corp"}};
     HostileStore store;
     store.brief(brief.json()).rows(rowsJson(rows));
