@@ -22,9 +22,6 @@ class WidgetHost;
 struct DesktopOptions;
 struct GlobalOptions;
 
-// Runs the desktop board; only the board program, which links the toolkit, has one.
-using DesktopBoardRunner = int (*)(const GlobalOptions& globals, const DesktopOptions& options);
-
 // Exit codes of the program.
 inline constexpr int exitSuccess = 0;
 inline constexpr int exitFailure = 1;  // the command could not do its work (store not writable)
@@ -46,6 +43,10 @@ struct CommandError {
 
 // How a command ended: nothing on success.
 using CommandResult = platform::Result<void, CommandError>;
+
+// Runs the desktop board; only the board program, which links the toolkit, has one.
+using DesktopBoardRunner = CommandResult (*)(const GlobalOptions& globals,
+                                             const DesktopOptions& options);
 
 // The options every command sees, filled in while the command line is parsed.
 struct GlobalOptions {

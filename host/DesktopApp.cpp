@@ -9,20 +9,17 @@
 #include "host/WidgetHost.h"
 #include "platform/Clock.h"
 #include "platform/Date.h"
+#include "platform/WakeTimer.h"
 #include "render/PangoTextMeasurer.h"
 #include "render/PlatformDefaults.h"
 #include "ui/LocalizedString.h"
 
 #include <glib-unix.h>
 #include <gtk/gtk.h>
-#include <sys/timerfd.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -330,7 +327,6 @@ public:
     }
     ~BoardApp() {
         if (m_timerSource != 0) g_source_remove(m_timerSource);
-        if (m_timer >= 0) ::close(m_timer);
         g_object_unref(m_app);
     }
     BoardApp(const BoardApp&) = delete;
@@ -354,11 +350,12 @@ private:
         g_object_unref(css);
         const char* addAccels[] = {"<Control>n", nullptr};
         gtk_application_set_accels_for_action(m_app, "win.add-widget", addAccels);
-        g_unix_signal_add(SIGTERM, G_SOURCE_FUNC(+[](gpointer app) {
-                              g_application_quit(G_APPLICATION(app));
-                              return G_SOURCE_REMOVE;
-                          }),
-                          m_app);
+        for (int signal : {SIGINT, SIGTERM})
+            g_unix_signal_add(signal, G_SOURCE_FUNC(+[](gpointer app) {
+                                  g_application_quit(G_APPLICATION(app));
+                                  return G_SOURCE_REMOVE;
+                              }),
+                              m_app);
     }
 
     // The first launch builds the board; every later one shows it.
@@ -421,17 +418,19 @@ private:
         }
         updateEmptyState();
 
-        m_timer = ::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC);
-        if (m_timer >= 0)
+        if (auto timer = platform::WakeTimer::create()) {
+            m_timer.emplace(std::move(timer).value());
             m_timerSource = g_unix_fd_add(
-                m_timer, G_IO_IN,
+                m_timer->fd(), G_IO_IN,
                 [](int, GIOCondition, gpointer self) {
                     static_cast<BoardApp*>(self)->timerFired();
                     return gboolean(G_SOURCE_CONTINUE);
                 },
                 this);
-        else
-            showMessage("cannot set a timer: the widgets will not follow their reload dates");
+        } else {
+            showMessage(timer.error().description +
+                        ": the widgets will not follow their reload dates");
+        }
 
         g_signal_connect_swapped(m_window, "notify::scale-factor",
                                  G_CALLBACK(+[](BoardApp* self) { self->scaleChanged(); }), this);
@@ -503,23 +502,15 @@ private:
 
     // The timer fires at the next reload date on the real-time clock, and also when the clock is
     // set (by the user, by NTP, after a resume): either way the board looks at the time again.
+    // An empty board sets none.
     void armTimer() {
-        if (m_timer < 0) return;
-        itimerspec at{};
-        if (const auto next = m_board.nextReload()) {
-            const auto since = next->time_since_epoch();
-            const auto seconds = std::chrono::floor<std::chrono::seconds>(since);
-            at.it_value.tv_sec = time_t(seconds.count());
-            at.it_value.tv_nsec = long(std::chrono::nanoseconds(since - seconds).count());
-            if (at.it_value.tv_sec <= 0 && at.it_value.tv_nsec == 0) at.it_value.tv_nsec = 1;
-        }
-        ::timerfd_settime(m_timer, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &at, nullptr);
+        const auto next = m_board.nextReload();
+        if (!m_timer || !next) return;
+        if (auto armed = m_timer->wakeAt(*next); !armed) showMessage(armed.error().description);
     }
 
     void timerFired() {
-        std::uint64_t expirations = 0;
-        // ECANCELED: the clock was set; the time is looked at again all the same.
-        if (::read(m_timer, &expirations, sizeof expirations) < 0 && errno == EAGAIN) return;
+        m_timer->acknowledge();
         m_redrawStarted = std::chrono::steady_clock::now();
         refresh();
     }
@@ -709,7 +700,7 @@ private:
     GtkWidget* m_gallery = nullptr;
     std::vector<GtkWidget*> m_views;  // one per placement, in placement order
     int m_scale = 1;
-    int m_timer = -1;
+    std::optional<platform::WakeTimer> m_timer;
     guint m_timerSource = 0;
     guint m_messageTimeout = 0;
     std::optional<std::chrono::steady_clock::time_point> m_redrawStarted;
@@ -717,12 +708,14 @@ private:
 
 }  // namespace
 
-int runDesktopBoard(const GlobalOptions& globals, const DesktopOptions& options) {
+CommandResult runDesktopBoard(const GlobalOptions& globals, const DesktopOptions& options) {
     // The widgets' texts are drawn with the fonts their own configuration finds; it becomes the
     // process's before the toolkit's first font map, which would otherwise load the system's.
     (void)render::pangoTextMeasurer().measure("A", {}, std::nullopt);
     BoardApp app(globals, options);
-    return app.run("velmora-widgets");
+    if (const int status = app.run("velmora-widgets"); status != 0)
+        return CommandError{status, "the board ended with status " + std::to_string(status)};
+    return {};
 }
 
 }  // namespace host

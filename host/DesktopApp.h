@@ -1,11 +1,11 @@
 #pragma once
 
+#include "host/CommandLine.h"
+
 #include <string>
 #include <string_view>
 
 namespace host {
-
-struct GlobalOptions;
 
 // The desktop board: a toolkit application that shows the placed widgets, asks for their
 // timelines at their reload dates, and opens a widget's link when it is clicked.
@@ -22,8 +22,9 @@ struct DesktopOptions {
 // kind, or the empty text for every kind.
 inline constexpr std::string_view reloadActionName = "reload";
 
-// Runs the board until its window is closed; the exit code. A second board started while one
-// runs shows the running board's window and ends.
-[[nodiscard]] int runDesktopBoard(const GlobalOptions& globals, const DesktopOptions& options);
+// Runs the board until its window is closed. A second board started while one runs shows the
+// running board's window and ends.
+[[nodiscard]] CommandResult runDesktopBoard(const GlobalOptions& globals,
+                                            const DesktopOptions& options);
 
 }  // namespace host

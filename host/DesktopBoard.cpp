@@ -4,7 +4,7 @@
 
 namespace host {
 
-DesktopBoard::DesktopBoard(std::vector<Placement> placements) {
+DesktopBoard::DesktopBoard(const std::vector<Placement>& placements) {
     for (const auto& placement : placements) (void)place(placement);
 }
 
@@ -13,40 +13,32 @@ bool DesktopBoard::place(const Placement& placement) {
         return false;
     m_placements.push_back(placement);
     m_schedules.emplace_back(std::vector<Placement>{placement});
-    m_latest.emplace_back();
     return true;
 }
 
 void DesktopBoard::remove(std::size_t index) {
     m_placements.erase(m_placements.begin() + std::ptrdiff_t(index));
     m_schedules.erase(m_schedules.begin() + std::ptrdiff_t(index));
-    m_latest.erase(m_latest.begin() + std::ptrdiff_t(index));
 }
 
 void DesktopBoard::reloadNow(std::string_view kind) {
     for (std::size_t i = 0; i < m_placements.size(); ++i)
         if (kind.empty() || m_placements[i].kind == kind)
-            m_schedules[i] = ReloadSchedule({m_placements[i]});
+            m_schedules[i].reloadNow(m_placements[i].kind);
 }
 
 std::vector<std::size_t> DesktopBoard::runDue(const WidgetHost& host,
                                               const platform::Clock& clock) {
     std::vector<std::size_t> asked;
-    for (std::size_t i = 0; i < m_placements.size(); ++i)
-        m_schedules[i].runDue(host, clock, [&](const TimelineRequestRecord& record) {
-            m_latest[i] = record;
-            asked.push_back(i);
-        });
+    for (std::size_t i = 0; i < m_schedules.size(); ++i)
+        if (!m_schedules[i].runDue(host, clock).empty()) asked.push_back(i);
     return asked;
 }
 
 std::optional<platform::Date> DesktopBoard::nextReload() const {
     std::optional<platform::Date> earliest;
-    for (const auto& schedule : m_schedules) {
-        const auto next = schedule.nextReload();
-        if (!next) return std::nullopt;
-        if (!earliest || *next < *earliest) earliest = next;
-    }
+    for (const auto& schedule : m_schedules)
+        if (!earliest || schedule.nextReload() < *earliest) earliest = schedule.nextReload();
     return earliest;
 }
 

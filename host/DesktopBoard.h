@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/Placement.h"
-#include "host/ReloadSchedule.h"
+#include "host/Scheduler.h"
 #include "platform/Clock.h"
 
 #include <cstddef>
@@ -14,11 +14,11 @@ namespace host {
 class WidgetHost;
 
 // The widgets on the desktop board and their timelines: the placements the user made, in their
-// order, each with the last timeline it was given and the date it wants to be asked again.
-// Placing or removing a widget leaves the others' timelines and reload dates as they are.
+// order, each with its own schedule (the host's scheduler over that one placement), so that
+// placing or removing a widget leaves the others' timelines and reload dates as they are.
 class DesktopBoard {
 public:
-    explicit DesktopBoard(std::vector<Placement> placements);
+    explicit DesktopBoard(const std::vector<Placement>& placements);
 
     [[nodiscard]] const std::vector<Placement>& placements() const { return m_placements; }
 
@@ -32,19 +32,18 @@ public:
     // Asks every due placement for a timeline; the indexes of those asked, in placement order.
     std::vector<std::size_t> runDue(const WidgetHost& host, const platform::Clock& clock);
 
-    // The earliest date at which a placement falls due; none while one is due already or the
-    // board is empty.
+    // The earliest date at which a placement falls due (platform::Date::min() while one is due
+    // already); none on an empty board.
     [[nodiscard]] std::optional<platform::Date> nextReload() const;
 
     // A placement's last request; none before its first.
     [[nodiscard]] const std::optional<TimelineRequestRecord>& latest(std::size_t index) const {
-        return m_latest[index];
+        return m_schedules[index].latest(0);
     }
 
 private:
     std::vector<Placement> m_placements;
-    std::vector<ReloadSchedule> m_schedules;  // one per placement
-    std::vector<std::optional<TimelineRequestRecord>> m_latest;
+    std::vector<Scheduler> m_schedules;  // one per placement
 };
 
 }  // namespace host

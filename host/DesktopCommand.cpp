@@ -1,6 +1,6 @@
 #include "host/CommandLine.h"
 #include "host/DesktopApp.h"
-#include "host/GalleryFiles.h"
+#include "platform/AtomicFile.h"
 
 #include <CLI/CLI.hpp>
 
@@ -81,19 +81,17 @@ std::vector<std::string> boardArguments(const std::string& program, const Global
     return arguments;
 }
 
-int setAutostart(bool on, const GlobalOptions& globals, const DesktopOptions& options) {
+CommandResult setAutostart(bool on, const GlobalOptions& globals, const DesktopOptions& options) {
     const auto file = autostartFile();
-    if (!on) {
-        std::error_code error;
-        std::filesystem::remove(file, error);
-        if (error) {
-            printError("cannot remove \"" + file.string() + "\": " + error.message());
-            return exitFailure;
-        }
-        std::printf("autostart off: %s removed\n", file.c_str());
-        return exitSuccess;
-    }
     std::error_code error;
+    if (!on) {
+        std::filesystem::remove(file, error);
+        if (error)
+            return CommandError::failure("cannot remove \"" + file.string() +
+                                         "\": " + error.message());
+        std::printf("autostart off: %s removed\n", file.c_str());
+        return {};
+    }
     const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
     std::string exec;
     for (const auto& argument : boardArguments(self.string(), globals, options))
@@ -103,23 +101,19 @@ int setAutostart(bool on, const GlobalOptions& globals, const DesktopOptions& op
         "Comment=Your Velmora widgets on the desktop\nExec=" +
         exec + "\nIcon=" + std::string(desktopApplicationId()) +
         "\nTerminal=false\nX-GNOME-Autostart-enabled=true\n";
-    if (auto failed = prepareOutputDirectory(file.parent_path())) {
-        printError(*failed);
-        return exitFailure;
-    }
-    if (auto failed = writeFileAtomically(file.parent_path(), file.filename().string(), entry)) {
-        printError(*failed);
-        return exitFailure;
-    }
+    std::filesystem::create_directories(file.parent_path(), error);
+    if (error)
+        return CommandError::failure("cannot make \"" + file.parent_path().string() +
+                                     "\": " + error.message());
+    if (auto written = platform::writeFileAtomically(file, entry); !written)
+        return CommandError::failure(written.error().description);
     std::printf("autostart on: %s\n", file.c_str());
-    return exitSuccess;
+    return {};
 }
 
-int run(const DesktopCommandOptions& options, const GlobalOptions& globals) {
-    if (!globals.at.empty()) {
-        printError("the board runs on the system clock; --at does not apply");
-        return exitUsage;
-    }
+CommandResult run(const DesktopCommandOptions& options, const GlobalOptions& globals) {
+    if (!globals.at.empty())
+        return CommandError::usage("the board runs on the system clock; --at does not apply");
     if (!options.autostart.empty())
         return setAutostart(options.autostart == "on", globals, options.board);
     if (globals.desktopBoard != nullptr) return globals.desktopBoard(globals, options.board);
@@ -131,9 +125,8 @@ int run(const DesktopCommandOptions& options, const GlobalOptions& globals) {
     argv.push_back(nullptr);
     std::fflush(stdout);
     ::execv(program.c_str(), argv.data());
-    printError("cannot start the board program \"" + program.string() +
-               "\": " + std::strerror(errno));
-    return exitFailure;
+    return CommandError::failure("cannot start the board program \"" + program.string() +
+                                 "\": " + std::strerror(errno));
 }
 
 }  // namespace
@@ -157,7 +150,7 @@ void registerDesktopCommand(CLI::App& app, GlobalOptions& globals) {
                      "Start the board when the user logs in (on), or no longer (off), and exit")
         ->check(CLI::IsMember({"on", "off"}))
         ->type_name("on|off");
-    command->callback([&globals, options] { globals.exitCode = run(*options, globals); });
+    command->callback([&globals, options] { globals.finish(run(*options, globals)); });
 }
 
 }  // namespace host

@@ -1,47 +1,16 @@
 #include "host/DesktopPlacements.h"
 
-#include "host/GalleryFiles.h"
-#include "host/WidgetHost.h"
+#include "host/Placements.h"
+#include "platform/AtomicFile.h"
+#include "platform/InputFile.h"
 
 #include <nlohmann/json.hpp>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 namespace host {
 
 using timeline::WidgetFamily;
-
-namespace {
-
-// The `host` command's rules for the file: each item a widget of the bundle in a family it
-// offers, none twice.
-platform::Result<std::vector<Placement>> parsePlacements(const nlohmann::json& json,
-                                                         const std::string& where,
-                                                         const WidgetHost& host) {
-    std::vector<Placement> placements;
-    for (std::size_t i = 0; i < json.size(); ++i) {
-        const auto& item = json[i];
-        const std::string at = where + "item " + std::to_string(i + 1) + ": ";
-        if (!item.is_object() || !item.contains("kind") || !item["kind"].is_string() ||
-            !item.contains("family") || !item["family"].is_string())
-            return platform::Error{at + R"(expected {"kind": TEXT, "family": TEXT})"};
-        const auto kind = item["kind"].get<std::string>();
-        const auto* widget = host.widget(kind);
-        if (!widget) return platform::Error{at + "unknown widget kind \"" + kind + "\""};
-        const auto family = timeline::widgetFamilyNamed(item["family"].get<std::string>());
-        if (!family || !widget->supports(*family))
-            return platform::Error{at + "a family " + kind + " does not offer"};
-        const Placement placement{kind, *family};
-        if (std::find(placements.begin(), placements.end(), placement) != placements.end())
-            return platform::Error{at + "placed twice"};
-        placements.push_back(placement);
-    }
-    return placements;
-}
-
-}  // namespace
 
 std::filesystem::path userPlacementsFile() {
     // XDG base directories must be absolute; a relative value is ignored.
@@ -62,18 +31,15 @@ std::vector<Placement> firstRunPlacements() {
 
 platform::Result<std::vector<Placement>> loadBoardPlacements(const std::filesystem::path& file,
                                                              const WidgetHost& host) {
-    const std::string where = "placements file \"" + file.string() + "\": ";
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
-        std::error_code error;
-        if (!std::filesystem::exists(file, error) && !error) return firstRunPlacements();
-        return platform::Error{where + "cannot be read"};
-    }
-    const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    const auto json = nlohmann::json::parse(text, nullptr, false);
-    if (!json.is_array())
-        return platform::Error{where + R"(expected a JSON array of {"kind": ..., "family": ...})"};
-    return parsePlacements(json, where, host);
+    std::error_code missing;
+    if (!std::filesystem::exists(file, missing) && !missing) return firstRunPlacements();
+    const auto text = platform::readInputFile(file, placementsFileLimit);
+    if (!text) return platform::Error{"placements file " + text.error().description};
+    // The host's format has at least one placement; the board's file holds none once the user
+    // has removed every widget.
+    const auto json = nlohmann::json::parse(*text, nullptr, false);
+    if (json.is_array() && json.empty()) return std::vector<Placement>{};
+    return parsePlacements(*text, file.string(), host);
 }
 
 std::string placementsJson(const std::vector<Placement>& placements) {
@@ -88,11 +54,12 @@ std::string placementsJson(const std::vector<Placement>& placements) {
 
 platform::Result<void> saveBoardPlacements(const std::filesystem::path& file,
                                            const std::vector<Placement>& placements) {
-    if (auto error = prepareOutputDirectory(file.parent_path())) return platform::Error{*error};
-    if (auto error = writeFileAtomically(file.parent_path(), file.filename().string(),
-                                         placementsJson(placements)))
-        return platform::Error{*error};
-    return {};
+    std::error_code error;
+    std::filesystem::create_directories(file.parent_path(), error);
+    if (error)
+        return platform::Error{"cannot make \"" + file.parent_path().string() +
+                               "\": " + error.message()};
+    return platform::writeFileAtomically(file, placementsJson(placements));
 }
 
 }  // namespace host

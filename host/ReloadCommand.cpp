@@ -23,21 +23,18 @@ std::string actionsPath(std::string_view id) {
     return path;
 }
 
-int run(const std::string& kind, const GlobalOptions& globals) {
-    if (!kind.empty() && globals.widgetHost().widget(kind) == nullptr) {
-        std::string kinds;
-        for (const auto& widget : globals.widgets)
-            kinds += (kinds.empty() ? "" : ", ") + widget.kind;
-        printError("unknown widget kind \"" + kind + "\" (kinds: " + kinds + ")");
-        return exitUsage;
+CommandResult run(const std::string& kind, const GlobalOptions& globals) {
+    if (!kind.empty()) {
+        if (auto widget = globals.widgetHost().widgetOfKind(kind); !widget)
+            return CommandError::usage(widget.error().description);
     }
     GError* error = nullptr;
     std::unique_ptr<GDBusConnection, GObjectUnref> bus(
         g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
     if (!bus) {
-        printError(std::string("no widget host to ask: no session bus (") + error->message + ")");
+        const std::string why = error->message;
         g_error_free(error);
-        return exitFailure;
+        return CommandError::failure("no widget host to ask: no session bus (" + why + ")");
     }
     const std::string name(desktopApplicationId());
     // Asked only when it runs: a bus that could start one on demand is not asked to.
@@ -52,8 +49,8 @@ int run(const std::string& kind, const GlobalOptions& globals) {
     }
     if (!running) {
         if (error != nullptr) g_error_free(error);
-        printError("no widget host is running (start one with `velmora-widgets desktop`)");
-        return exitFailure;
+        return CommandError::failure(
+            "no widget host is running (start one with `velmora-widgets desktop`)");
     }
     // org.gtk.Actions.Activate(action, [parameter], platform data), as GApplication exports it.
     GVariantBuilder parameter;
@@ -64,12 +61,12 @@ int run(const std::string& kind, const GlobalOptions& globals) {
         g_variant_new("(sava{sv})", std::string(reloadActionName).c_str(), &parameter, nullptr),
         nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, &error);
     if (reply == nullptr) {
-        printError(std::string("the widget host did not take the reload: ") + error->message);
+        const std::string why = error->message;
         g_error_free(error);
-        return exitFailure;
+        return CommandError::failure("the widget host did not take the reload: " + why);
     }
     g_variant_unref(reply);
-    return exitSuccess;
+    return {};
 }
 
 }  // namespace
@@ -79,7 +76,7 @@ void registerReloadCommand(CLI::App& app, GlobalOptions& globals) {
     CLI::App* command = app.add_subcommand(
         "reload", "Ask the running widget host for new timelines now, of KIND or of every kind");
     command->add_option("KIND", *kind, "The widget kind (default: every kind)");
-    command->callback([&globals, kind] { globals.exitCode = run(*kind, globals); });
+    command->callback([&globals, kind] { globals.finish(run(*kind, globals)); });
 }
 
 }  // namespace host
