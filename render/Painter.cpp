@@ -3,13 +3,12 @@
 #include "platform/Overloaded.h"
 #include "render/ContinuousCorners.h"
 #include "render/PangoTextMeasurer.h"
+#include "render/PngEncoder.h"
 #include "render/Symbols.h"
 
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <cairo.h>
-#include <isa-l/igzip_lib.h>
-#include <png.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -18,7 +17,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <csetjmp>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -170,207 +168,6 @@ cairo_status_t appendBytes(void* closure, const unsigned char* data, unsigned in
     return CAIRO_STATUS_SUCCESS;
 }
 
-// PNG encoding tuned for speed: widget images are mostly flat colour, which the fastest
-// deflate level packs well without row filters. Cairo's own writer (adaptive filters, zlib
-// level 6) spends several times as long. Opaque images are written without alpha.
-
-// A pixel of a Cairo image (native-endian ARGB, premultiplied) with straight alpha.
-Rgba straightPixel(std::uint32_t argb) {
-    const std::uint32_t a = argb >> 24;
-    std::uint32_t r = (argb >> 16) & 0xff, g = (argb >> 8) & 0xff, b = argb & 0xff;
-    if (a != 0xff && a != 0) {
-        r = (r * 255 + a / 2) / a;
-        g = (g * 255 + a / 2) / a;
-        b = (b * 255 + a / 2) / a;
-    }
-    return {std::uint8_t(r), std::uint8_t(g), std::uint8_t(b), std::uint8_t(a)};
-}
-
-void writePngBytes(png_structp png, png_bytep data, png_size_t length) {
-    static_cast<std::string*>(png_get_io_ptr(png))
-        ->append(reinterpret_cast<const char*>(data), length);
-}
-void ignorePngWarning(png_structp, png_const_charp) {}
-
-// The image data of a PNG: scanlines, each a filter byte ("none") and RGB samples, or RGBA
-// samples when the canvas has any transparency, compressed in the zlib format by ISA-L's
-// deflate at level 1. On widget pictures that is five to eight times as fast as zlib's fastest
-// level, for files of the same size.
-class ImageDataWriter {
-public:
-    // Scanlines are gathered a few at a time, so that they are still in the cache when they
-    // are compressed.
-    explicit ImageDataWriter(std::size_t lineSize)
-        : m_stream(std::make_unique<isal_zstream>()),  // about 100 KB of state
-          m_levelBuffer(std::make_unique_for_overwrite<std::uint8_t[]>(ISAL_DEF_LVL1_SMALL)),
-          m_lineSize(lineSize),
-          m_capacity(std::max<std::size_t>(lineSize, 32 * 1024 / lineSize * lineSize)),
-          m_lines(std::make_unique_for_overwrite<unsigned char[]>(m_capacity)) {
-        isal_deflate_init(m_stream.get());
-        m_stream->level = 1;
-        m_stream->level_buf = m_levelBuffer.get();
-        m_stream->level_buf_size = ISAL_DEF_LVL1_SMALL;
-        m_stream->gzip_flag = IGZIP_ZLIB;
-        m_stream->flush = NO_FLUSH;
-    }
-
-    // Room for one more line at the end of the gathered ones, left for the caller to fill.
-    unsigned char* newLine() {
-        if (m_gathered + m_lineSize > m_capacity && !flushLines(false)) return nullptr;
-        m_gathered += m_lineSize;
-        return m_lines.get() + m_gathered - m_lineSize;
-    }
-
-    // The whole stream, after the last line; nothing when the compressor failed.
-    std::optional<std::vector<unsigned char>> finish() && {
-        if (!flushLines(true)) return std::nullopt;
-        m_out.resize(m_written);
-        return std::move(m_out);
-    }
-
-private:
-    bool flushLines(bool last) {
-        m_stream->next_in = m_lines.get();
-        m_stream->avail_in = static_cast<std::uint32_t>(m_gathered);
-        m_stream->end_of_stream = last ? 1 : 0;
-        do {
-            if (m_written == m_out.size())
-                m_out.resize(std::max<std::size_t>(64 * 1024, m_out.size() * 2));
-            m_stream->next_out = m_out.data() + m_written;
-            m_stream->avail_out = static_cast<std::uint32_t>(m_out.size() - m_written);
-            if (isal_deflate(m_stream.get()) != COMP_OK) return false;
-            m_written = m_out.size() - m_stream->avail_out;
-        } while (m_stream->avail_in > 0 || (last && m_stream->internal_state.state != ZSTATE_END));
-        m_gathered = 0;
-        return true;
-    }
-
-    std::unique_ptr<isal_zstream> m_stream;
-    std::unique_ptr<std::uint8_t[]> m_levelBuffer;
-    std::size_t m_lineSize;
-    std::size_t m_capacity;
-    std::unique_ptr<unsigned char[]> m_lines;
-    std::size_t m_gathered = 0;
-    std::vector<unsigned char> m_out;
-    std::size_t m_written = 0;
-};
-
-struct ImageData {
-    std::vector<unsigned char> stream;
-    bool opaque = true;
-};
-
-// The two loops over every pixel, built for AVX2 as well as for the baseline and picked when
-// the program loads: the byte shuffles that pack 4-byte pixels into 3-byte samples need more
-// than the baseline's SSE2 to vectorise.
-#define VELMORA_PIXEL_LOOP __attribute__((target_clones("avx2", "default")))
-
-VELMORA_PIXEL_LOOP bool isOpaque(const std::uint32_t* row, int width) {
-    std::uint32_t alpha = 0xff;
-    for (int x = 0; x < width; ++x) alpha &= row[x] >> 24;
-    return alpha == 0xff;
-}
-
-// One row's RGB samples. The pointers never alias, and saying so lets the compiler vectorise.
-VELMORA_PIXEL_LOOP void rgbSamples(const std::uint32_t* __restrict row,
-                                   unsigned char* __restrict out, int width) {
-    for (int x = 0; x < width; ++x, out += 3) {
-        out[0] = static_cast<unsigned char>(row[x] >> 16);
-        out[1] = static_cast<unsigned char>(row[x] >> 8);
-        out[2] = static_cast<unsigned char>(row[x]);
-    }
-}
-
-// The image data with RGB samples, or nothing when a row has any transparency.
-std::optional<std::vector<unsigned char>> rgbImageData(cairo_surface_t* surface, bool& failed) {
-    const int width = cairo_image_surface_get_width(surface);
-    const int height = cairo_image_surface_get_height(surface);
-    const int stride = cairo_image_surface_get_stride(surface);
-    const unsigned char* data = cairo_image_surface_get_data(surface);
-    const std::size_t lineSize = 1 + std::size_t(width) * 3;
-    ImageDataWriter writer(lineSize);
-    for (int y = 0; y < height; ++y) {
-        const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
-        if (!isOpaque(row, width)) return std::nullopt;
-        unsigned char* out = writer.newLine();
-        if (out == nullptr) {  // the compressor failed: no image, rather than part of one
-            failed = true;
-            return std::nullopt;
-        }
-        out[0] = PNG_FILTER_VALUE_NONE;
-        rgbSamples(row, out + 1, width);
-    }
-    auto stream = std::move(writer).finish();
-    failed = !stream;
-    return stream;
-}
-
-std::optional<std::vector<unsigned char>> rgbaImageData(cairo_surface_t* surface) {
-    const int width = cairo_image_surface_get_width(surface);
-    const int height = cairo_image_surface_get_height(surface);
-    const int stride = cairo_image_surface_get_stride(surface);
-    const unsigned char* data = cairo_image_surface_get_data(surface);
-    const std::size_t lineSize = 1 + std::size_t(width) * 4;
-    ImageDataWriter writer(lineSize);
-    for (int y = 0; y < height; ++y) {
-        const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
-        unsigned char* out = writer.newLine();
-        if (out == nullptr) return std::nullopt;
-        *out++ = PNG_FILTER_VALUE_NONE;
-        for (int x = 0; x < width; ++x, out += 4) {
-            const Rgba p = straightPixel(row[x]);
-            out[0] = p.red;
-            out[1] = p.green;
-            out[2] = p.blue;
-            out[3] = p.alpha;
-        }
-    }
-    return std::move(writer).finish();
-}
-
-// RGB when every pixel is opaque (every widget canvas is), else RGBA from the start.
-std::optional<ImageData> imageData(cairo_surface_t* surface) {
-    bool failed = false;
-    if (auto rgb = rgbImageData(surface, failed)) return ImageData{std::move(*rgb), true};
-    if (failed) return std::nullopt;
-    if (auto rgba = rgbaImageData(surface)) return ImageData{std::move(*rgba), false};
-    return std::nullopt;
-}
-
-// Kept free of objects with destructors: libpng reports errors by jumping back to the setjmp.
-// libpng writes the signature, the header and the chunks around the compressed stream.
-bool writePng(png_structp png, png_infop info, int width, int height, bool opaque,
-              const std::vector<unsigned char>& stream) {
-    if (setjmp(png_jmpbuf(png))) return false;
-    png_set_IHDR(png, info, png_uint_32(width), png_uint_32(height), 8,
-                 opaque ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(png, info);
-    png_write_chunk(png, reinterpret_cast<png_const_bytep>("IDAT"), stream.data(), stream.size());
-    png_write_chunk(png, reinterpret_cast<png_const_bytep>("IEND"), nullptr, 0);
-    return true;
-}
-
-PaintResult<std::string> encodePng(cairo_surface_t* surface) {
-    const auto image = imageData(surface);
-    if (!image) return PaintError{"encoding PNG failed: cannot compress the image"};
-
-    std::string bytes;
-    bytes.reserve(image->stream.size() + 128);
-    png_structp png =
-        png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, ignorePngWarning);
-    png_infop info = png ? png_create_info_struct(png) : nullptr;
-    bool written = false;
-    if (png && info) {
-        png_set_write_fn(png, &bytes, writePngBytes, nullptr);
-        written = writePng(png, info, cairo_image_surface_get_width(surface),
-                           cairo_image_surface_get_height(surface), image->opaque, image->stream);
-    }
-    png_destroy_write_struct(&png, &info);
-    if (!written) return PaintError{"encoding PNG failed"};
-    return bytes;
-}
-
 const cairo_user_data_key_t pixelsKey{};
 
 // A transparent ARGB image surface on memory of our own, made resident at once. A render
@@ -439,7 +236,12 @@ PaintResult<std::string> paintToBytes(const DrawList& list, ImageFormat format, 
         case ImageFormat::png: {
             PaintResult<SurfacePtr> image = drawImage(list, scale);
             if (auto* error = std::get_if<PaintError>(&image)) return std::move(*error);
-            return encodePng(std::get<SurfacePtr>(image).get());
+            cairo_surface_t* surface = std::get<SurfacePtr>(image).get();
+            platform::Result<std::string> png = encodePng(
+                {cairo_image_surface_get_data(surface), cairo_image_surface_get_width(surface),
+                 cairo_image_surface_get_height(surface), cairo_image_surface_get_stride(surface)});
+            if (!png) return PaintError{png.error().description};
+            return std::move(png).value();
         }
         case ImageFormat::svg:
         case ImageFormat::pdf: {
