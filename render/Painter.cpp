@@ -2,7 +2,7 @@
 
 #include "platform/Overloaded.h"
 #include "render/ContinuousCorners.h"
-#include "render/PangoTextMeasurer.h"
+#include "render/PangoTextPainter.h"
 #include "render/PngEncoder.h"
 #include "render/Symbols.h"
 

@@ -14,7 +14,9 @@ namespace render {
 
 // Draws a DrawList with Cairo: PNG at a scale (the canvas times the scale in pixels), SVG and PDF
 // at the canvas size in points. Commands are drawn in order, antialiased; a PopClip without its
-// PushClip is ignored and clips still open at the end are closed.
+// PushClip is ignored and clips still open at the end are closed. Texts are drawn by
+// render/PangoTextPainter.h, symbols from render/Symbols.h, PNG bytes written by
+// render/PngEncoder.h.
 
 enum class ImageFormat { png, svg, pdf };
 
