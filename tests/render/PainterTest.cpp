@@ -41,16 +41,6 @@ cairo_status_t readFrom(void* closure, unsigned char* data, unsigned int length)
     return CAIRO_STATUS_SUCCESS;
 }
 
-// The width and height of a PNG, or (0, 0) when it does not decode.
-std::pair<int, int> pngSize(std::string_view bytes) {
-    cairo_surface_t* surface = cairo_image_surface_create_from_png_stream(readFrom, &bytes);
-    std::pair<int, int> size{0, 0};
-    if (cairo_surface_status(surface) == CAIRO_STATUS_SUCCESS)
-        size = {cairo_image_surface_get_width(surface), cairo_image_surface_get_height(surface)};
-    cairo_surface_destroy(surface);
-    return size;
-}
-
 // A PNG decoded by Cairo's reader (libpng and zlib, not our writer's compressor), with
 // straight alpha; an empty bitmap when it does not decode.
 Bitmap decodePng(std::string_view bytes) {
@@ -129,11 +119,6 @@ TEST(Pixels, TextStaysInsideItsMeasuredFrame) {
         EXPECT_GT(inside, 20 * scale * scale) << "at " << scale;
         EXPECT_EQ(straying, 0) << "at " << scale;
     }
-    // A frame reaching past the canvas draws what is on the canvas and nothing else.
-    const Bitmap spilling =
-        renderBitmap(withBackground({DrawText{{30, 20, 60, 30}, "Overflowing text", style}}), 2);
-    EXPECT_EQ(spilling.width, 80);
-    EXPECT_EQ(spilling.height, 60);
 }
 
 TEST(Pixels, ContinuousClipLeavesTheCornerOut) {
@@ -153,7 +138,8 @@ TEST(Painter, EncodesEachFormatAndReportsAnUnwritablePath) {
     for (int scale : {1, 2, 3}) {
         const PaintResult<std::string> png = paintToBytes(list, ImageFormat::png, scale);
         ASSERT_TRUE(std::holds_alternative<std::string>(png)) << std::get<PaintError>(png).message;
-        EXPECT_EQ(pngSize(std::get<std::string>(png)), std::pair(40 * scale, 30 * scale));
+        const Bitmap decoded = decodePng(std::get<std::string>(png));
+        EXPECT_EQ(std::pair(decoded.width, decoded.height), std::pair(40 * scale, 30 * scale));
     }
     const PaintResult<std::string> svg = paintToBytes(list, ImageFormat::svg, 2);
     ASSERT_TRUE(std::holds_alternative<std::string>(svg));
