@@ -170,7 +170,7 @@ int waitForWriter(void* context, int attempt) {
 int pastDeadline(void* context) {
     return Clock::now() >= static_cast<const ReadTime*>(context)->deadline;
 }
-constexpr int progressSteps = 8;
+constexpr int progressSteps = 4;
 
 // A database in write-ahead-log mode, or a -wal file beside one, makes SQLite create or
 // delete files beside it even on a read-only connection. In exclusive locking mode it gives up
