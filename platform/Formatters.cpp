@@ -229,14 +229,6 @@ std::string userLocale() {
     return name;
 }
 
-bool isKnownTimeZone(std::string_view zone) {
-    icu::UnicodeString canonical;
-    UBool isSystemZone = false;
-    UErrorCode status = U_ZERO_ERROR;
-    icu::TimeZone::getCanonicalID(toUnicode(zone), canonical, isSystemZone, status);
-    return U_SUCCESS(status) && isSystemZone;
-}
-
 std::string userTimeZone() {
     // ICU reads TZ, else the system's zone (/etc/localtime). A TZ that names a zoneinfo file
     // ("/usr/share/zoneinfo/Asia/Tokyo", as glibc allows) comes back as that path.

@@ -49,7 +49,4 @@ namespace platform {
 // the zone's name; UTC when ICU does not know the zone.
 [[nodiscard]] std::string userTimeZone();
 
-// Whether ICU knows `zone` as an IANA zone ("Europe/Berlin", "UTC").
-[[nodiscard]] bool isKnownTimeZone(std::string_view zone);
-
 }  // namespace platform
