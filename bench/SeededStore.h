@@ -22,10 +22,10 @@ inline std::string seedStoreFolder(const std::string& briefJson, const std::stri
         (std::filesystem::temp_directory_path() / "velmora-bench-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) std::abort();
     auto opened = store::DefaultsStore::openForWriting(platform::appGroupIdentifier(), pattern);
-    auto& store = std::get<store::DefaultsStore>(opened);
+    if (!opened) std::abort();
     const auto put = [&](std::string_view key, const std::string& json) {
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(json.data());
-        if (store.setData(key, {bytes, json.size()})) std::abort();
+        if (!opened.value().setData(key, {bytes, json.size()})) std::abort();
     };
     put(AppGroupContainer::dailyBriefKey, briefJson);
     put(AppGroupContainer::watchlistTickersKey, rowsJson);

@@ -3,6 +3,8 @@
 #include "platform/Formatters.h"
 #include "style/Palette.h"
 #include "style/SignalColor.h"
+#include "style/SignalLabel.h"
+#include "timeline/WidgetLinks.h"
 
 #include <cmath>
 #include <string>
@@ -17,21 +19,8 @@ namespace {
 
 using AppGroupContainer::DailyBrief;
 
-constexpr std::string_view detailLinkPrefix = "velmora://stock-detail?ticker=";
 constexpr std::string_view dashboardLink = "velmora://stock-universe-dashboard";
 constexpr std::string_view footerTimePattern = "MMM d, h:mm a";
-
-// The signal as a coloured label: its text over a fill of the same colour at 0.18.
-View signalLabel(const std::string& signal) {
-    const Color color = signalColor(signal);
-    return Text(Verbatim{signal})
-        .font(Font::system(9, FontWeight::semibold))
-        .padding(Edges::horizontal, 5)
-        .padding(Edges::vertical, 2)
-        .background(color.opacity(0.18))
-        .foregroundColor(color)
-        .clipShape(RoundedRectangle{3, RoundedCornerStyle::continuous});
-}
 
 View scoreText(const DailyBrief& brief) {
     const auto integer = briefScoreInteger(brief.score);
@@ -57,9 +46,7 @@ std::optional<std::int64_t> briefScoreInteger(double score) {
 }
 
 std::optional<platform::Url> briefDetailURL(std::string_view ticker) {
-    std::string text(detailLinkPrefix);
-    text += ticker;  // unchanged: no escaping, no case change, no trimming
-    return platform::Url::parse(text);
+    return stockDetailURL(ticker);
 }
 
 std::optional<platform::Url> briefDashboardURL() {
@@ -84,7 +71,7 @@ View briefTopRow(const DailyBrief& brief) {
             VStack({.alignment = HorizontalAlignment::leading, .spacing = 1}, std::move(names)),
             Spacer(),
             VStack({.alignment = HorizontalAlignment::trailing, .spacing = 2},
-                   {signalLabel(brief.signal), scoreText(brief)}),
+                   {signalLabel(brief.signal, SignalLabelMetrics{}), scoreText(brief)}),
         });
 }
 

@@ -30,7 +30,7 @@ inline std::string_view text(const std::uint8_t* data, std::size_t size) {
 }
 
 // A failure says what went wrong, in UTF-8 (it goes into the log as it is).
-inline void requireDescribed(const AppGroupContainer::platform::Error& error) {
+inline void requireDescribed(const platform::Error& error) {
     require(!error.description.empty(), "a failed decoding has a description");
     try {
         (void)nlohmann::json(error.description).dump();
@@ -42,7 +42,7 @@ inline void requireDescribed(const AppGroupContainer::platform::Error& error) {
 // Decodes `json` as T and checks what every decoding promises: a description on failure, a
 // value equal to itself on success (no NaN can come out of JSON).
 template <typename T>
-AppGroupContainer::platform::Result<T> decodeChecked(std::string_view json) {
+platform::Result<T> decodeChecked(std::string_view json) {
     auto result = AppGroupContainer::sharedDecoder().decode<T>(json);
     if (!result)
         requireDescribed(result.error());
@@ -52,10 +52,10 @@ AppGroupContainer::platform::Result<T> decodeChecked(std::string_view json) {
 }
 
 // Member order and spelling do not matter: the same JSON value written out again (members
-// sorted, numbers and strings re-serialised) decodes to the same record or the same fault.
+// sorted, numbers and strings re-serialised) decodes to the same record or the same fault;
+// only where a too deeply nested value starts moves with the spelling.
 template <typename T>
-void requireSameOutcomeWhenRewritten(std::string_view json,
-                                     const AppGroupContainer::platform::Result<T>& first) {
+void requireSameOutcomeWhenRewritten(std::string_view json, const platform::Result<T>& first) {
     const auto value = nlohmann::json::parse(json, nullptr, false);
     if (value.is_discarded()) {
         require(!first.ok(), "text the JSON parser rejects never decodes", json);
@@ -64,10 +64,15 @@ void requireSameOutcomeWhenRewritten(std::string_view json,
     const std::string rewritten = value.dump();
     const auto second = AppGroupContainer::sharedDecoder().decode<T>(rewritten);
     require(first.ok() == second.ok(), "rewriting the JSON keeps success or failure", rewritten);
+    const auto fault = [](const platform::Error& error) {
+        const std::string& text = error.description;
+        return text.starts_with("nested deeper than") ? text.substr(0, text.find(" at offset"))
+                                                      : text;
+    };
     if (first.ok())
         require(first.value() == second.value(), "rewriting the JSON keeps the record", rewritten);
     else
-        require(first.error() == second.error(), "rewriting the JSON keeps the fault",
+        require(fault(first.error()) == fault(second.error()), "rewriting the JSON keeps the fault",
                 first.error().description + "\n" + second.error().description);
 }
 

@@ -2,6 +2,7 @@
 #include "host/GalleryFiles.h"
 #include "host/GalleryPage.h"
 #include "host/WidgetHost.h"
+#include "platform/AtomicFile.h"
 
 #include <CLI/CLI.hpp>
 
@@ -26,11 +27,10 @@ struct Shot {
 // Each placement's placeholder (fixed sample data) beside the entry its timeline gives now.
 constexpr Shot shots[] = {{Request::placeholder, "placeholder"}, {Request::timeline, "current"}};
 
-int run(const std::filesystem::path& out, const GlobalOptions& globals, const WidgetHost& widgets) {
-    if (auto error = prepareOutputDirectory(out)) {
-        printError(*error);
-        return exitFailure;
-    }
+CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals,
+                  const WidgetHost& widgets) {
+    if (auto prepared = prepareOutputDirectory(out); !prepared)
+        return CommandError::failure(prepared.error().description);
     const auto& clock = globals.clock();
     std::vector<GalleryCard> cards;
     for (const auto& placement : widgets.allPlacements()) {
@@ -38,15 +38,11 @@ int run(const std::filesystem::path& out, const GlobalOptions& globals, const Wi
             const auto timeline = widgets.request(placement, shot.request, clock);
             auto drawn = drawCard(widgets, placement, shot.label, timeline,
                                   shot.request == Request::timeline, clock.now());
-            if (auto* error = std::get_if<std::string>(&drawn)) {
-                printError(*error);
-                return exitFailure;
-            }
-            auto& card = std::get<DrawnCard>(drawn);
-            if (auto error = writeFileAtomically(out, card.card.image, card.png)) {
-                printError(*error);
-                return exitFailure;
-            }
+            if (!drawn) return CommandError::failure(drawn.error().description);
+            auto card = std::move(drawn).value();
+            if (auto written = platform::writeFileAtomically(out / card.card.image, card.png);
+                !written)
+                return CommandError::failure(written.error().description);
             std::printf("%s %s %s -> %s (%s%s)\n", placement.kind.c_str(), card.card.family.c_str(),
                         shot.label, card.card.image.c_str(), card.card.url ? "link: " : "no link",
                         card.card.url ? card.card.url->c_str() : "");
@@ -58,14 +54,13 @@ int run(const std::filesystem::path& out, const GlobalOptions& globals, const Wi
     page.subtitle = "Drawn at " + pageDate(clock.now()) + " in " + widgets.settings().locale +
                     ", " + widgets.settings().timeZone +
                     ". Every widget in every family: its placeholder and its current entry.";
-    if (auto error = writeFileAtomically(out, "index.html",
-                                         galleryPage(gallerySections(widgets, cards), page))) {
-        printError(*error);
-        return exitFailure;
-    }
+    if (auto written = platform::writeFileAtomically(
+            out / "index.html", galleryPage(gallerySections(widgets, cards), page));
+        !written)
+        return CommandError::failure(written.error().description);
     std::error_code ignored;
     std::printf("%s\n", std::filesystem::absolute(out / "index.html", ignored).c_str());
-    return exitSuccess;
+    return {};
 }
 
 }  // namespace
@@ -76,12 +71,14 @@ void registerGalleryCommand(CLI::App& app, GlobalOptions& globals) {
         "gallery",
         "Draw every widget in every family (placeholder and current entry) as PNG, with an "
         "HTML page");
-    command
-        ->add_option("--out", *out, "Folder for the images and index.html (created when missing)")
-        ->required()
-        ->type_name("DIR");
+    expect(command
+               ->add_option("--out", *out,
+                            "Folder for the images and index.html (created when missing)")
+               ->required()
+               ->type_name("DIR"),
+           "a folder", [](const std::string& text) { return !text.empty(); });
     command->callback(
-        [&globals, out] { globals.exitCode = run(*out, globals, globals.widgetHost()); });
+        [&globals, out] { globals.finish(run(*out, globals, globals.widgetHost())); });
 }
 
 }  // namespace host

@@ -4,14 +4,6 @@
 #include "render/Painter.h"
 #include "ui/LocalizedString.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-
 namespace host {
 
 using namespace ui;
@@ -20,10 +12,6 @@ using namespace widgets;
 using namespace dailybrief;
 using namespace watchlist;
 namespace {
-
-std::string reason(int error) {
-    return std::strerror(error);
-}
 
 std::string text(const LocalizedStringKey& key, const std::string& locale) {
     return resolveText(TextNode{key}, std::nullopt, locale);
@@ -40,16 +28,16 @@ std::string galleryImageName(const Placement& placement, std::string_view reques
            ".png";
 }
 
-std::variant<DrawnCard, std::string> drawCard(const WidgetHost& widgets, const Placement& placement,
-                                              std::string_view request, const AnyTimeline& timeline,
-                                              bool showReload, platform::Date now) {
+platform::Result<DrawnCard> drawCard(const WidgetHost& widgets, const Placement& placement,
+                                     std::string_view request, const AnyTimeline& timeline,
+                                     bool showReload, platform::Date now) {
     const auto& entry = timeline.entries.front();
     const auto layout = widgets.draw(placement, entry, now);
     auto png =
         render::paintToBytes(layout.drawList, render::ImageFormat::png, widgets.settings().scale);
     if (auto* error = std::get_if<render::PaintError>(&png))
-        return "cannot draw " + placement.kind + " " + std::string(name(placement.family)) + ": " +
-               error->message;
+        return platform::Error{"cannot draw " + placement.kind + " " +
+                               std::string(name(placement.family)) + ": " + error->message};
 
     DrawnCard drawn;
     drawn.card.image = galleryImageName(placement, request);
@@ -81,43 +69,15 @@ std::vector<GallerySection> gallerySections(const WidgetHost& widgets,
     return sections;
 }
 
-std::optional<std::string> prepareOutputDirectory(const std::filesystem::path& directory) {
+platform::Result<void> prepareOutputDirectory(const std::filesystem::path& directory) {
     std::error_code error;
     std::filesystem::create_directories(directory, error);
-    if (error) return "cannot create the folder \"" + directory.string() + "\": " + error.message();
+    if (error)
+        return platform::Error{"cannot create the folder \"" + directory.string() +
+                               "\": " + error.message()};
     if (!std::filesystem::is_directory(directory, error))
-        return "\"" + directory.string() + "\" is not a folder";
-    return std::nullopt;
-}
-
-std::optional<std::string> writeFileAtomically(const std::filesystem::path& directory,
-                                               const std::string& name, std::string_view bytes) {
-    const auto target = directory / name;
-    std::string temporary = (directory / ("." + name + ".XXXXXX")).string();
-    const int fd = ::mkstemp(temporary.data());
-    if (fd < 0) return "cannot write \"" + target.string() + "\": " + reason(errno);
-
-    auto fail = [&](int error) -> std::optional<std::string> {
-        ::unlink(temporary.c_str());
-        return "cannot write \"" + target.string() + "\": " + reason(error);
-    };
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
-            const int error = errno;
-            ::close(fd);
-            return fail(error);
-        }
-        written += std::size_t(n);
-    }
-    // mkstemp makes the file private; the page and its images are meant to be read by others.
-    const int modeError = ::fchmod(fd, 0644) == 0 ? 0 : errno;
-    if (::close(fd) != 0) return fail(errno);
-    if (modeError != 0) return fail(modeError);
-    if (::rename(temporary.c_str(), target.c_str()) != 0) return fail(errno);
-    return std::nullopt;
+        return platform::Error{"\"" + directory.string() + "\" is not a folder"};
+    return {};
 }
 
 }  // namespace host

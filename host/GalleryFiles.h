@@ -3,13 +3,12 @@
 #include "host/GalleryPage.h"
 #include "host/Placement.h"
 #include "platform/Date.h"
+#include "platform/Result.h"
 #include "widgets/AnyEntry.h"
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
 // What the gallery and host commands share: drawing a placement's entry into a card with its
@@ -32,29 +31,21 @@ struct DrawnCard {
 };
 
 // Draws the first entry of `timeline` for `placement` at `now`. `showReload`: the card names the
-// timeline's reload date (a timeline request), else "—" (a placeholder). An error message when
-// the image cannot be made.
-[[nodiscard]] std::variant<DrawnCard, std::string> drawCard(const WidgetHost& widgets,
-                                                            const Placement& placement,
-                                                            std::string_view request,
-                                                            const widgets::AnyTimeline& timeline,
-                                                            bool showReload, platform::Date now);
+// timeline's reload date (a timeline request), else "—" (a placeholder). An error when the
+// image cannot be made.
+[[nodiscard]] platform::Result<DrawnCard> drawCard(const WidgetHost& widgets,
+                                                   const Placement& placement,
+                                                   std::string_view request,
+                                                   const widgets::AnyTimeline& timeline,
+                                                   bool showReload, platform::Date now);
 
 // The cards under their widgets' display names and descriptions, widgets in bundle order, each
 // widget's cards in the order given; widgets without cards are left out.
 [[nodiscard]] std::vector<GallerySection> gallerySections(const WidgetHost& widgets,
                                                           const std::vector<GalleryCard>& cards);
 
-// Creates `directory` and its parents when missing. An error message when that fails or the
-// path is not a folder.
-[[nodiscard]] std::optional<std::string> prepareOutputDirectory(
-    const std::filesystem::path& directory);
-
-// Writes `bytes` as `directory / name` through a temporary file in the same folder and a rename,
-// so a reader (a browser refreshing the page) sees the old file or the new one, never half of
-// one. An error message on failure; no temporary file is left behind.
-[[nodiscard]] std::optional<std::string> writeFileAtomically(const std::filesystem::path& directory,
-                                                             const std::string& name,
-                                                             std::string_view bytes);
+// Creates `directory` and its parents when missing. An error when that fails or the path is not
+// a folder.
+[[nodiscard]] platform::Result<void> prepareOutputDirectory(const std::filesystem::path& directory);
 
 }  // namespace host

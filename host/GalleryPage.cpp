@@ -1,53 +1,88 @@
 #include "host/GalleryPage.h"
 
+#include "platform/Url.h"
+#include "style/Palette.h"
+
 #include <algorithm>
 #include <array>
-#include <cctype>
+#include <cmath>
 #include <cstdio>
 
 namespace host {
 
 namespace {
 
-// The widgets' palette: page background, card surface, primary and secondary text, accent.
-constexpr std::string_view style = R"(
+// A colour as CSS writes it: "#0D1117" when opaque, else "rgba(230, 237, 243, 0.06)".
+std::string css(const ui::Color& color) {
+    const auto channel = [](double value) { return int(std::lround(value * 255)); };
+    std::array<char, 48> text{};
+    if (color.alpha >= 1)
+        std::snprintf(text.data(), text.size(), "#%02X%02X%02X", channel(color.red),
+                      channel(color.green), channel(color.blue));
+    else
+        std::snprintf(text.data(), text.size(), "rgba(%d, %d, %d, %g)", channel(color.red),
+                      channel(color.green), channel(color.blue), color.alpha);
+    return text.data();
+}
+
+// The page in the widgets' own look: their background, surface, texts and accent.
+std::string style() {
+    const std::string background = css(Palette::background);
+    const std::string surface = css(Palette::surface);
+    const std::string text = css(Palette::textPrimary);
+    const std::string secondary = css(Palette::textSecondary);
+    const std::string accent = css(Palette::accent);
+    const std::string hairline = css(Palette::textPrimary.opacity(0.06));
+    const std::string shadow = css(ui::Color::black().opacity(0.45));
+    return R"(
 :root { color-scheme: dark; }
 * { box-sizing: border-box; }
 body {
   margin: 0; padding: 32px 40px 48px;
-  background: #0D1117; color: #E6EDF3;
+  background: )" +
+           background + "; color: " + text + R"(;
   font-family: Inter, system-ui, -apple-system, "Segoe UI", sans-serif;
   font-size: 14px; line-height: 1.45;
 }
 header { margin-bottom: 28px; }
 h1 { margin: 0; font-size: 24px; font-weight: 700; letter-spacing: -0.01em; }
-header p { margin: 4px 0 0; color: #8B949E; }
+header p { margin: 4px 0 0; color: )" +
+           secondary + R"(; }
 section { margin-top: 32px; }
 h2 { margin: 0; font-size: 18px; font-weight: 600; }
-h2 .kind { margin-left: 8px; color: #8B949E; font-size: 13px; font-weight: 400; }
-section > p { margin: 4px 0 16px; color: #8B949E; max-width: 60em; }
+h2 .kind { margin-left: 8px; color: )" +
+           secondary + R"(; font-size: 13px; font-weight: 400; }
+section > p { margin: 4px 0 16px; color: )" +
+           secondary + R"(; max-width: 60em; }
 .cards { display: flex; flex-direction: column; gap: 20px; }
 .family { display: flex; flex-wrap: wrap; gap: 20px; align-items: flex-start; }
 .card {
   width: min-content; min-width: 288px;
   margin: 0; padding: 16px; border-radius: 16px;
-  background: #161B22; border: 1px solid rgba(230, 237, 243, 0.06);
+  background: )" +
+           surface + "; border: 1px solid " + hairline + R"(;
 }
 .card a, .card .unlinked { display: block; width: max-content; margin: 0 auto; line-height: 0; }
 .card img {
   display: block; border-radius: 22px;
-  box-shadow: 0 1px 0 rgba(230, 237, 243, 0.06), 0 8px 24px rgba(0, 0, 0, 0.45);
+  box-shadow: 0 1px 0 )" +
+           hairline + ", 0 8px 24px " + shadow + R"(;
 }
-.card a:focus-visible { outline: 2px solid #EA580C; outline-offset: 4px; border-radius: 24px; }
+.card a:focus-visible { outline: 2px solid )" +
+           accent + R"(; outline-offset: 4px; border-radius: 24px; }
 figcaption { margin-top: 12px; }
-.request { color: #EA580C; font-weight: 600; }
+.request { color: )" +
+           accent + R"(; font-weight: 600; }
 .placement { font-weight: 600; }
 dl { display: grid; grid-template-columns: auto 1fr; gap: 2px 12px; margin: 6px 0 0; font-size: 12px; }
-dt { color: #8B949E; }
+dt { color: )" +
+           secondary + R"(; }
 dd { margin: 0; font-family: "JetBrains Mono", ui-monospace, monospace; font-size: 11.5px;
      overflow-wrap: anywhere; }
-dd.none { color: #8B949E; font-family: inherit; font-size: 12px; }
+dd.none { color: )" +
+           secondary + R"(; font-family: inherit; font-size: 12px; }
 )";
+}
 
 // Notes on <body>, once everything has loaded, what a headless browser's DOM dump should show.
 constexpr std::string_view script = R"(
@@ -126,11 +161,9 @@ std::string escapeHtml(std::string_view text) {
 }
 
 bool isLinkableUrl(std::string_view url) {
-    const auto colon = url.find(':');
-    if (colon == std::string_view::npos) return false;
-    std::string scheme(url.substr(0, colon));
-    std::transform(scheme.begin(), scheme.end(), scheme.begin(),
-                   [](unsigned char c) { return char(std::tolower(c)); });
+    const auto parsed = platform::Url::parse(url);
+    if (!parsed) return false;
+    const auto& scheme = parsed->scheme();
     return scheme == "velmora" || scheme == "https" || scheme == "http";
 }
 
@@ -142,7 +175,7 @@ std::string galleryPage(const std::vector<GallerySection>& sections,
         page += "<meta http-equiv=\"refresh\" content=\"" +
                 std::to_string(std::max(1, *options.refreshSeconds)) + "\">\n";
     page += "<title>" + escapeHtml(options.title) + "</title>\n<style>";
-    page += style;
+    page += style();
     page += "</style>\n</head>\n<body>\n<header><h1>" + escapeHtml(options.title) + "</h1>";
     if (!options.subtitle.empty()) page += "<p>" + escapeHtml(options.subtitle) + "</p>";
     page += "</header>\n";

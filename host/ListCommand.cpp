@@ -21,7 +21,7 @@ std::string text(const LocalizedStringKey& key, const std::string& locale) {
     return resolveText(TextNode{key}, std::nullopt, locale);
 }
 
-int run(bool asJson, const WidgetHost& widgets) {
+CommandResult run(bool asJson, const WidgetHost& widgets) {
     const auto& locale = widgets.settings().locale;
     if (asJson) {
         auto list = nlohmann::ordered_json::array();
@@ -34,7 +34,7 @@ int run(bool asJson, const WidgetHost& widgets) {
                             {"families", families}});
         }
         std::printf("%s\n", list.dump(2).c_str());
-        return exitSuccess;
+        return {};
     }
     for (const auto& widget : widgets.widgets()) {
         std::string families;
@@ -44,7 +44,7 @@ int run(bool asJson, const WidgetHost& widgets) {
                     text(widget.displayName, locale).c_str(), families.c_str(),
                     text(widget.descriptionText, locale).c_str());
     }
-    return exitSuccess;
+    return {};
 }
 
 }  // namespace
@@ -53,8 +53,7 @@ void registerListCommand(CLI::App& app, GlobalOptions& globals) {
     auto asJson = std::make_shared<bool>(false);
     CLI::App* command = app.add_subcommand("list", "List the bundle's widgets in bundle order");
     command->add_flag("--json", *asJson, "Print a JSON array");
-    command->callback(
-        [&globals, asJson] { globals.exitCode = run(*asJson, globals.widgetHost()); });
+    command->callback([&globals, asJson] { globals.finish(run(*asJson, globals.widgetHost())); });
 }
 
 }  // namespace host

@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 #include "host/WidgetHost.h"
+#include "platform/AtomicFile.h"
 #include "platform/Formatters.h"
 #include "render/FrameDump.h"
 #include "render/Painter.h"
@@ -8,9 +9,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdio>
-#include <map>
 #include <memory>
+#include <string_view>
 
 namespace host {
 
@@ -31,40 +35,31 @@ struct RenderOptions {
     bool frames = false;
 };
 
-const std::map<std::string, Request> requestNames{{"placeholder", Request::placeholder},
-                                                  {"snapshot", Request::snapshot},
-                                                  {"timeline", Request::timeline}};
+struct RequestName {
+    std::string_view name;
+    Request request;
+};
 
-int run(const RenderOptions& options, const GlobalOptions& globals, const WidgetHost& widgets) {
-    const auto* widget = widgets.widget(options.kind);
-    if (!widget) {
-        printError("unknown widget kind \"" + options.kind +
-                   "\" (expected DailyBrief or "
-                   "WatchlistGlance)");
-        return exitUsage;
-    }
-    const auto family = widgetFamilyNamed(options.family);
-    if (!family || !widget->supports(*family)) {
-        std::string supported;
-        for (auto f : widget->families)
-            supported += (supported.empty() ? "" : ", ") + std::string(name(f));
-        printError("family \"" + options.family + "\" is not offered by " + options.kind +
-                   " (families: " + supported + ")");
-        return exitUsage;
-    }
-    std::optional<render::ImageFormat> format;
-    if (!options.out.empty()) {
-        format = render::imageFormatForPath(options.out);
-        if (!format) {
-            printError("cannot tell the image format of \"" + options.out +
-                       "\": use a .png, .svg or .pdf file name");
-            return exitUsage;
-        }
-    }
+constexpr std::array<RequestName, 3> requestNames{{{"placeholder", Request::placeholder},
+                                                   {"snapshot", Request::snapshot},
+                                                   {"timeline", Request::timeline}}};
 
-    const Placement placement{options.kind, *family};
+Request requestNamed(std::string_view name) {
+    for (const auto& entry : requestNames)
+        if (entry.name == name) return entry.request;
+    return Request::timeline;  // the option's check lets only the names above through
+}
+
+CommandResult run(const RenderOptions& options, const GlobalOptions& globals,
+                  const WidgetHost& widgets) {
+    const auto resolved = widgets.placement(options.kind, options.family);
+    if (!resolved) return CommandError::usage(resolved.error().description);
+    const Placement& placement = *resolved;
+    // The option's check let only names with a known extension through.
+    const auto format = render::imageFormatForPath(options.out);
+
     const auto& clock = globals.clock();
-    const auto timeline = widgets.request(placement, requestNames.at(options.request), clock);
+    const auto timeline = widgets.request(placement, requestNamed(options.request), clock);
     const auto& entry = timeline.entries.front();
     const platform::Date now = clock.now();
 
@@ -74,14 +69,17 @@ int run(const RenderOptions& options, const GlobalOptions& globals, const Widget
     const auto layout = widgets.draw(placement, entry, now);
     if (options.frames) std::fputs(render::dumpFrames(layout, Palette::names).c_str(), stdout);
     if (format) {
-        if (auto error = render::paintToFile(layout.drawList, options.out, options.scale)) {
-            printError(error->message);
-            return exitFailure;
-        }
+        // Drawn in memory, then written whole: an old image stays until the new one is complete.
+        const auto bytes = render::paintToBytes(layout.drawList, *format, options.scale);
+        if (const auto* error = std::get_if<render::PaintError>(&bytes))
+            return CommandError::failure(error->message);
+        if (auto written = platform::writeFileAtomically(options.out, std::get<std::string>(bytes));
+            !written)
+            return CommandError::failure(written.error().description);
     }
     const auto& url = layout.drawList.url;
     std::printf("link: %s\n", url ? url->text().c_str() : "none");
-    return exitSuccess;
+    return {};
 }
 
 }  // namespace
@@ -90,21 +88,32 @@ void registerRenderCommand(CLI::App& app, GlobalOptions& globals) {
     auto options = std::make_shared<RenderOptions>();
     CLI::App* command = app.add_subcommand(
         "render", "Draw the entry a request gives for KIND in FAMILY (PNG, SVG or PDF)");
-    command->add_option("KIND", options->kind, "The widget kind")->required();
+    command->add_option("KIND", options->kind, "The widget kind: " + globals.kinds())->required();
     command->add_option("FAMILY", options->family, "systemSmall, systemMedium or systemLarge")
         ->required();
-    command->add_option("--request", options->request, "Which entry to draw")
-        ->check(CLI::IsMember({"placeholder", "snapshot", "timeline"}))
-        ->type_name("placeholder|snapshot|timeline");
-    command->add_option("--out", options->out, "Image file; its extension picks the format")
-        ->type_name("FILE");
-    command->add_option("--scale", options->scale, "Pixels per point for PNG (1 to 3)")
-        ->check(CLI::Range(1.0, 3.0))
-        ->type_name("N");
+    expect(command->add_option("--request", options->request, "Which entry to draw")
+               ->type_name("placeholder|snapshot|timeline"),
+           "placeholder, snapshot or timeline", [](const std::string& text) {
+               return std::any_of(requestNames.begin(), requestNames.end(),
+                                  [&](const RequestName& entry) { return entry.name == text; });
+           });
+    expect(command->add_option("--out", options->out, "Image file; its extension picks the format")
+               ->type_name("FILE"),
+           "an image file name ending in .png, .svg or .pdf",
+           [](const std::string& text) { return render::imageFormatForPath(text).has_value(); });
+    expect(command->add_option("--scale", options->scale, "Pixels per point for PNG (1 to 3)")
+               ->type_name("N"),
+           "a number from 1 to 3", [](const std::string& text) {
+               double value = 0;
+               const auto [end, error] =
+                   std::from_chars(text.data(), text.data() + text.size(), value);
+               return error == std::errc() && end == text.data() + text.size() && value >= 1 &&
+                      value <= 3;
+           });
     command->add_flag("--tree", options->tree, "Print the view tree");
     command->add_flag("--frames", options->frames, "Print the laid-out frames");
     command->callback(
-        [&globals, options] { globals.exitCode = run(*options, globals, globals.widgetHost()); });
+        [&globals, options] { globals.finish(run(*options, globals, globals.widgetHost())); });
 }
 
 }  // namespace host

@@ -20,23 +20,21 @@ void addRequest(CLI::App& app, GlobalOptions& globals, const std::string& name,
                 const std::string& description, Request request) {
     auto kind = std::make_shared<std::string>();
     CLI::App* command = app.add_subcommand(name, description);
-    command->add_option("KIND", *kind, "The widget kind")->required();
+    command->add_option("KIND", *kind, "The widget kind: " + globals.kinds())->required();
     command->callback([&globals, kind, request] {
         const auto widgets = globals.widgetHost();
-        const auto* widget = widgets.widget(*kind);
+        const auto widget = widgets.widgetOfKind(*kind);
         if (!widget) {
-            printError("unknown widget kind \"" + *kind +
-                       "\" (expected DailyBrief or WatchlistGlance)");
-            globals.exitCode = exitUsage;
+            globals.finish(CommandError::usage(widget.error().description));
             return;
         }
         // The provider ignores the family; the widget's first one stands in for a placement.
-        const auto answer =
-            widgets.request({widget->kind, widget->families.front()}, request, globals.clock());
+        const auto answer = widgets.request({(*widget)->kind, (*widget)->families.front()}, request,
+                                            globals.clock());
         const auto json =
             request == Request::timeline ? timelineJson(answer) : entryJson(answer.entries.front());
         std::printf("%s\n", json.c_str());
-        globals.exitCode = exitSuccess;
+        globals.finish({});
     });
 }
 

@@ -21,6 +21,40 @@ const StaticConfiguration* WidgetHost::widget(std::string_view kind) const {
     return nullptr;
 }
 
+namespace {
+
+// "a, b, c"
+template <typename List, typename Name>
+std::string listed(const List& list, Name name) {
+    std::string text;
+    for (const auto& item : list) text += (text.empty() ? "" : ", ") + std::string(name(item));
+    return text;
+}
+
+}  // namespace
+
+platform::Result<const StaticConfiguration*> WidgetHost::widgetOfKind(std::string_view kind) const {
+    if (const auto* found = widget(kind)) return found;
+    return platform::Error{
+        "unknown widget kind \"" + std::string(kind) + "\" (kinds: " +
+        listed(m_widgets,
+               [](const StaticConfiguration& w) -> const std::string& { return w.kind; }) +
+        ")"};
+}
+
+platform::Result<Placement> WidgetHost::placement(std::string_view kind,
+                                                  std::string_view family) const {
+    const auto found = widgetOfKind(kind);
+    if (!found) return found.error();
+    const auto* configuration = *found;
+    const auto named = widgetFamilyNamed(family);
+    if (!named || !configuration->supports(*named))
+        return platform::Error{
+            "family \"" + std::string(family) + "\" is not offered by " + configuration->kind +
+            " (families: " + listed(configuration->families, timeline::name) + ")"};
+    return Placement{configuration->kind, *named};
+}
+
 std::vector<Placement> WidgetHost::allPlacements() const {
     std::vector<Placement> placements;
     for (const auto& widget : m_widgets)
@@ -32,12 +66,11 @@ AnyTimeline WidgetHost::request(const Placement& placement, Request request,
                                 const platform::Clock& clock) const {
     const auto* configuration = widget(placement.kind);
     VELMORA_ASSERT(configuration != nullptr);
-    TimelineProviderContext context;
+    TimelineProviderContext context(clock);
     context.family = placement.family;
     const auto canvas = render::defaults::canvasSize(placement.family);
     context.displayWidth = canvas.width;
     context.displayHeight = canvas.height;
-    context.clock = &clock;
     context.storeDirectory = m_settings.storeDirectory;
     context.isPreview = request != Request::timeline;
 

@@ -2,6 +2,7 @@
 
 #include "host/Placement.h"
 #include "platform/Clock.h"
+#include "platform/Result.h"
 #include "render/LayoutResult.h"
 #include "render/PlatformDefaults.h"
 #include "timeline/Timeline.h"
@@ -37,6 +38,14 @@ public:
     }
     [[nodiscard]] const HostSettings& settings() const { return m_settings; }
     [[nodiscard]] const widgets::StaticConfiguration* widget(std::string_view kind) const;
+
+    // The widget of `kind`, or an error naming the kinds the bundle offers.
+    [[nodiscard]] platform::Result<const widgets::StaticConfiguration*> widgetOfKind(
+        std::string_view kind) const;
+    // The widget of `kind` in the family named `family`, or an error naming the kinds or the
+    // families that widget offers.
+    [[nodiscard]] platform::Result<Placement> placement(std::string_view kind,
+                                                        std::string_view family) const;
 
     // Every widget in every family it supports, in bundle order.
     [[nodiscard]] std::vector<Placement> allPlacements() const;

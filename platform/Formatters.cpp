@@ -12,12 +12,10 @@
 #include <unicode/timezone.h>
 #include <unicode/unistr.h>
 
-#include <unistd.h>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <system_error>
 
@@ -185,27 +183,38 @@ std::string formatShortest(double value) {
     return out;
 }
 
+bool isKnownLocale(std::string_view locale) {
+    const icu::Locale parsed = toLocale(locale);
+    if (parsed.isBogus() || std::string_view(parsed.getLanguage()).empty()) return false;
+    // ICU takes any well-formed id and falls back to its root data: known means ICU has data
+    // for the language, and knows the country when one is named.
+    const std::string_view language = parsed.getLanguage();
+    const std::string_view country = parsed.getCountry();
+    bool languageKnown = false;
+    int32_t count = 0;
+    const icu::Locale* available = icu::Locale::getAvailableLocales(count);
+    for (int32_t i = 0; i < count && !languageKnown; ++i)
+        languageKnown = language == available[i].getLanguage();
+    if (!languageKnown) return false;
+    if (country.empty()) return true;
+    for (const char* const* known = icu::Locale::getISOCountries(); *known != nullptr; ++known)
+        if (country == *known) return true;
+    return false;
+}
+
+bool isKnownTimeZone(std::string_view timeZone) {
+    UErrorCode status = U_ZERO_ERROR;
+    icu::UnicodeString canonical;
+    UBool isSystemId = false;
+    icu::TimeZone::getCanonicalID(toUnicode(timeZone), canonical, isSystemId, status);
+    return U_SUCCESS(status) && isSystemId;
+}
+
 namespace {
 
 std::string nonEmptyEnvironment(const char* name) {
     const char* value = std::getenv(name);
     return value != nullptr ? std::string(value) : std::string();
-}
-
-// "Europe/Berlin" out of ".../zoneinfo/Europe/Berlin"; nothing for a path outside zoneinfo.
-std::optional<std::string> zoneFromPath(const std::string& path) {
-    constexpr std::string_view marker = "zoneinfo/";
-    const std::size_t at = path.rfind(marker);
-    if (at == std::string::npos) return std::nullopt;
-    return path.substr(at + marker.size());
-}
-
-std::string trimmed(std::string text) {
-    const char* blanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) return {};
-    const std::size_t last = text.find_last_not_of(blanks);
-    return text.substr(first, last - first + 1);
 }
 
 }  // namespace
@@ -221,25 +230,17 @@ std::string userLocale() {
 }
 
 std::string userTimeZone() {
-    std::string zone = nonEmptyEnvironment("TZ");
-    if (!zone.empty()) {
-        if (zone.front() == ':') zone.erase(0, 1);
-        if (const auto fromPath = zoneFromPath(zone)) zone = *fromPath;
-        if (!zone.empty()) return zone;
-    }
-    if (std::ifstream file("/etc/timezone"); file) {
-        std::string line;
-        std::getline(file, line);
-        line = trimmed(line);
-        if (!line.empty()) return line;
-    }
-    std::array<char, 4096> target;
-    const ssize_t length = ::readlink("/etc/localtime", target.data(), target.size() - 1);
-    if (length > 0) {
-        const auto zoneName = zoneFromPath(std::string(target.data(), std::size_t(length)));
-        if (zoneName && !zoneName->empty()) return *zoneName;
-    }
-    return "UTC";
+    // ICU reads TZ, else the system's zone (/etc/localtime). A TZ that names a zoneinfo file
+    // ("/usr/share/zoneinfo/Asia/Tokyo", as glibc allows) comes back as that path.
+    const std::unique_ptr<icu::TimeZone> host(icu::TimeZone::detectHostTimeZone());
+    icu::UnicodeString id;
+    if (host) host->getID(id);
+    std::string zone;
+    id.toUTF8String(zone);
+    constexpr std::string_view marker = "zoneinfo/";
+    if (const std::size_t at = zone.rfind(marker); at != std::string::npos)
+        zone.erase(0, at + marker.size());
+    return isKnownTimeZone(zone) ? zone : "UTC";
 }
 
 }  // namespace platform

@@ -1,6 +1,5 @@
 #include "platform/Logger.h"
 
-#include <dlfcn.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <systemd/sd-journal.h>
@@ -48,19 +47,6 @@ const StreamLogSink& standardErrorSink() {
     return sink;
 }
 
-// libsystemd's sd_journal_sendv, loaded on the first line for the journal. Linking it would
-// load it and the six libraries it needs into every process, for every render, although
-// most processes never log a line; once loaded it stays. Null when it cannot be loaded.
-using JournalSendv = decltype(&sd_journal_sendv);
-JournalSendv journalSendv() {
-    static const JournalSendv function = []() -> JournalSendv {
-        void* library = dlopen("libsystemd.so.0", RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr) return nullptr;
-        return reinterpret_cast<JournalSendv>(dlsym(library, "sd_journal_sendv"));
-    }();
-    return function;
-}
-
 // The systemd journal: MESSAGE and PRIORITY, plus the subsystem and category as fields of
 // their own. A message the journal refuses goes to standard error instead.
 class JournalLogSink final : public LogSink {
@@ -79,8 +65,7 @@ public:
         iovec vectors[std::size(fields)];
         for (std::size_t i = 0; i < std::size(fields); ++i)
             vectors[i] = {const_cast<char*>(fields[i].data()), fields[i].size()};
-        const JournalSendv send = journalSendv();
-        if (send == nullptr || send(vectors, static_cast<int>(std::size(vectors))) < 0)
+        if (sd_journal_sendv(vectors, static_cast<int>(std::size(vectors))) < 0)
             standardErrorSink().write(level, subsystem, category, message);
     }
 };

@@ -14,10 +14,14 @@ std::optional<Url> Url::parse(std::string_view text) {
     const int result =
         uriParseSingleUriExA(&uri, text.data(), text.data() + text.size(), &errorPosition);
     if (result != URI_SUCCESS) return std::nullopt;
-    const bool hasScheme = uri.scheme.first != nullptr && uri.scheme.afterLast != uri.scheme.first;
+    std::string scheme;
+    if (uri.scheme.first != nullptr) scheme.assign(uri.scheme.first, uri.scheme.afterLast);
     uriFreeUriMembersA(&uri);
-    if (!hasScheme) return std::nullopt;
-    return Url(std::string(text));
+    if (scheme.empty()) return std::nullopt;
+    // A scheme is ASCII letters, digits, "+", "-" and ".": lower-casing them needs no locale.
+    for (char& c : scheme)
+        if (c >= 'A' && c <= 'Z') c = char(c - 'A' + 'a');
+    return Url(std::string(text), std::move(scheme));
 }
 
 }  // namespace platform

@@ -2,6 +2,7 @@
 
 #include "platform/Date.h"
 
+#include <unicode/utf8.h>
 #include <nlohmann/json.hpp>
 
 #include <charconv>
@@ -47,33 +48,105 @@ std::string shortest(double value) {
     return std::string(buffer, result.ptr);
 }
 
-// A found string as a fault quotes it: JSON-escaped, long texts cut.
-std::string quoted(const std::string& text) {
-    constexpr std::size_t limit = 64;
-    if (text.size() <= limit)
-        return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
-    std::size_t cut = limit;
-    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
-    std::string dumped =
-        Json(text.substr(0, cut)).dump(-1, ' ', false, Json::error_handler_t::replace);
-    dumped.insert(dumped.size() - 1, "…");
-    return dumped;
+// What a fault quotes of a found text or number: at most 64 bytes, cut at a character
+// boundary, "…" marking the cut. A record is small; whatever is long is no record's.
+std::string excerpt(std::string_view text) {
+    constexpr std::int32_t limit = 64;
+    if (text.size() <= static_cast<std::size_t>(limit)) return std::string(text);
+    std::int32_t cut = limit;
+    U8_SET_CP_START(reinterpret_cast<const std::uint8_t*>(text.data()), 0, cut);
+    return std::string(text.substr(0, static_cast<std::size_t>(cut))) + "…";
 }
 
-std::optional<Json> parse(std::string_view text, std::optional<platform::Error>& error) {
+// A found string as a fault quotes it: JSON-escaped, long texts cut.
+std::string quotedExcerpt(std::string_view text) {
+    return Json(excerpt(text)).dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+// Hands the text to the parser and keeps how far it has read, so that a fault the parser does
+// not place itself (nesting too deep) can say where it is.
+class TrackedReader {
+public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char*;
+    using reference = const char&;
+
+    TrackedReader(const char* at, const char** furthest) : m_at(at), m_furthest(furthest) {}
+    reference operator*() const { return *m_at; }
+    TrackedReader& operator++() {
+        *m_furthest = ++m_at;
+        return *this;
+    }
+    TrackedReader operator++(int) {
+        TrackedReader before = *this;
+        ++*this;
+        return before;
+    }
+    bool operator==(const TrackedReader& other) const { return m_at == other.m_at; }
+
+private:
+    const char* m_at;
+    const char** m_furthest;
+};
+
+// Builds the value as nlohmann's own DOM parser does, and stops the parser at the first array
+// or object nested deeper than the limit, before anything below it is built.
+class DepthLimitedBuilder : public nlohmann::detail::json_sax_dom_parser<Json> {
+public:
+    explicit DepthLimitedBuilder(Json& root) : json_sax_dom_parser(root, true) {}
+
+    bool start_object(std::size_t size) {
+        return enter() && json_sax_dom_parser::start_object(size);
+    }
+    bool start_array(std::size_t size) { return enter() && json_sax_dom_parser::start_array(size); }
+    bool end_object() {
+        --m_depth;
+        return json_sax_dom_parser::end_object();
+    }
+    bool end_array() {
+        --m_depth;
+        return json_sax_dom_parser::end_array();
+    }
+
+private:
+    bool enter() { return ++m_depth <= JSONDecoder::depthLimit; }
+
+    int m_depth = 0;
+};
+
+platform::Result<Json> parse(std::string_view text) {
+    if (text.size() > JSONDecoder::documentSizeLimit)
+        return platform::Error{"document of " + std::to_string(text.size()) +
+                               " bytes exceeds the " +
+                               std::to_string(JSONDecoder::documentSizeLimit >> 20) + " MiB limit"};
+    const char* furthest = text.data();
+    Json value;
+    DepthLimitedBuilder builder(value);
     try {
-        return Json::parse(text.begin(), text.end());
+        // Faults of the text itself are thrown; the builder stops the parser only for depth,
+        // just after it has read the bracket that opens the value too deep.
+        if (Json::sax_parse(TrackedReader(text.data(), &furthest),
+                            TrackedReader(text.data() + text.size(), &furthest), &builder))
+            return value;
+        return platform::Error{"nested deeper than " + std::to_string(JSONDecoder::depthLimit) +
+                               " levels at offset " + std::to_string(furthest - text.data() - 1)};
     } catch (const Json::parse_error& fault) {
         // `byte` counts from 1 and points at the character that stopped the parser.
         const std::size_t offset = fault.byte > 0 ? fault.byte - 1 : 0;
-        error = platform::Error{"not valid JSON at offset " + std::to_string(offset)};
+        return platform::Error{"not valid JSON at offset " + std::to_string(offset)};
     } catch (const Json::exception& fault) {
-        // A number beyond the double range is the one fault that comes without an offset.
+        // A number beyond the double range, the one fault that comes without an offset. Its
+        // text may be as long as the document: the description quotes its start.
         std::string_view what = fault.what();
+        const auto open = what.find('\''), close = what.rfind('\'');
+        if (open != std::string_view::npos && close > open)
+            return platform::Error{"not valid JSON: number overflow parsing '" +
+                                   excerpt(what.substr(open + 1, close - open - 1)) + "'"};
         if (auto end = what.find("] "); end != std::string_view::npos) what.remove_prefix(end + 2);
-        error = platform::Error{"not valid JSON: " + std::string(what)};
+        return platform::Error{"not valid JSON: " + excerpt(what)};
     }
-    return std::nullopt;
 }
 
 // An offset can carry a date in year 0000 or 9999 across the turn of the year in UTC, where
@@ -124,29 +197,36 @@ public:
         return true;
     }
 
-    // An integral number within the 64-bit signed range; 3.0 counts as the integer 3.
+    // An integral number within the 64-bit signed range, read as the parser typed it: a
+    // signed or unsigned integer literal exactly, a number with a fraction or exponent (3.0,
+    // 1e2) when its double is a whole number strictly inside the range. Integer literals below
+    // the range reach us as doubles too, rounded to -2^63 at best, so that value is refused
+    // with them rather than clamped.
     bool integer(std::string_view key, std::int64_t& out) {
         const Json* value = required(key);
         if (value == nullptr || !expect(key, *value, value->is_number(), "an integer"))
             return false;
-        if (value->is_number_integer() && !value->is_number_unsigned()) {
-            out = value->get<std::int64_t>();
-            return true;
-        }
-        if (value->is_number_unsigned()) {
-            const auto unsignedValue = value->get<std::uint64_t>();
-            if (unsignedValue >
-                static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
-                return fail(key,
-                            std::to_string(unsignedValue) + " is out of the 64-bit integer range");
-            out = static_cast<std::int64_t>(unsignedValue);
-            return true;
+        switch (value->type()) {
+            case Json::value_t::number_integer:
+                out = value->get<std::int64_t>();
+                return true;
+            case Json::value_t::number_unsigned: {
+                const auto unsignedValue = value->get<std::uint64_t>();
+                if (unsignedValue >
+                    static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+                    return fail(
+                        key, std::to_string(unsignedValue) + " is out of the 64-bit integer range");
+                out = static_cast<std::int64_t>(unsignedValue);
+                return true;
+            }
+            default:
+                break;
         }
         const double real = value->get<double>();
         if (std::trunc(real) != real) return fail(key, shortest(real) + " is not an integer");
-        // 2^63 is exactly representable; every double below it in magnitude fits.
-        constexpr double limit = 9223372036854775808.0;
-        if (real >= limit || real < -limit)
+        // 2^63 is a double; every whole double strictly between -2^63 and 2^63 is an int64.
+        constexpr double bound = 9223372036854775808.0;
+        if (!(real > -bound && real < bound))
             return fail(key, shortest(real) + " is out of the 64-bit integer range");
         out = static_cast<std::int64_t>(real);
         return true;
@@ -163,15 +243,16 @@ public:
                 break;
         }
         if (parsed && !writable(*parsed))
-            return fail(key, quoted(value->get_ref<const std::string&>()) +
+            return fail(key, quotedExcerpt(value->get_ref<const std::string&>()) +
                                  " falls outside the years 0000 to 9999 in UTC");
         if (parsed) {
             out = *parsed;
             return true;
         }
-        return fail(key, "expected an RFC 3339 date-time, found " +
-                             (value->is_string() ? quoted(value->get_ref<const std::string&>())
-                                                 : std::string(typeName(*value))));
+        return fail(key,
+                    "expected an RFC 3339 date-time, found " +
+                        (value->is_string() ? quotedExcerpt(value->get_ref<const std::string&>())
+                                            : std::string(typeName(*value))));
     }
 
     [[nodiscard]] platform::Error error() && { return std::move(*m_error); }
@@ -223,8 +304,8 @@ constexpr std::string_view key(typename Record::CodingKeys codingKey) {
 }
 
 // Every record decodes from one object; `path` says where that object sits.
-std::optional<platform::Error> checkObject(const Json& value, const std::string& path) {
-    if (value.is_object()) return std::nullopt;
+platform::Result<void> checkObject(const Json& value, const std::string& path) {
+    if (value.is_object()) return {};
     std::string description = path.empty() ? std::string() : path + ": ";
     description += "expected an object, found " + std::string(typeName(value));
     return platform::Error{std::move(description)};
@@ -232,7 +313,7 @@ std::optional<platform::Error> checkObject(const Json& value, const std::string&
 
 platform::Result<DailyBrief> decodeBrief(const Json& value, std::string path,
                                          JSONDecoder::DateDecodingStrategy dates) {
-    if (auto error = checkObject(value, path)) return std::move(*error);
+    if (auto checked = checkObject(value, path); !checked) return checked.error();
     using K = DailyBrief::CodingKeys;
     FieldReader reader(value, std::move(path), dates);
     DailyBrief brief;
@@ -248,7 +329,7 @@ platform::Result<DailyBrief> decodeBrief(const Json& value, std::string path,
 
 platform::Result<PortfolioSnapshot> decodeSnapshot(const Json& value, std::string path,
                                                    JSONDecoder::DateDecodingStrategy dates) {
-    if (auto error = checkObject(value, path)) return std::move(*error);
+    if (auto checked = checkObject(value, path); !checked) return checked.error();
     using K = PortfolioSnapshot::CodingKeys;
     using P = PortfolioSnapshot;
     FieldReader reader(value, std::move(path), dates);
@@ -267,7 +348,7 @@ platform::Result<PortfolioSnapshot> decodeSnapshot(const Json& value, std::strin
 
 platform::Result<WatchlistRow> decodeRow(const Json& value, std::string path,
                                          JSONDecoder::DateDecodingStrategy dates) {
-    if (auto error = checkObject(value, path)) return std::move(*error);
+    if (auto checked = checkObject(value, path); !checked) return checked.error();
     using K = WatchlistRow::CodingKeys;
     using R = WatchlistRow;
     FieldReader reader(value, std::move(path), dates);
@@ -285,35 +366,31 @@ platform::Result<WatchlistRow> decodeRow(const Json& value, std::string path,
 
 template <>
 platform::Result<DailyBrief> JSONDecoder::decode<DailyBrief>(std::string_view json) const {
-    std::optional<platform::Error> error;
-    const auto value = parse(json, error);
-    if (!value) return std::move(*error);
+    const auto value = parse(json);
+    if (!value) return value.error();
     return decodeBrief(*value, {}, m_dateDecodingStrategy);
 }
 
 template <>
 platform::Result<PortfolioSnapshot> JSONDecoder::decode<PortfolioSnapshot>(
     std::string_view json) const {
-    std::optional<platform::Error> error;
-    const auto value = parse(json, error);
-    if (!value) return std::move(*error);
+    const auto value = parse(json);
+    if (!value) return value.error();
     return decodeSnapshot(*value, {}, m_dateDecodingStrategy);
 }
 
 template <>
 platform::Result<WatchlistRow> JSONDecoder::decode<WatchlistRow>(std::string_view json) const {
-    std::optional<platform::Error> error;
-    const auto value = parse(json, error);
-    if (!value) return std::move(*error);
+    const auto value = parse(json);
+    if (!value) return value.error();
     return decodeRow(*value, {}, m_dateDecodingStrategy);
 }
 
 template <>
 platform::Result<std::vector<WatchlistRow>> JSONDecoder::decode<std::vector<WatchlistRow>>(
     std::string_view json) const {
-    std::optional<platform::Error> error;
-    const auto value = parse(json, error);
-    if (!value) return std::move(*error);
+    const auto value = parse(json);
+    if (!value) return value.error();
     if (!value->is_array())
         return platform::Error{"expected an array, found " + std::string(typeName(*value))};
 

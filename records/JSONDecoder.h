@@ -5,6 +5,7 @@
 #include "records/PortfolioSnapshot.h"
 #include "records/WatchlistRow.h"
 
+#include <cstddef>
 #include <string_view>
 #include <vector>
 
@@ -13,8 +14,16 @@ namespace AppGroupContainer {
 // Decodes the shared records from their JSON text. Walks a record's fields in field order and
 // stops at the first fault; a list of rows decodes whole or not at all. Holds only its
 // settings, which never change after construction, so one decoder serves every thread.
+//
+// Whatever the text, decoding is bounded: a document above `documentSizeLimit` bytes is
+// refused unread, and parsing stops at the first array or object nested deeper than
+// `depthLimit` levels, before anything below it is built. Records are a few kilobytes and a
+// list of rows three levels deep.
 class JSONDecoder {
 public:
+    static constexpr std::size_t documentSizeLimit = std::size_t{1} << 20;
+    static constexpr int depthLimit = 64;
+
     // Dates as RFC 3339 internet date-times (the only form the records use).
     enum class DateDecodingStrategy { iso8601 };
 

@@ -282,6 +282,32 @@ std::optional<PaintError> paintToFile(const DrawList& list, const std::filesyste
     return std::nullopt;
 }
 
+std::optional<PixelSize> pixelSize(const DrawList& list, double scale) {
+    if (checkCanvas(list.canvas) || checkScale(scale)) return std::nullopt;
+    const int width = pixels(list.canvas.width, scale), height = pixels(list.canvas.height, scale);
+    return PixelSize{width, height, cairo_format_stride_for_width(CAIRO_FORMAT_ARGB32, width)};
+}
+
+std::optional<PaintError> paintPixels(const DrawList& list, double scale, PixelTarget target) {
+    if (auto error = checkCanvas(list.canvas)) return error;
+    if (auto error = checkScale(scale)) return error;
+    const std::optional<PixelSize> size = pixelSize(list, scale);
+    if (!size || target.data == nullptr || target.width != size->width ||
+        target.height != size->height || target.stride < size->stride)
+        return PaintError{"the pixel buffer does not fit the canvas"};
+    std::memset(target.data, 0, std::size_t(target.stride) * std::size_t(target.height));
+    SurfacePtr surface(cairo_image_surface_create_for_data(target.data, CAIRO_FORMAT_ARGB32,
+                                                           target.width, target.height,
+                                                           target.stride));
+    if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS)
+        return PaintError{"cannot draw into the pixel buffer"};
+    ContextPtr cairo(cairo_create(surface.get()));
+    cairo_scale(cairo.get(), scale, scale);
+    if (auto error = draw(cairo.get(), list)) return error;
+    cairo_surface_flush(surface.get());
+    return std::nullopt;
+}
+
 Bitmap renderBitmap(const DrawList& list, double scale) {
     PaintResult<SurfacePtr> image = drawImage(list, scale);
     auto* surface = std::get_if<SurfacePtr>(&image);

@@ -59,6 +59,30 @@ struct Bitmap {
     bool operator==(const Bitmap&) const = default;
 };
 
+// Memory that holds an image in Cairo's ARGB32 form: premultiplied alpha, one native-endian
+// 32-bit word per pixel, rows `stride` bytes apart. The caller owns it (shared memory, a
+// window's buffer).
+struct PixelTarget {
+    unsigned char* data = nullptr;
+    int width = 0;
+    int height = 0;
+    int stride = 0;
+};
+
+// The size in pixels of the list's canvas at `scale`, and the row stride its ARGB32 image takes.
+struct PixelSize {
+    int width = 0;
+    int height = 0;
+    int stride = 0;
+    bool operator==(const PixelSize&) const = default;
+};
+[[nodiscard]] std::optional<PixelSize> pixelSize(const DrawList& list, double scale);
+
+// Draws the list into `target`, which must be pixelSize(list, scale) large and is cleared
+// first. Nothing on success.
+[[nodiscard]] std::optional<PaintError> paintPixels(const DrawList& list, double scale,
+                                                    PixelTarget target);
+
 // The list drawn as PNG would be, before encoding: canvas × scale pixels, transparent where
 // nothing is drawn. An invalid canvas or scale gives an empty bitmap.
 [[nodiscard]] Bitmap renderBitmap(const DrawList& list, double scale = defaults::renderScale);

@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and tests need, when they are missing (chromium: the
-# browser test of the gallery page; time: the peak memory figure of scripts/bench.sh).
+# browser test of the gallery page; time and pango1.0-tools: figures of scripts/bench.sh; the Noto
+# fonts: every script a locale or a record may need).
 set -euo pipefail
-packages=(cmake ninja-build g++ clang pkg-config libclang-rt-14-dev
+packages=(cmake ninja-build g++ clang libclang-rt-dev pkg-config
   libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libpng-dev zlib1g-dev libisal-dev
   liburiparser-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
-  fonts-inter fonts-jetbrains-mono fonts-noto-color-emoji chromium time "$@")
+  fonts-inter fonts-jetbrains-mono fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
+  chromium time pango1.0-tools "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -13,7 +13,7 @@ suppressions=$PWD/scripts/sanitizers
 
 configure() {  # build dir, sanitizers
   cmake -S . -B "$1" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
-    -DVELMORA_SANITIZE="$2" -DVELMORA_BUILD_BENCHMARKS=OFF -DVELMORA_BUILD_TESTS=ON >/dev/null
+    -DVELMORA_SANITIZE="$2" -DVELMORA_WERROR=ON -DVELMORA_BUILD_BENCHMARKS=OFF -DVELMORA_BUILD_TESTS=ON >/dev/null
 }
 
 if [[ $which == all || $which == asan ]]; then

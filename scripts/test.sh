@@ -14,7 +14,7 @@ timed() {  # name, command...
 }
 
 regular() {
-  cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+  cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELMORA_WERROR=ON >/dev/null
   cmake --build build -j "$jobs"
   ctest --test-dir build --output-on-failure -j "$jobs" | tee build/ctest-summary.log
 }

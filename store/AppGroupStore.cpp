@@ -20,22 +20,36 @@ const platform::Logger& sharedLogger() {
 
 namespace {
 
-// Steps 1 to 3 of a read: open the suite (or the standard defaults), take the data value under
-// the key, release the store. A text value, or no value, gives nothing.
-std::optional<store::Data> storedData(std::string_view key, std::string_view storeDirectory) {
+// Steps 1 to 3 of a read: open the suite (the standard defaults when there is no suite at
+// all), take the data value under the key, release the store. A text value, or no value,
+// gives nothing; a store that exists but cannot be read, or a value too large to be a record,
+// gives its fault.
+platform::Result<std::optional<store::Data>> storedData(std::string_view key,
+                                                        std::string_view storeDirectory) {
     const auto folder = store::storeDirectory(storeDirectory);
-    auto suite = store::DefaultsStore::openSuite(platform::appGroupIdentifier(), folder);
-    if (!suite) return store::DefaultsStore::standard(folder).dataForKey(key);
-    return suite->dataForKey(key);
+    const auto suite = store::DefaultsStore::openSuite(platform::appGroupIdentifier(), folder);
+    if (!suite) return suite.error();
+    if (suite.value()) return suite.value()->dataForKey(key);
+    const auto standard = store::DefaultsStore::standard(folder);
+    if (!standard) return standard.error();
+    return standard->dataForKey(key);
 }
 
 template <typename T>
 std::optional<T> read(std::string_view key, std::string_view storeDirectory,
                       const platform::Logger& logger) {
     const auto data = storedData(key, storeDirectory);
-    if (!data) return std::nullopt;
+    if (!data) {
+        logger.error([&] {
+            return "AppGroup store read failed for " + std::string(key) + ": " +
+                   data.error().description;
+        });
+        return std::nullopt;
+    }
+    if (!data.value()) return std::nullopt;
 
-    const std::string_view json(reinterpret_cast<const char*>(data->data()), data->size());
+    const auto& bytes = *data.value();
+    const std::string_view json(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     auto decoded = sharedDecoder().decode<T>(json);
     if (decoded) return std::move(decoded).value();
 

@@ -11,9 +11,12 @@
 #include <vector>
 
 // The extension's only access to the store it shares with the host app through the app
-// group. Every read opens the suite afresh (the standard defaults when the suite cannot be
-// opened), takes the bytes under the key, releases the store and decodes the JSON. Nothing is
-// cached. Failures give no value; only a decoding failure is logged, once, at level error.
+// group. Every read opens the suite afresh (the standard defaults when there is no suite),
+// takes the bytes under the key, releases the store and decodes the JSON. Nothing is cached.
+// Failures give no value. A key that is not set, or holds a text, is no failure and logs
+// nothing; a decoding failure, and a store that exists but cannot be read (damaged, foreign,
+// locked past the wait, a value above the size limit: store/DefaultsStore.h), log one line
+// each at level error.
 namespace AppGroupContainer {
 
 // The keys under which the host app leaves its records.

@@ -1,20 +1,42 @@
 #include "store/DefaultsStore.h"
-#include "platform/Deployment.h"
 
+#include "platform/Deployment.h"
 #include "platform/Fatal.h"
 #include "store/StoreLocation.h"
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <system_error>
+#include <thread>
 
 namespace store {
+
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+// A read-only connection's time: when it stops waiting for a writer's lock, and when it stops
+// altogether.
+struct ReadTime {
+    Clock::time_point lockWaitEnd;
+    Clock::time_point deadline;
+};
+
+}  // namespace
 
 struct DefaultsStore::Connection {
     sqlite3* db = nullptr;
     bool writable = false;
+    std::filesystem::path file;
+    ReadTime time{};
 
-    Connection(sqlite3* handle, bool canWrite) : db(handle), writable(canWrite) {}
+    Connection(sqlite3* handle, bool canWrite, std::filesystem::path path)
+        : db(handle), writable(canWrite), file(std::move(path)) {}
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
     ~Connection() { sqlite3_close_v2(db); }
@@ -22,8 +44,15 @@ struct DefaultsStore::Connection {
 
 namespace {
 
-constexpr const char* createTable =
-    "CREATE TABLE IF NOT EXISTS defaults (key TEXT PRIMARY KEY NOT NULL, value) WITHOUT ROWID";
+// The one shape of the table, as SQLite keeps its text in sqlite_schema. A rowid table whose
+// key has an index of its own: a lookup reads the index and then its one row, never the
+// values of the rows it passes.
+constexpr std::string_view tableForm =
+    "CREATE TABLE defaults (key TEXT PRIMARY KEY NOT NULL, value)";
+// The form of earlier versions, where the rows are the key's b-tree: finding a key compares it
+// with whole rows, reading every large value on the way.
+constexpr std::string_view oldTableForm =
+    "CREATE TABLE defaults (key TEXT PRIMARY KEY NOT NULL, value) WITHOUT ROWID";
 
 // A prepared statement, finalized when it goes out of scope.
 class Statement {
@@ -47,49 +76,185 @@ public:
                                  SQLITE_STATIC) == SQLITE_OK;
     }
 
+    [[nodiscard]] std::string_view text(int column) const {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(m_statement, column));
+        return text != nullptr
+                   ? std::string_view(
+                         text, static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column)))
+                   : std::string_view();
+    }
+
 private:
     sqlite3_stmt* m_statement = nullptr;
 };
 
-DefaultsError errorOf(sqlite3* db, std::string_view what) {
+std::string milliseconds(std::chrono::milliseconds duration) {
+    return std::to_string(duration.count()) + " ms";
+}
+
+std::string sizeLimit() {
+    return std::to_string(DefaultsStore::valueSizeLimit >> 20) + " MiB";
+}
+
+platform::Error storeFault(const std::filesystem::path& file, std::string_view what) {
+    return {file.string() + ": " + std::string(what)};
+}
+
+// What SQLite's last failure on a connection means for its store.
+platform::Error sqliteFault(sqlite3* db, const std::filesystem::path& file) {
+    if (db == nullptr) return storeFault(file, "out of memory");
+    const int code = sqlite3_extended_errcode(db);
+    if (code == SQLITE_READONLY_ROLLBACK)
+        return storeFault(file,
+                          "a writer died mid-transaction and left a hot journal, which only a "
+                          "writer can roll back");
+    switch (code & 0xff) {
+        case SQLITE_BUSY:
+            return storeFault(
+                file, "still locked by a writer after " + milliseconds(DefaultsStore::busyTimeout));
+        case SQLITE_INTERRUPT:
+            return storeFault(file,
+                              "read stopped after " + milliseconds(DefaultsStore::readBudget));
+        case SQLITE_TOOBIG:
+            return storeFault(file, "value exceeds the " + sizeLimit() + " limit");
+        default:
+            return storeFault(file, sqlite3_errmsg(db));
+    }
+}
+
+platform::Error errorOf(sqlite3* db, std::string_view what) {
     std::string text(what);
     text += ": ";
     text += db != nullptr ? sqlite3_errmsg(db) : "out of memory";
     return {std::move(text)};
 }
 
+// SQLite opens a database file with a plain open(2), which blocks on a FIFO until someone
+// writes to it. Readers check that the file is a regular one first, but it may be swapped in
+// between: opened non-blocking, a FIFO reads as an empty file instead. Regular files ignore
+// the flag.
+int openNonBlocking(const char* path, int flags, int mode) {
+    return ::open(path, flags | O_NONBLOCK, mode);
+}
+
 // Process-wide SQLite settings, made once before the first connection: no memory statistics,
-// which would take a global mutex on every allocation of every read. When SQLite was already
-// started by someone else the settings are refused and its defaults stay: harmless.
+// which would take a global mutex on every allocation of every read, and non-blocking opens.
+// When SQLite was already started by someone else the first is refused and its default stays.
 void configureSqliteOnce() {
     static const bool configured = [] {
-        return sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK;
+        sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+        sqlite3_vfs* vfs = sqlite3_vfs_find(nullptr);
+        return vfs != nullptr && vfs->iVersion >= 3 &&
+               vfs->xSetSystemCall(vfs, "open",
+                                   reinterpret_cast<sqlite3_syscall_ptr>(&openNonBlocking)) ==
+                   SQLITE_OK;
     }();
     (void)configured;
 }
 
-// A read-only connection, or none when the file is missing or cannot be opened. Rollback
-// journal mode is the writer's, so a reader creates no file at all.
-sqlite3* openReadOnly(const std::filesystem::path& file) {
-    configureSqliteOnce();
-    sqlite3* db = nullptr;
-    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) !=
-        SQLITE_OK) {
-        sqlite3_close_v2(db);
-        return nullptr;
+// A busy handler that waits for a writer's lock with SQLite's own back-off, until the
+// connection's lock wait ends.
+int waitForWriter(void* context, int attempt) {
+    constexpr std::array<int, 12> delays = {1, 2, 5, 10, 15, 20, 25, 25, 25, 50, 50, 100};
+    const auto left = static_cast<const ReadTime*>(context)->lockWaitEnd - Clock::now();
+    if (left <= Clock::duration::zero()) return 0;
+    const std::chrono::milliseconds delay(
+        delays[std::min<std::size_t>(static_cast<std::size_t>(attempt), delays.size() - 1)]);
+    std::this_thread::sleep_for(std::min<Clock::duration>(delay, left));
+    return 1;
+}
+
+// The progress handler: stops a statement once the connection's deadline has passed. Called
+// every few virtual machine steps (a lookup takes about twenty), so that even a short statement
+// notices.
+int pastDeadline(void* context) {
+    return Clock::now() >= static_cast<const ReadTime*>(context)->deadline;
+}
+constexpr int progressSteps = 4;
+
+// A database in write-ahead-log mode, or a -wal file beside one, makes SQLite create or
+// delete files beside it even on a read-only connection. In exclusive locking mode it gives up
+// with an I/O error instead, having changed nothing; this tells that error apart afterwards.
+// The header is read through SQLite's own file handle: opening and closing a descriptor of our
+// own would drop the POSIX locks that other connections of this process hold on the file.
+bool writeAheadLogMode(sqlite3* db, const std::filesystem::path& file) {
+    std::error_code ignored;
+    if (std::filesystem::exists(file.string() + "-wal", ignored)) return true;
+    sqlite3_file* handle = nullptr;
+    if (sqlite3_file_control(db, "main", SQLITE_FCNTL_FILE_POINTER, &handle) != SQLITE_OK ||
+        handle == nullptr || handle->pMethods == nullptr)
+        return false;
+    // Bytes 18 and 19, the file format's write and read versions, are 2 in that mode.
+    std::array<unsigned char, 20> header{};
+    return handle->pMethods->xRead(handle, header.data(), static_cast<int>(header.size()), 0) ==
+               SQLITE_OK &&
+           (header[18] == 2 || header[19] == 2);
+}
+
+// The text of `defaults` in sqlite_schema; nothing when there is no such table or view.
+platform::Result<std::optional<std::string>> schemaOf(sqlite3* db,
+                                                      const std::filesystem::path& file) {
+    Statement schema(
+        db, "SELECT sql FROM sqlite_schema WHERE name = 'defaults' AND type IN ('table', 'view')");
+    if (!schema.ok()) return sqliteFault(db, file);
+    switch (sqlite3_step(schema.get())) {
+        case SQLITE_ROW:
+            return std::optional<std::string>(schema.text(0));
+        case SQLITE_DONE:
+            return std::optional<std::string>();
+        default:
+            return sqliteFault(db, file);
     }
-    sqlite3_busy_timeout(db, DefaultsStore::busyTimeoutMilliseconds);
-    // A reader's connection lives for one lookup. In exclusive locking mode the shared lock
-    // that the schema read takes is kept until the connection closes, so the lookup runs in
-    // the same snapshot instead of locking, checking for a hot journal and unlocking a second
-    // time (about a third of a read's system calls). Writers wait for it through their busy
-    // timeout, as they would for any reader.
-    sqlite3_exec(db, "PRAGMA locking_mode=EXCLUSIVE", nullptr, nullptr, nullptr);
-    return db;
+}
+
+platform::Error otherTable(const std::filesystem::path& file) {
+    return storeFault(
+        file, "defaults is not the table " + std::string(tableForm.substr(tableForm.find('('))));
+}
+
+// A reader's check of the table before its first lookup: the writer's shape and nothing else,
+// so that a lookup never runs a view, a generated column or a scan.
+platform::Result<void> checkTable(sqlite3* db, const std::filesystem::path& file) {
+    const auto schema = schemaOf(db, file);
+    if (!schema) return schema.error();
+    if (!schema.value()) return storeFault(file, "holds no defaults table");
+    if (*schema.value() == tableForm) return {};
+    if (*schema.value() == oldTableForm)
+        return storeFault(file,
+                          "holds defaults in the WITHOUT ROWID form of earlier versions, which "
+                          "the host app's next write converts");
+    return otherTable(file);
 }
 
 bool execute(sqlite3* db, const char* sql) {
     return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+// The writer's table: created when missing, converted from the old form (in one transaction,
+// so that readers see one form or the other).
+platform::Result<void> prepareTable(sqlite3* db, const std::filesystem::path& file) {
+    const auto schema = schemaOf(db, file);
+    if (!schema) return schema.error();
+    if (!schema.value()) {
+        if (execute(db,
+                    "CREATE TABLE IF NOT EXISTS defaults (key TEXT PRIMARY KEY NOT NULL, value)"))
+            return {};
+        return errorOf(db, "cannot create the table in " + file.string());
+    }
+    if (*schema.value() == tableForm) return {};
+    if (*schema.value() != oldTableForm) return otherTable(file);
+    if (execute(db,
+                "BEGIN IMMEDIATE;"
+                "CREATE TEMP TABLE converted AS SELECT key, value FROM defaults;"
+                "DROP TABLE defaults;"
+                "CREATE TABLE defaults (key TEXT PRIMARY KEY NOT NULL, value);"
+                "INSERT INTO defaults SELECT key, value FROM converted;"
+                "DROP TABLE converted;"
+                "COMMIT"))
+        return {};
+    auto error = errorOf(db, "cannot convert " + file.string());
+    execute(db, "ROLLBACK");
+    return error;
 }
 
 }  // namespace
@@ -100,26 +265,77 @@ DefaultsStore::DefaultsStore(DefaultsStore&&) noexcept = default;
 DefaultsStore& DefaultsStore::operator=(DefaultsStore&&) noexcept = default;
 DefaultsStore::~DefaultsStore() = default;
 
-std::optional<DefaultsStore> DefaultsStore::openSuite(std::string_view suiteName,
-                                                      const std::filesystem::path& folder) {
-    sqlite3* db = openReadOnly(store::domainFile(folder, suiteName));
-    if (db == nullptr) return std::nullopt;
-    return DefaultsStore(std::make_unique<Connection>(db, false));
+platform::Result<std::optional<DefaultsStore>> DefaultsStore::openReadOnly(
+    const std::filesystem::path& file) {
+    const auto opened = Clock::now();
+    configureSqliteOnce();
+
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR) return std::optional<DefaultsStore>();
+        return storeFault(file, std::generic_category().message(errno));
+    }
+    if (!S_ISREG(status.st_mode)) {
+        const char* kind = S_ISDIR(status.st_mode)    ? "a folder"
+                           : S_ISFIFO(status.st_mode) ? "a FIFO"
+                           : S_ISSOCK(status.st_mode) ? "a socket"
+                                                      : "a device";
+        return storeFault(file, std::string("is ") + kind + ", not a database file");
+    }
+    // A writer that has just created the file leaves it empty until its table is in: a store
+    // without keys.
+    if (status.st_size == 0) return std::optional<DefaultsStore>(DefaultsStore(nullptr));
+
+    sqlite3* db = nullptr;
+    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) !=
+        SQLITE_OK) {
+        auto error = sqliteFault(db, file);
+        sqlite3_close_v2(db);
+        return error;
+    }
+    auto connection = std::make_unique<Connection>(db, false, file);
+    connection->time = {opened + busyTimeout, opened + readBudget};
+    sqlite3_busy_handler(db, waitForWriter, &connection->time);
+    sqlite3_progress_handler(db, progressSteps, pastDeadline, &connection->time);
+    // No string or blob above the limit is ever loaded, whatever a lookup meets.
+    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, static_cast<int>(valueSizeLimit));
+    // A reader's connection lives for one lookup. In exclusive locking mode the shared lock
+    // that the schema read takes is kept until the connection closes, so the lookup runs in
+    // the same snapshot instead of locking, checking for a hot journal and unlocking a second
+    // time (about a third of a read's system calls). Writers wait for it through their busy
+    // timeout, as they would for any reader. In this mode SQLite also refuses a database in
+    // write-ahead-log mode rather than create a -shm or -wal file beside it.
+    execute(db, "PRAGMA locking_mode=EXCLUSIVE");
+
+    if (auto checked = checkTable(db, file); !checked) {
+        if ((sqlite3_errcode(db) & 0xff) == SQLITE_IOERR && writeAheadLogMode(db, file))
+            return storeFault(file,
+                              "is in write-ahead-log mode, which a reader cannot open without "
+                              "changing files beside it");
+        return checked.error();
+    }
+    return std::optional<DefaultsStore>(DefaultsStore(std::move(connection)));
 }
 
-DefaultsStore DefaultsStore::standard(const std::filesystem::path& folder) {
-    sqlite3* db = openReadOnly(store::domainFile(folder, platform::bundleIdentifier()));
-    if (db == nullptr) return DefaultsStore(nullptr);
-    return DefaultsStore(std::make_unique<Connection>(db, false));
+platform::Result<std::optional<DefaultsStore>> DefaultsStore::openSuite(
+    std::string_view suiteName, const std::filesystem::path& folder) {
+    return openReadOnly(store::domainFile(folder, suiteName));
 }
 
-std::variant<DefaultsStore, DefaultsError> DefaultsStore::openForWriting(
-    std::string_view domain, const std::filesystem::path& folder) {
+platform::Result<DefaultsStore> DefaultsStore::standard(const std::filesystem::path& folder) {
+    auto opened = openReadOnly(store::domainFile(folder, platform::bundleIdentifier()));
+    if (!opened) return opened.error();
+    if (!opened.value()) return DefaultsStore(nullptr);
+    return std::move(*std::move(opened).value());
+}
+
+platform::Result<DefaultsStore> DefaultsStore::openForWriting(std::string_view domain,
+                                                              const std::filesystem::path& folder) {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error)
-        return DefaultsError{"cannot create the store folder " + folder.string() + ": " +
-                             error.message()};
+        return platform::Error{"cannot create the store folder " + folder.string() + ": " +
+                               error.message()};
 
     const auto file = store::domainFile(folder, domain);
     configureSqliteOnce();
@@ -127,49 +343,60 @@ std::variant<DefaultsStore, DefaultsError> DefaultsStore::openForWriting(
     const int opened =
         sqlite3_open_v2(file.c_str(), &db,
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-    auto connection = std::make_unique<Connection>(db, true);
+    auto connection = std::make_unique<Connection>(db, true, file);
     if (opened != SQLITE_OK) return errorOf(db, "cannot open " + file.string());
-    sqlite3_busy_timeout(db, busyTimeoutMilliseconds);
+    sqlite3_busy_timeout(db, static_cast<int>(busyTimeout.count()));
     // Readers open the file read-only and must never need a -wal or -shm file beside it.
-    if (!execute(db, "PRAGMA journal_mode=DELETE") || !execute(db, createTable))
+    if (!execute(db, "PRAGMA journal_mode=DELETE"))
         return errorOf(db, "cannot prepare " + file.string());
+    if (auto prepared = prepareTable(db, file); !prepared) return prepared.error();
     return DefaultsStore(std::move(connection));
 }
 
-std::optional<DefaultsValue> DefaultsStore::valueForKey(std::string_view key) const {
-    if (!m_connection) return std::nullopt;
-    // A database that is not ours (no such table) or cannot be read holds no value either.
-    Statement select(m_connection->db, "SELECT value FROM defaults WHERE key = ?1");
-    if (!select.ok() || !select.bindText(1, key)) return std::nullopt;
-    if (sqlite3_step(select.get()) != SQLITE_ROW) return std::nullopt;
+platform::Result<std::optional<DefaultsValue>> DefaultsStore::lookup(std::string_view key,
+                                                                     bool textToo) const {
+    using Found = std::optional<DefaultsValue>;
+    if (!m_connection) return Found();
+    sqlite3* db = m_connection->db;
+    // The size first, from the row's header: a value above the limit is never read.
+    Statement select(db,
+                     "SELECT length(value), CASE WHEN length(value) <= ?3 THEN value END "
+                     "FROM defaults WHERE key = ?1 AND typeof(value) IN ('blob', ?2)");
+    if (!select.ok() || !select.bindText(1, key) ||
+        !select.bindText(2, textToo ? "text" : "blob") ||
+        sqlite3_bind_int64(select.get(), 3, static_cast<sqlite3_int64>(valueSizeLimit)) !=
+            SQLITE_OK)
+        return sqliteFault(db, m_connection->file);
+    const int step = sqlite3_step(select.get());
+    if (step == SQLITE_DONE) return Found();
+    if (step != SQLITE_ROW) return sqliteFault(db, m_connection->file);
 
     sqlite3_stmt* row = select.get();
-    switch (sqlite3_column_type(row, 0)) {
+    switch (sqlite3_column_type(row, 1)) {
         case SQLITE_BLOB: {
-            const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(row, 0));
-            const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, 0));
-            return DefaultsValue(std::in_place_type<Data>, bytes, bytes + size);
+            const auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(row, 1));
+            const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, 1));
+            return Found(std::in_place, std::in_place_type<Data>, bytes, bytes + size);
         }
-        case SQLITE_TEXT: {
-            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, 0));
-            const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, 0));
-            return DefaultsValue(std::in_place_type<std::string>, text, size);
-        }
+        case SQLITE_TEXT:
+            return Found(std::in_place, std::in_place_type<std::string>, select.text(1));
         default:
-            return std::nullopt;
+            return storeFault(m_connection->file,
+                              "value of " + std::to_string(sqlite3_column_int64(row, 0)) +
+                                  " bytes exceeds the " + sizeLimit() + " limit");
     }
 }
 
-std::optional<Data> DefaultsStore::dataForKey(std::string_view key) const {
-    auto value = valueForKey(key);
-    if (!value || !std::holds_alternative<Data>(*value)) return std::nullopt;
-    return std::get<Data>(std::move(*value));
+platform::Result<std::optional<DefaultsValue>> DefaultsStore::valueForKey(
+    std::string_view key) const {
+    return lookup(key, true);
 }
 
-std::optional<std::string> DefaultsStore::stringForKey(std::string_view key) const {
-    auto value = valueForKey(key);
-    if (!value || !std::holds_alternative<std::string>(*value)) return std::nullopt;
-    return std::get<std::string>(std::move(*value));
+platform::Result<std::optional<Data>> DefaultsStore::dataForKey(std::string_view key) const {
+    auto value = lookup(key, false);
+    if (!value) return value.error();
+    if (!value.value()) return std::optional<Data>();
+    return std::optional<Data>(std::get<Data>(std::move(*value.value())));
 }
 
 namespace {
@@ -177,7 +404,7 @@ namespace {
 // Runs one statement on the key inside its own immediate transaction, so that a reader sees
 // either the old value or the new one.
 template <typename Bind>
-std::optional<DefaultsError> writeKey(sqlite3* db, std::string_view sql, Bind bind) {
+platform::Result<void> writeKey(sqlite3* db, std::string_view sql, Bind bind) {
     if (!execute(db, "BEGIN IMMEDIATE")) return errorOf(db, "cannot begin a transaction");
     {
         Statement statement(db, sql);
@@ -192,7 +419,7 @@ std::optional<DefaultsError> writeKey(sqlite3* db, std::string_view sql, Bind bi
         execute(db, "ROLLBACK");
         return error;
     }
-    return std::nullopt;
+    return {};
 }
 
 constexpr std::string_view upsert =
@@ -201,8 +428,8 @@ constexpr std::string_view upsert =
 
 }  // namespace
 
-std::optional<DefaultsError> DefaultsStore::setData(std::string_view key,
-                                                    std::span<const std::uint8_t> bytes) {
+platform::Result<void> DefaultsStore::setData(std::string_view key,
+                                              std::span<const std::uint8_t> bytes) {
     VELMORA_ASSERT(m_connection && m_connection->writable);
     return writeKey(m_connection->db, upsert, [&](Statement& statement) {
         // A zero-length blob still has to be a BLOB, not NULL: bind it as a zeroblob.
@@ -213,14 +440,14 @@ std::optional<DefaultsError> DefaultsStore::setData(std::string_view key,
     });
 }
 
-std::optional<DefaultsError> DefaultsStore::setString(std::string_view key, std::string_view text) {
+platform::Result<void> DefaultsStore::setString(std::string_view key, std::string_view text) {
     VELMORA_ASSERT(m_connection && m_connection->writable);
     return writeKey(m_connection->db, upsert, [&](Statement& statement) {
         return statement.bindText(1, key) && statement.bindText(2, text);
     });
 }
 
-std::optional<DefaultsError> DefaultsStore::removeObject(std::string_view key) {
+platform::Result<void> DefaultsStore::removeObject(std::string_view key) {
     VELMORA_ASSERT(m_connection && m_connection->writable);
     return writeKey(m_connection->db, "DELETE FROM defaults WHERE key = ?1",
                     [&](Statement& statement) { return statement.bindText(1, key); });

@@ -11,13 +11,16 @@ namespace timeline {
 
 // The widget host's request vocabulary: what a provider is asked with and what it answers.
 
-// Handed to every provider request. The providers in this system consult only the clock.
+// Handed to every provider request. The providers in this system consult only the clock, which
+// the host always names: the system clock, --at's fixed one or a simulation's.
 struct TimelineProviderContext {
+    explicit TimelineProviderContext(const platform::Clock& clock) : clock(&clock) {}
+
     WidgetFamily family = WidgetFamily::systemMedium;
     bool isPreview = false;
     double displayWidth = 0;
     double displayHeight = 0;
-    const platform::Clock* clock = &platform::systemClock();
+    const platform::Clock* clock;
     // The folder of the shared store; empty means the one the environment names.
     std::string storeDirectory;
 

@@ -2,6 +2,7 @@
 
 #include "platform/Formatters.h"
 #include "style/Palette.h"
+#include "timeline/WidgetLinks.h"
 #include "watchlist/WatchlistRows.h"
 
 #include <algorithm>
@@ -16,7 +17,6 @@ using AppGroupContainer::WatchlistRow;
 
 namespace {
 
-constexpr std::string_view detailLinkPrefix = "velmora://stock-detail?ticker=";
 constexpr std::string_view dashboardLink = "velmora://stock-universe-dashboard?tab=watchlist";
 
 constexpr std::size_t mediumRowCount = 4;
@@ -53,12 +53,6 @@ std::vector<WatchlistRow> displayRows(const std::vector<WatchlistRow>& rows) {
 
 std::string relativeTimeText(platform::Date date, const EnvironmentValues& env) {
     return platform::formatRelativeDateTime(date, env.now, env.locale);
-}
-
-std::optional<platform::Url> stockDetailURL(std::string_view ticker) {
-    std::string text(detailLinkPrefix);
-    text += ticker;  // unchanged: no escaping, no case change, no trimming
-    return platform::Url::parse(text);
 }
 
 std::optional<platform::Url> dashboardWatchlistURL() {

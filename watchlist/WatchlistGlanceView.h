@@ -34,9 +34,6 @@ struct WatchlistGlanceView {
 // "2m ago": the age of `date` at the moment of drawing (env.now), in env.locale.
 [[nodiscard]] std::string relativeTimeText(platform::Date date, const ui::EnvironmentValues& env);
 
-// "velmora://stock-detail?ticker=" with the ticker appended unchanged; nothing when that is
-// not a valid URL (a ticker with a space, say).
-[[nodiscard]] std::optional<platform::Url> stockDetailURL(std::string_view ticker);
 // "velmora://stock-universe-dashboard?tab=watchlist".
 [[nodiscard]] std::optional<platform::Url> dashboardWatchlistURL();
 

@@ -2,6 +2,7 @@
 
 #include "style/Palette.h"
 #include "style/SignalColor.h"
+#include "style/SignalLabel.h"
 #include "watchlist/Formatting.h"
 
 #include <string>
@@ -17,14 +18,7 @@ using AppGroupContainer::WatchlistRow;
 
 namespace {
 
-struct BadgeMetrics {
-    double fontSize;
-    double horizontalPadding;
-    double verticalPadding;
-    double cornerRadius;
-};
-
-constexpr BadgeMetrics metricsOf(SignalBadgeSize size) {
+constexpr SignalLabelMetrics metricsOf(SignalBadgeSize size) {
     switch (size) {
         case SignalBadgeSize::small:
             return {8, 4, 2, 3};
@@ -61,15 +55,7 @@ View companyText(const std::string& name, double size) {
 }  // namespace
 
 View signalBadge(std::string_view signal, SignalBadgeSize size) {
-    const BadgeMetrics metrics = metricsOf(size);
-    const Color color = signalColor(signal);
-    return Text(Verbatim{std::string(signal)})
-        .font(Font::system(metrics.fontSize, FontWeight::semibold))
-        .padding(Edges::horizontal, metrics.horizontalPadding)
-        .padding(Edges::vertical, metrics.verticalPadding)
-        .background(color.opacity(0.18))
-        .foregroundColor(color)
-        .clipShape(RoundedRectangle{metrics.cornerRadius, RoundedCornerStyle::continuous});
+    return signalLabel(signal, metricsOf(size));
 }
 
 View smallRowBlock(const WatchlistRow& row) {

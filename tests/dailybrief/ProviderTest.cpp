@@ -91,8 +91,7 @@ TEST(DailyBriefProvider, PlaceholderCarriesTheSampleBriefWhateverIsStored) {
     tempstore::TempStore store;
     store.putData(dailyBriefKey, storedBrief);
     const TickingClock clock(utc(2025, 11, 16, 9, 0, 0));
-    TimelineProviderContext context;
-    context.clock = &clock;
+    TimelineProviderContext context(clock);
     context.storeDirectory = store.directory();
 
     const auto entry = DailyBriefTimelineProvider().placeholder(context);
@@ -109,8 +108,7 @@ TEST(DailyBriefProvider, PlaceholderCarriesTheSampleBriefWhateverIsStored) {
 TEST(DailyBriefProvider, EmptyOrUnreadableStoreGivesAnEntryWithoutBrief) {
     tempstore::TempStore store;
     const platform::FixedClock clock(utc(2025, 11, 16, 5, 0, 0));
-    TimelineProviderContext context;
-    context.clock = &clock;
+    TimelineProviderContext context(clock);
     context.storeDirectory = store.directory();
     const DailyBriefTimelineProvider provider;
 
@@ -138,8 +136,7 @@ TEST(DailyBriefProvider, SnapshotAndTimelineHoldTheStoredBriefUnchanged) {
     tempstore::TempStore store;
     store.putData(dailyBriefKey, storedBrief);
     const TickingClock clock(utc(2025, 12, 31, 6, 29, 59));
-    TimelineProviderContext context;
-    context.clock = &clock;
+    TimelineProviderContext context(clock);
     context.storeDirectory = store.directory();
     const DailyBriefTimelineProvider provider;
 

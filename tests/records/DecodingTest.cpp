@@ -1,33 +1,30 @@
 #include "records/CodingKeys.h"
 #include "records/JSONDecoder.h"
+#include "records/JSONEncoder.h"
 #include "tests/support/Samples.h"
 
 #include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
 
 namespace {
 
 using namespace AppGroupContainer;
 using Json = nlohmann::json;
+using samples::with;
 
 const JSONDecoder decoder;
-
-// A sample record with one member changed (or removed, for a discarded value).
-std::string with(const std::string& record, const std::string& key,
-                 const Json& value = Json(Json::value_t::discarded)) {
-    Json json = Json::parse(record);
-    value.is_discarded() ? void(json.erase(key)) : void(json[key] = value);
-    return json.dump();
-}
 
 template <typename T>
 std::string errorOf(const std::string& json) {
     const auto result = decoder.decode<T>(json);
     return result ? std::string("(decoded)") : result.error().description;
 }
-std::string briefError(const std::string& key, const Json& value = Json(Json::value_t::discarded)) {
+std::string briefError(const std::string& key, const Json& value = Json::value_t::discarded) {
     return errorOf<DailyBrief>(with(samples::brief, key, value));
+}
+template <typename T>
+std::optional<T> decoded(const std::string& json) {
+    const auto result = decoder.decode<T>(json);
+    return result ? std::optional<T>(result.value()) : std::nullopt;
 }
 std::string row(const std::string& members) {
     return R"({"ticker":"X","price":1,"changePct":0)" + members + "}";
@@ -48,52 +45,39 @@ platform::Date utc(int y, unsigned m, unsigned d, int hh, int mm) {
     return platform::Date(sys_days(year(y) / month(m) / day(d))) + hours(hh) + minutes(mm);
 }
 
-TEST(Decoding, ReadsEveryFieldOfEachRecordWhateverTheOrderAndExtraMembers) {
-    const auto brief = decoder.decode<DailyBrief>(samples::brief);
-    ASSERT_TRUE(brief) << brief.error().description;
-    EXPECT_EQ(brief.value(), (DailyBrief{"NVDA", "NVIDIA", "Momentum continues.", "Buy", 78,
-                                         utc(2025, 11, 16, 5, 45)}));
-    const auto snapshot = decoder.decode<PortfolioSnapshot>(samples::snapshot);
-    ASSERT_TRUE(snapshot) << snapshot.error().description;
-    EXPECT_EQ(snapshot.value(), (PortfolioSnapshot{10000, 250.5, 2.5, -12.25, -0.12, 12,
-                                                   "Broker sync", utc(2025, 11, 16, 5, 0)}));
-    const auto rows = decoder.decode<std::vector<WatchlistRow>>(samples::rows);
-    ASSERT_TRUE(rows) << rows.error().description;
-    EXPECT_EQ(rows.value(),
+TEST(Decoding, ReadsEveryFieldOfEachRecordVerbatimWhateverTheOrderAndExtraMembers) {
+    const DailyBrief brief{"NVDA", "NVIDIA", "Momentum continues.",
+                           "Buy",  78,       utc(2025, 11, 16, 5, 45)};
+    EXPECT_EQ(decoded<DailyBrief>(samples::brief), brief);
+    EXPECT_EQ(decoded<PortfolioSnapshot>(samples::snapshot),
+              (PortfolioSnapshot{10000, 250.5, 2.5, -12.25, -0.12, 12, "Broker sync",
+                                 utc(2025, 11, 16, 5, 0)}));
+    EXPECT_EQ(decoded<std::vector<WatchlistRow>>(samples::rows),
               (std::vector<WatchlistRow>{{"AAPL", "Apple Inc.", 187.32, 0.84, "Buy", 72},
                                          {"MSFT", std::nullopt, 410, -1.5}}));
+    EXPECT_EQ(decoded<std::vector<WatchlistRow>>("[" + row("") + "," + row("") + "]"),
+              (std::vector<WatchlistRow>(2, {"X", {}, 1, 0})));
+    EXPECT_EQ(decoded<std::vector<WatchlistRow>>("[]"), std::vector<WatchlistRow>());
 
     // Extra members and member order do not matter.
-    const auto extra = decoder.decode<DailyBrief>(
-        with(with(samples::brief, "sentiment", Json::object({{"x", 1}})), "Ticker", 5));
-    const auto reordered = decoder.decode<DailyBrief>(
-        R"({"generatedAt":"2025-11-16T05:45:00Z","score":78,"signal":"Buy",)"
-        R"("summary":"Momentum continues.","companyName":"NVIDIA","ticker":"NVDA"})");
-    ASSERT_TRUE(extra && reordered);
-    EXPECT_EQ(extra.value(), brief.value());
-    EXPECT_EQ(reordered.value(), brief.value());
+    EXPECT_EQ(decoded<DailyBrief>(
+                  with(with(samples::brief, "sentiment", Json::object({{"x", 1}})), "Ticker", 5)),
+              brief);
+    EXPECT_EQ(decoded<DailyBrief>(
+                  R"({"generatedAt":"2025-11-16T05:45:00Z","score":78,"signal":"Buy",)"
+                  R"("summary":"Momentum continues.","companyName":"NVIDIA","ticker":"NVDA"})"),
+              brief);
+    // Texts are taken as they are: spaces, line breaks, escapes, combining marks.
+    const std::string summary = "  Caf\u00e9 \u2014 r\u00e9sum\u00e9\n\U0001F680  ";
+    EXPECT_EQ(decoded<DailyBrief>(with(samples::brief, "summary", summary)).value().summary,
+              summary);
+    const auto escaped = decoded<WatchlistRow>(
+        R"({"ticker":"\u0041\u030a","price":1,"changePct":0,"signal":"Strong\tBuy"})");
+    EXPECT_EQ(escaped.value().ticker, "A\u030a");  // byte for byte: not composed
+    EXPECT_EQ(escaped.value().signal, "Strong\tBuy");
 }
 
-TEST(Decoding, OptionalMembersMayBeAbsentOrNull) {
-    for (const auto& json :
-         {with(samples::brief, "companyName"), with(samples::brief, "companyName", nullptr)}) {
-        const auto brief = decoder.decode<DailyBrief>(json);
-        ASSERT_TRUE(brief) << json;
-        EXPECT_FALSE(brief.value().companyName.has_value());
-    }
-    for (const auto& json : {row(""), row(R"(,"companyName":null,"signal":null,"score":null)")}) {
-        const auto decoded = decoder.decode<WatchlistRow>(json);
-        ASSERT_TRUE(decoded) << json;
-        EXPECT_FALSE(decoded.value().companyName || decoded.value().signal ||
-                     decoded.value().score);
-    }
-    // Present and set, an optional member still has to have its type.
-    expectAll({{errorOf<WatchlistRow>(row(R"(,"score":"high")")),
-                "score: expected a number, found a string"},
-               {briefError("companyName", 5), "companyName: expected a string, found a number"}});
-}
-
-TEST(Decoding, RequiredMembersMustBePresentAndNotNull) {
+TEST(Decoding, MembersMustBePresentNotNullAndOfTheirType) {
     for (auto name : PortfolioSnapshot::codingKeyNames) {
         const std::string key(name);
         EXPECT_EQ(errorOf<PortfolioSnapshot>(with(samples::snapshot, key)),
@@ -104,17 +88,22 @@ TEST(Decoding, RequiredMembersMustBePresentAndNotNull) {
     }
     for (const char* key : {"ticker", "summary", "signal", "score", "generatedAt"})
         EXPECT_EQ(briefError(key), "missing key \"" + std::string(key) + "\"");
+    // Optional members may be absent or null.
+    for (const auto& json :
+         {with(samples::brief, "companyName"), with(samples::brief, "companyName", nullptr)})
+        EXPECT_EQ(decoded<DailyBrief>(json).value().companyName, std::nullopt);
+    for (const auto& json : {row(""), row(R"(,"companyName":null,"signal":null,"score":null)")})
+        EXPECT_EQ(decoded<WatchlistRow>(json), (WatchlistRow{"X", {}, 1, 0}));
     expectAll({
+        // Present and set, an optional member still has to have its type.
+        {errorOf<WatchlistRow>(row(R"(,"score":"high")")),
+         "score: expected a number, found a string"},
+        {briefError("companyName", 5), "companyName: expected a string, found a number"},
         {briefError("summary", nullptr), "summary: expected a string, found null"},
         {errorOf<WatchlistRow>(R"({"ticker":"X","price":null,"changePct":0})"),
          "price: expected a number, found null"},
         {errorOf<WatchlistRow>(R"({"Ticker":"X","price":1,"changePct":0})"),  // case-sensitive
          "missing key \"ticker\""},
-    });
-}
-
-TEST(Decoding, MembersMustHaveTheirFieldsType) {
-    expectAll({
         {briefError("ticker", 42), "ticker: expected a string, found a number"},
         {briefError("score", "78"), "score: expected a number, found a string"},
         {briefError("score", true), "score: expected a number, found a boolean"},
@@ -124,13 +113,16 @@ TEST(Decoding, MembersMustHaveTheirFieldsType) {
         {errorOf<PortfolioSnapshot>(with(samples::snapshot, "holdingCount", "12")),
          "holdingCount: expected an integer, found a string"},
     });
-    // Any JSON number is a number: integer literals, exponents, negative zero.
-    for (const char* literal : {"42", "-7", "1.5e3", "-0", "0.000001", "18446744073709551615"}) {
-        const auto decoded = decoder.decode<WatchlistRow>(
-            std::string(R"({"ticker":"X","changePct":0,"price":)") + literal + "}");
-        ASSERT_TRUE(decoded) << literal;
-        EXPECT_EQ(decoded.value().price, std::strtod(literal, nullptr)) << literal;
-    }
+    // Any JSON number is a number: integer literals, exponents, negative zero, integers beyond
+    // the 64-bit range.
+    for (const char* literal :
+         {"42", "-7", "1.5e3", "-0", "0.000001", "18446744073709551615", "-9223372036854775809"})
+        EXPECT_EQ(decoded<WatchlistRow>(R"({"ticker":"X","changePct":0,"price":)" +
+                                        std::string(literal) + "}")
+                      .value()
+                      .price,
+                  std::strtod(literal, nullptr))
+            << literal;
 }
 
 TEST(Decoding, HoldingCountMustBeAnIntegralNumberInRange) {
@@ -153,11 +145,18 @@ TEST(Decoding, HoldingCountMustBeAnIntegralNumberInRange) {
         {count("9223372036854775808"), "holdingCount: 9223372036854775808" + range},
         {count("1e20"), "holdingCount: 1e+20" + range},
         {count("-1e19"), "holdingCount: -1e+19" + range},
+        // The parser gives these as doubles, which reach 2^63 (or -2^63, rounded): none may be
+        // converted, nor clamped to the end of the range.
+        {count("9223372036854775808.0"), "holdingCount: 9223372036854775808" + range},
+        {count("-9223372036854775809"), "holdingCount: -9223372036854775808" + range},
+        {count("-9223372036854776832"), "holdingCount: -9223372036854775808" + range},
+        {count("-9223372036854775808.0"), "holdingCount: -9223372036854775808" + range},
     });
 }
 
-TEST(Decoding, DatesMustBeInternetDateTimeStrings) {
+TEST(Decoding, DatesMustBeInternetDateTimeStringsWithinTheFourDigitYears) {
     const std::string expected = "generatedAt: expected an RFC 3339 date-time, found ";
+    const std::string outside = "\" falls outside the years 0000 to 9999 in UTC";
     expectAll({
         {briefError("generatedAt", 1763272800), expected + "a number"},
         {briefError("generatedAt", "2025-11-16"), expected + "\"2025-11-16\""},
@@ -169,11 +168,29 @@ TEST(Decoding, DatesMustBeInternetDateTimeStrings) {
         // A long text is cut in the description.
         {briefError("generatedAt", std::string(200, 'x')),
          expected + "\"" + std::string(64, 'x') + "…\""},
+        {briefError("generatedAt", std::string(63, 'x') + "\u00e9\u00e9"),
+         expected + "\"" + std::string(63, 'x') + "…\""},
+        // fuzz_RoundTrip: an offset can carry an instant out of the four-digit years, where the
+        // writing form cannot express it: the host app's writer would break the record.
+        {briefError("generatedAt", "0000-01-01T00:00:00+01:00"),
+         "generatedAt: \"0000-01-01T00:00:00+01:00" + outside},
+        {errorOf<PortfolioSnapshot>(
+             with(samples::snapshot, "updatedAt", "9999-12-31T23:59:59-00:01")),
+         "updatedAt: \"9999-12-31T23:59:59-00:01" + outside},
     });
     const auto offset = decoder.decode<DailyBrief>(
         with(samples::brief, "generatedAt", "2025-11-16T00:45:00-05:00"));
     ASSERT_TRUE(offset);
     EXPECT_EQ(offset.value().generatedAt, utc(2025, 11, 16, 5, 45));
+    // The first and last instants of the range, however their offset spells them, decode and
+    // survive the writer.
+    for (const char* date :
+         {"0000-01-01T00:00:00Z", "0000-01-01T00:00:00+00:00", "0000-01-01T00:00:00-00:01",
+          "9999-12-31T23:59:59z", "9999-12-31T23:59:59-00:00", "9999-12-31T23:59:59+23:59"}) {
+        const auto kept = decoder.decode<DailyBrief>(with(samples::brief, "generatedAt", date));
+        ASSERT_TRUE(kept) << date << ": " << kept.error().description;
+        EXPECT_EQ(decoder.decode<DailyBrief>(encode(kept.value())), kept) << date;
+    }
 }
 
 TEST(Decoding, StructuralErrors) {
@@ -181,6 +198,10 @@ TEST(Decoding, StructuralErrors) {
         return errorOf<std::vector<WatchlistRow>>(json);
     };
     const std::string a = row("");
+    const auto nested = [](int levels) {
+        return R"({"ticker":)" + std::string(levels, '[') + std::string(levels, ']') + "}";
+    };
+    const std::string big = std::string(JSONDecoder::documentSizeLimit, ' ');
     expectAll({
         // Member order in the text is the reverse of field order; the field order decides.
         {errorOf<DailyBrief>(R"({"generatedAt":5,"score":"x","ticker":1})"),
@@ -196,13 +217,12 @@ TEST(Decoding, StructuralErrors) {
         {errorOf<PortfolioSnapshot>("\"text\""), "expected an object, found a string"},
         {errorOf<WatchlistRow>("null"), "expected an object, found null"},
         {list(samples::brief), "expected an array, found an object"},
-        {list("12"), "expected an array, found a number"},
         // Lists decode whole or not at all; the error names the index.
         {list("[" + a + R"(,{"ticker":"B","changePct":0}])"), "[1]: missing key \"price\""},
         {list("[" + a + "," + a + R"(,{"ticker":"C","price":"9","changePct":0}])"),
          "[2].price: expected a number, found a string"},
         {list("[" + a + ",7]"), "[1]: expected an object, found a number"},
-        // Malformed JSON is reported with its offset.
+        // Malformed JSON is reported with its offset, an overlong number by its start.
         {errorOf<DailyBrief>(R"({"ticker": "NVDA",})"), "not valid JSON at offset 18"},
         {errorOf<DailyBrief>(""), "not valid JSON at offset 0"},
         {list("[1,2"), "not valid JSON at offset 4"},
@@ -211,28 +231,17 @@ TEST(Decoding, StructuralErrors) {
         {errorOf<DailyBrief>("{\"ticker\":\"\xff\"}"), "not valid JSON at offset 11"},
         {errorOf<WatchlistRow>(R"({"ticker":"X","price":1e400,"changePct":0})"),
          "not valid JSON: number overflow parsing '1e400'"},
+        {errorOf<WatchlistRow>(R"({"ticker":"X","changePct":0,"price":9)" +
+                               std::string(400000, '9') + "}"),
+         "not valid JSON: number overflow parsing '" + std::string(64, '9') + "…'"},
+        // Decoding stops at 64 levels of nesting and above 1 MiB, before parsing the rest.
+        {errorOf<DailyBrief>(nested(63)), "ticker: expected a string, found an array"},
+        {errorOf<DailyBrief>(nested(64)), "nested deeper than 64 levels at offset 73"},
+        {errorOf<DailyBrief>(R"({"ignored": )" + std::string(400000, '[')),
+         "nested deeper than 64 levels at offset 75"},
+        {errorOf<DailyBrief>(samples::brief + big.substr(samples::brief.size())), "(decoded)"},
+        {list(big + "[]"), "document of 1048578 bytes exceeds the 1 MiB limit"},
     });
-}
-
-TEST(Decoding, ListsKeepStoredOrderAndTextsAreVerbatim) {
-    EXPECT_TRUE(decoder.decode<std::vector<WatchlistRow>>("[]").value().empty());
-    const auto many = decoder.decode<std::vector<WatchlistRow>>(
-        R"([{"ticker":"Z","price":1,"changePct":0},{"ticker":"A","price":2,"changePct":0},)"
-        R"({"ticker":"Z","price":3,"changePct":0}])");
-    ASSERT_TRUE(many);
-    EXPECT_EQ(many.value(),
-              (std::vector<WatchlistRow>{{"Z", {}, 1, 0}, {"A", {}, 2, 0}, {"Z", {}, 3, 0}}));
-    const std::string summary = "  Caf\u00e9 \u2014 r\u00e9sum\u00e9\n\U0001F680  ";
-    const auto brief = decoder.decode<DailyBrief>(
-        with(with(samples::brief, "summary", summary), "ticker", "brk.b"));
-    ASSERT_TRUE(brief);
-    EXPECT_EQ(brief.value().summary, summary);
-    EXPECT_EQ(brief.value().ticker, "brk.b");
-    const auto escaped = decoder.decode<WatchlistRow>(
-        R"({"ticker":"\u0041\u030a","price":1,"changePct":0,"signal":"Strong\tBuy"})");
-    ASSERT_TRUE(escaped);
-    EXPECT_EQ(escaped.value().ticker, "A\u030a");
-    EXPECT_EQ(escaped.value().signal, "Strong\tBuy");
 }
 
 TEST(CodingKeys, OneCasePerFieldInFieldOrder) {

@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 using namespace ui;
 using namespace timeline;
@@ -41,6 +42,16 @@ cairo_status_t readFrom(void* closure, unsigned char* data, unsigned int length)
     return CAIRO_STATUS_SUCCESS;
 }
 
+// A Cairo ARGB32 pixel (premultiplied) with straight alpha.
+Rgba straightFromArgb(std::uint32_t word) {
+    const std::uint32_t a = word >> 24;
+    auto straight = [a](std::uint32_t premultiplied) {
+        return std::uint8_t(a == 0 ? 0 : (premultiplied * 255 + a / 2) / a);
+    };
+    return {straight((word >> 16) & 0xff), straight((word >> 8) & 0xff), straight(word & 0xff),
+            std::uint8_t(a)};
+}
+
 // A PNG decoded by Cairo's reader (libpng and zlib, not our writer's compressor), with
 // straight alpha; an empty bitmap when it does not decode.
 Bitmap decodePng(std::string_view bytes) {
@@ -54,15 +65,8 @@ Bitmap decodePng(std::string_view bytes) {
         for (int y = 0; y < bitmap.height; ++y) {
             const auto* row = reinterpret_cast<const std::uint32_t*>(
                 data + std::size_t(y) * cairo_image_surface_get_stride(surface));
-            for (int x = 0; x < bitmap.width; ++x) {
-                const std::uint32_t a = row[x] >> 24;
-                auto straight = [a](std::uint32_t premultiplied) {
-                    return std::uint8_t(a == 0 ? 0 : (premultiplied * 255 + a / 2) / a);
-                };
-                bitmap.pixels.push_back({straight((row[x] >> 16) & 0xff),
-                                         straight((row[x] >> 8) & 0xff), straight(row[x] & 0xff),
-                                         std::uint8_t(a)});
-            }
+            for (int x = 0; x < bitmap.width; ++x)
+                bitmap.pixels.push_back(straightFromArgb(row[x]));
         }
     }
     cairo_surface_destroy(surface);
@@ -193,6 +197,23 @@ TEST(Painter, PngHoldsThePaintedPixels) {
         ASSERT_EQ(decoded.height, painted.height) << c.name;
         // Straight alpha goes through premultiplication in the reader: a unit of rounding.
         EXPECT_EQ(differingPixels(decoded, painted, 1), 0) << c.name;
+
+        // Drawn into memory of the caller's (with a wider stride and old contents), the same.
+        const auto size = pixelSize(c.list, c.scale);
+        ASSERT_TRUE(size) << c.name;
+        const int stride = size->stride + 64;
+        std::vector<unsigned char> memory(std::size_t(stride) * size->height, 0xAB);
+        ASSERT_FALSE(
+            paintPixels(c.list, c.scale, {memory.data(), size->width, size->height, stride}));
+        Bitmap fromMemory{size->width, size->height, {}};
+        for (int y = 0; y < size->height; ++y) {
+            for (int x = 0; x < size->width; ++x) {
+                std::uint32_t word;
+                std::memcpy(&word, &memory[std::size_t(y) * stride + std::size_t(x) * 4], 4);
+                fromMemory.pixels.push_back(straightFromArgb(word));
+            }
+        }
+        EXPECT_EQ(differingPixels(fromMemory, painted, 1), 0) << c.name;
     }
 }
 

@@ -1,276 +1,193 @@
-// The reads under faults of the store itself: a damaged or foreign database, a writer holding
-// the lock or dying mid-write, a folder that is missing, not a folder or not readable. Every
-// read gives no value (or waits and gives the value), logs nothing, since only decoding
-// failures are logged, and leaves the store as it found it.
+// The reads under faults of the store itself: a suite file that is damaged, foreign, hostile,
+// locked by a writer or left behind by one that died. A read gives no value and logs one line
+// naming the suite's file, never falls back to the standard defaults, ends in bounded time and
+// I/O, and leaves the store as it found it.
 
-#include "store/AppGroupStore.h"
+#include "tests/store/StoreReads.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/DiskState.h"
-#include "tests/support/RecordingSink.h"
-#include "tests/support/Samples.h"
-#include "tests/support/TempStore.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <random>
-#include <string>
 #include <thread>
-#include <vector>
-
-using namespace store;
 
 namespace {
 
-using namespace AppGroupContainer;
+using namespace storereads;
 using childprocess::ChildProcess;
 using diskstate::DiskState;
-using recording::RecordingSink;
-using tempstore::TempStore;
+using testing::ElementsAre;
 using testing::IsEmpty;
 
 const std::string writerProgram = VELMORA_STORE_WRITER;
-
-const std::string otherBrief =
-    R"({"ticker":"AMD","summary":"Fresh brief.","signal":"Hold","score":55,)"
-    R"("generatedAt":"2025-11-17T05:45:00Z"})";
-
-struct Fixture {
-    TempStore store;
-    RecordingSink sink;
-    platform::Logger logger{VELMORA_BUNDLE_ID, "app", sink};
-
-    std::optional<DailyBrief> brief(const std::string& folder) const {
-        return readRecord<DailyBrief>(dailyBriefKey, folder, logger);
-    }
-    std::optional<DailyBrief> brief() const { return brief(store.directory()); }
-
-    // How many reads gave a value: `extraKey` and the three records, `times` times over from
-    // four threads at once.
-    int valuesRead(const std::string& folder, int times, const char* extraKey = nullptr) const {
-        std::vector<std::thread> readers;
-        std::atomic<int> values = 0;
-        for (int t = 0; t < 4; ++t)
-            readers.emplace_back([&] {
-                for (int i = 0; i < times; ++i) {
-                    values += brief(folder).has_value();
-                    values += readRows(watchlistTickersKey, folder, logger).has_value();
-                    values += readRecord<PortfolioSnapshot>(portfolioSnapshotKey, folder, logger)
-                                  .has_value();
-                    if (extraKey)
-                        values += readRecord<DailyBrief>(extraKey, folder, logger).has_value();
-                }
-            });
-        for (auto& reader : readers) reader.join();
-        return values;
-    }
-
-    // No read of `folder` gives a value or logs a line, and the store's folder is left as it was.
-    void expectNothingRead(const std::string& folder, int times = 25) const {
-        const DiskState before(store.folder());
-        EXPECT_EQ(valuesRead(folder, times), 0);
-        EXPECT_THAT(sink.lines(), IsEmpty());
-        EXPECT_EQ(DiskState(store.folder()), before);
-    }
-};
+const std::string otherBrief = samples::with(samples::brief, "ticker", "AMD");
 
 void overwrite(const std::filesystem::path& file, const std::string& bytes) {
     std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-// The store as the host app leaves it, every key set.
-void fill(const TempStore& store) {
-    store.putData(dailyBriefKey, samples::brief);
-    store.putData(watchlistTickersKey, samples::rows);
-    store.putData(portfolioSnapshotKey, samples::snapshot);
+// What this process has read so far, files included.
+long bytesRead() {
+    std::ifstream io("/proc/self/io");
+    std::string name;
+    long value = 0;
+    while (io >> name >> value && name != "rchar:") continue;
+    return value;
 }
 
-// Runs statements on a database file of the test's own making.
-void makeDatabase(const std::filesystem::path& file, const std::string& sql) {
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(file.c_str(), &db), SQLITE_OK);
-    char* message = nullptr;
-    const int executed = sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &message);
-    const std::string error = message != nullptr ? message : "";
-    sqlite3_free(message);
-    sqlite3_close(db);
-    ASSERT_EQ(executed, SQLITE_OK) << error;
+// Turns the filled suite into a fault.
+using Make = std::function<void(const Reads&)>;
+
+struct Fault {
+    std::string what;
+    Make make;
+    std::string logged;  // after "FILE: "; empty when nothing is
+    bool briefRead = false;
+};
+
+Make suiteSql(const std::string& sql) {
+    return [sql](const Reads& f) { runSql(f.store.suiteFile(), sql); };
+}
+Make database(const std::string& sql) {
+    return [sql](const Reads& f) {
+        std::filesystem::remove(f.store.suiteFile());
+        runSql(f.store.suiteFile(), sql);
+    };
+}
+Make damage(const std::function<std::string(const std::string&)>& bytes) {
+    return [bytes](const Reads& f) {
+        const DiskState state(f.store.folder());
+        overwrite(f.store.suiteFile(),
+                  bytes(state.entries.at(f.store.suiteFile().filename()).bytes));
+    };
 }
 
-TEST(Faults, CorruptSuiteDatabaseGivesNoValueSilently) {
-    std::mt19937 random(20251116);
-    std::string noise(4096, '\0');
-    for (char& c : noise) c = static_cast<char>(random());
-
-    // Each damage turns a filled suite file into something that is no readable store.
-    const std::vector<std::pair<std::string, std::function<std::string(const std::string&)>>>
-        damages = {
-            {"random bytes", [&](const std::string&) { return noise; }},
-            {"a line of text", [](const std::string&) { return std::string("not a database\n"); }},
-            {"an empty file", [](const std::string&) { return std::string(); }},
-            {"the header page alone",
-             [](const std::string& good) { return good.substr(0, good.size() / 2); }},
-            {"a scrambled table page",
-             [&](const std::string& good) {
-                 return good.substr(0, good.size() / 2) + noise.substr(0, good.size() / 2);
-             }},
-        };
-    for (const auto& [what, damage] : damages) {
-        SCOPED_TRACE(what);
-        Fixture f;
-        fill(f.store);
-        // The standard defaults hold a brief too; the suite's file exists, so the suite is what
-        // the reads use and the standard defaults stay out of it.
-        f.store.putData(dailyBriefKey, samples::brief, /*standard=*/true);
-        const std::string good =
-            DiskState(f.store.folder()).entries.at(f.store.suiteFile().filename().string()).bytes;
-        ASSERT_EQ(good.size(), 8192u) << "the store's page layout changed";
-        overwrite(f.store.suiteFile(), damage(good));
-        f.expectNothingRead(f.store.directory());
-    }
-}
-
-TEST(Faults, ReadWaitsForAWriterHoldingTheLockAndSeesItsCommit) {
-    Fixture f;
-    fill(f.store);
-    const DailyBrief expected = sharedDecoder().decode<DailyBrief>(otherBrief).value();
-    ASSERT_LT(300, store::DefaultsStore::busyTimeoutMilliseconds);
-
-    // Another process takes the EXCLUSIVE lock, changes the brief and holds on for 300 ms,
-    // well inside the readers' busy timeout. The read cannot see the old brief under that
-    // lock: it waits for the commit and sees the new one.
-    ChildProcess holder({writerProgram, "hold", f.store.directory(), std::string(dailyBriefKey),
-                         otherBrief, "300"});
-    ASSERT_EQ(holder.readLine(), "locked");
-    EXPECT_EQ(f.brief(), expected);
-    EXPECT_EQ(holder.wait(), 0);
-    EXPECT_THAT(f.sink.lines(), IsEmpty());
-}
-
-TEST(Faults, HostAppDyingMidWriteNeverShowsItsHalfWrittenTransaction) {
-    const DailyBrief committed = sharedDecoder().decode<DailyBrief>(samples::brief).value();
-    for (const bool spill : {false, true}) {
-        SCOPED_TRACE(spill ? "died after changed pages reached the database file"
-                           : "died before its journal was synced");
-        Fixture f;
-        fill(f.store);
+// A writer that dies in the middle of replacing the brief, "spill" once it has written into
+// the database file.
+Make abandon(const std::string& spill) {
+    return [spill](const Reads& f) {
         std::vector<std::string> args{writerProgram, "abandon", f.store.directory(),
                                       std::string(dailyBriefKey), otherBrief};
-        if (spill) args.emplace_back("spill");
-        ASSERT_EQ(ChildProcess(args).wait(), 0);
-        const std::filesystem::path journal = f.store.suiteFile().string() + "-journal";
-        ASSERT_TRUE(std::filesystem::exists(journal));
-        if (!spill) {
-            // The database file still holds the last commit, and the journal left behind is
-            // not hot (its header was never written): reads see the committed brief.
-            const DiskState before(f.store.folder());
-            for (int i = 0; i < 20; ++i) ASSERT_EQ(f.brief(), committed);
-            EXPECT_EQ(DiskState(f.store.folder()), before);
-            EXPECT_THAT(f.sink.lines(), IsEmpty());
-            continue;
-        }
-        // The journal is hot: the database must be rolled back before anyone reads it, which
-        // a read-only reader cannot do. Reads give nothing rather than half a transaction, and
-        // leave both files alone.
-        f.expectNothingRead(f.store.directory());
-
-        // The host app's next write rolls the lost transaction back; what was committed before
-        // reads again.
-        f.store.putData(portfolioSnapshotKey, samples::snapshot);
-        EXPECT_FALSE(std::filesystem::exists(journal));
-        EXPECT_EQ(f.brief(), committed);
-        EXPECT_TRUE(readRows(watchlistTickersKey, f.store.directory(), f.logger));
-        EXPECT_FALSE(readRecord<DailyBrief>("filler1", f.store.directory(), f.logger));
-        EXPECT_THAT(f.sink.lines(), IsEmpty());
-    }
-}
-
-TEST(Faults, MissingMisplacedOrUnopenableStoreGivesNoValueAndCreatesNothing) {
-    Fixture f;
-    f.expectNothingRead((f.store.folder() / "absent" / "deeper").string(), 2);
-    EXPECT_FALSE(std::filesystem::exists(f.store.folder() / "absent"));
-
-    // A store path that names a file, or a folder below a file.
-    const auto file = f.store.folder() / "plain-file";
-    overwrite(file, "not a folder");
-    f.expectNothingRead(file.string(), 2);
-    f.expectNothingRead((file / "below").string(), 2);
-
-    // A folder where the suite's database file belongs: no database can be opened there, and
-    // the reads fall back to the standard defaults.
-    Fixture g;
-    g.store.putData(dailyBriefKey, samples::brief, /*standard=*/true);
-    std::filesystem::create_directory(g.store.suiteFile());
-    const DiskState before(g.store.folder());
-    const auto brief = g.brief();
-    ASSERT_TRUE(brief);
-    EXPECT_EQ(brief->ticker, "NVDA");
-    EXPECT_FALSE(readRows(watchlistTickersKey, g.store.directory(), g.logger));
-    EXPECT_EQ(DiskState(g.store.folder()), before);
-    EXPECT_THAT(g.sink.lines(), IsEmpty());
-}
-
-TEST(Faults, UnreadableFolderOrDatabaseGivesNoValue) {
-    if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind root";
-    Fixture f;
-    fill(f.store);
-    const DiskState before(f.store.folder());
-
-    // The suite's file cannot be opened: the read goes on in the standard defaults, which do
-    // not exist either.
-    ::chmod(f.store.suiteFile().c_str(), 0);
-    EXPECT_EQ(f.valuesRead(f.store.directory(), 2), 0);
-    ::chmod(f.store.suiteFile().c_str(), 0644);
-
-    ::chmod(f.store.folder().c_str(), 0);
-    EXPECT_EQ(f.valuesRead(f.store.directory(), 2), 0);
-    ::chmod(f.store.folder().c_str(), 0755);
-
-    EXPECT_EQ(DiskState(f.store.folder()), before);
-    EXPECT_THAT(f.sink.lines(), IsEmpty());
-}
-
-TEST(Faults, DatabaseOfAnotherShapeGivesNoValue) {
-    const std::string brief = "CAST('" + samples::brief + "' AS BLOB)";
-    const std::vector<std::pair<std::string, std::string>> shapes = {
-        {"another table",
-         "CREATE TABLE preferences (key TEXT PRIMARY KEY, value);"
-         "INSERT INTO preferences VALUES ('vmDailyBrief', " +
-             brief + ");"},
-        {"other columns",
-         "CREATE TABLE defaults (name TEXT PRIMARY KEY, data BLOB);"
-         "INSERT INTO defaults VALUES ('vmDailyBrief', " +
-             brief + ");"},
-        {"keys as blobs",
-         "CREATE TABLE defaults (key BLOB PRIMARY KEY, value);"
-         "INSERT INTO defaults VALUES (CAST('vmDailyBrief' AS BLOB), " +
-             brief + ");"},
-        {"values neither data nor text",
-         "CREATE TABLE defaults (key TEXT PRIMARY KEY, value);"
-         "INSERT INTO defaults VALUES ('vmDailyBrief', 42), ('vmWatchlistTickers', NULL),"
-         "('vmPortfolioSnapshot', 1.5);"},
+        if (!spill.empty()) args.push_back(spill);
+        EXPECT_EQ(ChildProcess(args).wait(), 0);
     };
-    for (const auto& [what, sql] : shapes) {
-        SCOPED_TRACE(what);
-        Fixture f;
-        makeDatabase(f.store.suiteFile(), sql);
-        f.expectNothingRead(f.store.directory());
+}
+
+TEST(StoreFaults, EachGivesNoValueAndOneLineNamingTheSuiteInBoundedTimeAndInput) {
+    std::mt19937 random(20251116);
+    std::string noise(16384, '\0');
+    for (char& c : noise) c = static_cast<char>(random());
+    std::unique_ptr<ChildProcess> holder;  // a writer that keeps its lock during the read
+    const std::string otherTable =
+        "defaults is not the table (key TEXT PRIMARY KEY NOT NULL, value)";
+    const Fault faults[] = {
+        {"a FIFO",
+         [](const Reads& f) {
+             std::filesystem::remove(f.store.suiteFile());
+             ::mkfifo(f.store.suiteFile().c_str(), 0644);
+         },
+         "is a FIFO, not a database file"},
+        {"a folder",
+         [](const Reads& f) {
+             std::filesystem::remove(f.store.suiteFile());
+             std::filesystem::create_directory(f.store.suiteFile());
+         },
+         "is a folder, not a database file"},
+        {"random bytes", damage([&](const std::string&) { return noise; }),
+         "file is not a database"},
+        {"an empty file, as a writer creating the store leaves it for a moment",
+         damage([](const std::string&) { return ""; }), ""},
+        {"the first page alone",
+         damage([](const std::string& good) { return good.substr(0, 4096); }),
+         "database disk image is malformed"},
+        {"scrambled table pages", damage([&](const std::string& good) {
+             return good.substr(0, 4096) + noise.substr(0, good.size() - 4096);
+         }),
+         "database disk image is malformed"},
+        {"a view that never ends",
+         database("CREATE VIEW defaults AS WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT "
+                  "x+1 FROM c) SELECT 'vmDailyBrief' AS key, CAST(x AS BLOB) AS value FROM c "
+                  "WHERE x<0"),
+         otherTable},
+        {"a view of a gigabyte",
+         database("CREATE VIEW defaults AS SELECT 'vmDailyBrief' AS key, randomblob(1e9) AS value"),
+         otherTable},
+        {"another table", database("CREATE TABLE preferences (key TEXT PRIMARY KEY, value)"),
+         "holds no defaults table"},
+        {"keys as blobs", database("CREATE TABLE defaults (key BLOB PRIMARY KEY, value)"),
+         otherTable},
+        {"the WITHOUT ROWID table of earlier versions",
+         database("CREATE TABLE defaults (key TEXT PRIMARY KEY NOT NULL, value) WITHOUT ROWID;"
+                  "INSERT INTO defaults VALUES ('vmDailyBrief', CAST('" +
+                  samples::brief + "' AS BLOB))"),
+         "holds defaults in the WITHOUT ROWID form of earlier versions, which the host app's "
+         "next write converts"},
+        {"write-ahead-log mode", suiteSql("PRAGMA journal_mode=WAL"),
+         "is in write-ahead-log mode, which a reader cannot open without changing files beside it"},
+        {"an empty -wal file beside it, read around and left alone",
+         [](const Reads& f) { overwrite(f.store.suiteFile().string() + "-wal", ""); }, "", true},
+        {"a hot journal of a writer that died mid-transaction", abandon("spill"),
+         "a writer died mid-transaction and left a hot journal, which only a writer can roll "
+         "back"},
+        {"the journal of a writer that died before it was hot, which changed nothing", abandon(""),
+         "", true},
+        {"a writer holding its lock past the wait",
+         [&](const Reads& f) {
+             holder = std::make_unique<ChildProcess>(
+                 std::vector<std::string>{writerProgram, "hold", f.store.directory(),
+                                          std::string(dailyBriefKey), otherBrief, "10000"});
+             EXPECT_EQ(holder->readLine(), "locked");
+         },
+         "still locked by a writer after 2000 ms"},
+        {"a value above the size limit under the key",
+         suiteSql("UPDATE defaults SET value = zeroblob(8000000) WHERE key = 'vmDailyBrief'"),
+         "value of 8000000 bytes exceeds the 1 MiB limit"},
+        {"a value above the size limit under another key, which costs nothing",
+         suiteSql("INSERT INTO defaults VALUES ('filler', zeroblob(8000000))"), "", true},
+        {"a value neither data nor text, which is no value",
+         suiteSql("UPDATE defaults SET value = 42 WHERE key = 'vmDailyBrief'"), ""},
+    };
+    for (const auto& fault : faults) {
+        SCOPED_TRACE(fault.what);
+        Reads f;
+        f.fill();
+        f.store.putData(dailyBriefKey, samples::brief, /*standard=*/true);
+        fault.make(f);
+        const DiskState before(f.store.folder());
+        const long inputBefore = bytesRead();
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(f.brief().has_value(), fault.briefRead);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));  // no hang
+        EXPECT_LT(bytesRead() - inputBefore, 1 << 20);
+        if (fault.logged.empty())
+            EXPECT_THAT(f.sink.lines(), IsEmpty());
+        else
+            EXPECT_THAT(f.sink.lines(),
+                        ElementsAre(VELMORA_BUNDLE_ID "[app] AppGroup store read failed for "
+                                                      "vmDailyBrief: " +
+                                    f.store.suiteFile().string() + ": " + fault.logged));
+        EXPECT_EQ(DiskState(f.store.folder()), before);
+        holder.reset();
     }
 }
 
-TEST(Faults, ManyReadsLeaveTheStoreAsTheyFoundIt) {
-    Fixture f;
-    fill(f.store);
-    f.store.putData(portfolioSnapshotKey, "{\"totalValue\":1}");  // fails, and is logged
-    const DiskState before(f.store.folder());
-    EXPECT_EQ(f.valuesRead(f.store.directory(), 100, "vmNeverWritten"), 800);
-    EXPECT_EQ(f.sink.lines().size(), 400u);
-    EXPECT_EQ(DiskState(f.store.folder()), before);
+TEST(StoreFaults, AReadOnlyStoreStopsAtItsDeadline) {
+    Reads f;
+    f.fill();
+    const auto suite =
+        store::DefaultsStore::openSuite(platform::appGroupIdentifier(), f.store.folder());
+    ASSERT_TRUE(suite && suite.value());
+    std::this_thread::sleep_for(store::DefaultsStore::readBudget);
+    const auto late = suite.value()->dataForKey(dailyBriefKey);
+    ASSERT_FALSE(late);
+    EXPECT_EQ(late.error().description,
+              f.store.suiteFile().string() + ": read stopped after 2250 ms");
 }
 
 }  // namespace

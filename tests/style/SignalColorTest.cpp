@@ -85,10 +85,3 @@ TEST(SignalColor, LowerCasesBeyondAscii) {
     EXPECT_EQ(colorName("\xFF strong buy"), "bullish");
     EXPECT_EQ(colorName("buy\xFF"), "neutral");
 }
-
-TEST(SignalColor, ReturnsThePaletteConstants) {
-    EXPECT_EQ(signalColor("Buy"), Palette::bullish);  // the placeholder brief's signal
-    EXPECT_EQ(signalColor("Strong Sell"), Palette::bearish);
-    EXPECT_EQ(signalColor("Neutral"), Palette::neutral);
-    EXPECT_EQ(signalColor(std::nullopt).alpha, 1.0);
-}

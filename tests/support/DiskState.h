@@ -29,7 +29,7 @@ struct DiskState {
             Entry entry;
             entry.isDirectory = item.is_directory();
             entry.modified = item.last_write_time();
-            if (!entry.isDirectory) {
+            if (item.is_regular_file()) {  // a FIFO would block the reading
                 std::ifstream in(item.path(), std::ios::binary);
                 entry.bytes.assign(std::istreambuf_iterator<char>(in), {});
             }

@@ -1,6 +1,8 @@
 #pragma once
 
-// JSON texts of valid records, as the host app writes them, for the store's tests.
+// JSON texts of valid records, as the host app writes them, and variations of them.
+
+#include <nlohmann/json.hpp>
 
 #include <string>
 
@@ -18,5 +20,13 @@ inline const std::string snapshot =
 inline const std::string rows =
     R"([{"ticker":"AAPL","companyName":"Apple Inc.","price":187.32,"changePct":0.84,)"
     R"("signal":"Buy","score":72},{"ticker":"MSFT","price":410,"changePct":-1.5}])";
+
+// A record's JSON with one member set to `value`, or removed when `value` is discarded.
+inline std::string with(const std::string& record, const std::string& key,
+                        const nlohmann::json& value = nlohmann::json::value_t::discarded) {
+    nlohmann::json json = nlohmann::json::parse(record);
+    value.is_discarded() ? void(json.erase(key)) : void(json[key] = value);
+    return json.dump();
+}
 
 }  // namespace samples

@@ -32,7 +32,6 @@
 #include <string>
 #include <string_view>
 #include <thread>
-#include <variant>
 #include <vector>
 
 namespace {
@@ -54,15 +53,15 @@ int writeRounds(const std::filesystem::path& folder, long rounds, double seconds
                           std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                               std::chrono::duration<double>(seconds));
     auto opened = store::DefaultsStore::openForWriting(platform::appGroupIdentifier(), folder);
-    if (auto* error = std::get_if<store::DefaultsError>(&opened))
-        return failure(error->description);
-    auto& store = std::get<store::DefaultsStore>(opened);
+    if (!opened) return failure(opened.error().description);
+    auto& store = opened.value();
     long round = 0;
     while (round < rounds) {
         for (std::size_t i = 0; i < triples.size(); i += 3) {
             const std::string_view json = triples[i + 1 + static_cast<std::size_t>(round % 2)];
-            if (auto error = store.setData(triples[i], bytes(json)))
-                return failure("round " + std::to_string(round) + ": " + error->description);
+            if (const auto written = store.setData(triples[i], bytes(json)); !written)
+                return failure("round " + std::to_string(round) + ": " +
+                               written.error().description);
         }
         ++round;
         if (std::chrono::steady_clock::now() >= deadline) break;

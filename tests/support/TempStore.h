@@ -18,8 +18,8 @@ namespace tempstore {
 
 class TempStore {
 public:
-    TempStore() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "velmora-test-XXXXXX");
+    explicit TempStore(const std::filesystem::path& base = std::filesystem::temp_directory_path()) {
+        std::string pattern = base / "velmora-test-XXXXXX";
         const char* made = ::mkdtemp(pattern.data());
         if (made == nullptr) std::abort();
         m_folder = made;
@@ -43,30 +43,30 @@ public:
 
     // Writes a data value holding `bytes` into the suite (or the standard defaults).
     void putData(std::string_view key, std::string_view bytes, bool standard = false) const {
-        auto store = writer(standard);
         const auto* first = reinterpret_cast<const std::uint8_t*>(bytes.data());
-        const auto error = store.setData(key, {first, bytes.size()});
-        ASSERT_FALSE(error.has_value()) << error->description;
+        expectDone(writer(standard).setData(key, {first, bytes.size()}));
     }
 
     void putString(std::string_view key, std::string_view text, bool standard = false) const {
-        auto store = writer(standard);
-        const auto error = store.setString(key, text);
-        ASSERT_FALSE(error.has_value()) << error->description;
+        expectDone(writer(standard).setString(key, text));
     }
 
-    void remove(std::string_view key) const {
-        auto store = writer(false);
-        const auto error = store.removeObject(key);
-        ASSERT_FALSE(error.has_value()) << error->description;
+    void remove(std::string_view key) const { expectDone(writer(false).removeObject(key)); }
+
+    // The host app's writer on the suite (or the standard defaults).
+    [[nodiscard]] store::DefaultsStore writer(bool standard = false) const {
+        auto opened = store::DefaultsStore::openForWriting(
+            standard ? platform::bundleIdentifier() : platform::appGroupIdentifier(), m_folder);
+        if (!opened) {
+            ADD_FAILURE() << opened.error().description;
+            std::abort();
+        }
+        return std::move(opened).value();
     }
 
 private:
-    store::DefaultsStore writer(bool standard) const {
-        auto opened = store::DefaultsStore::openForWriting(
-            standard ? platform::bundleIdentifier() : platform::appGroupIdentifier(), m_folder);
-        if (!std::holds_alternative<store::DefaultsStore>(opened)) std::abort();
-        return std::get<store::DefaultsStore>(std::move(opened));
+    static void expectDone(const platform::Result<void>& written) {
+        ASSERT_TRUE(written) << written.error().description;
     }
 
     std::filesystem::path m_folder;

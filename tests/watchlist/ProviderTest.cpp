@@ -39,13 +39,10 @@ private:
 struct Request {
     tempstore::TempStore store;
     TickingClock clock{start};
-    TimelineProviderContext context;
+    TimelineProviderContext context{clock};
     WatchlistTimelineProvider provider;
 
-    Request() {
-        context.clock = &clock;
-        context.storeDirectory = store.directory();
-    }
+    Request() { context.storeDirectory = store.directory(); }
 
     WatchlistEntry snapshot() const {
         std::optional<WatchlistEntry> result;

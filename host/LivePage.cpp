@@ -1,0 +1,37 @@
+#include "host/LivePage.h"
+
+#include "host/GalleryFiles.h"
+#include "host/WidgetHost.h"
+
+namespace host {
+
+LivePage::LivePage(const WidgetHost& widgets, std::size_t placementCount)
+    : m_widgets(widgets), m_cards(placementCount) {}
+
+platform::Result<std::vector<OutputFile>> LivePage::update(
+    const std::vector<TimelineRequestRecord>& requests) {
+    std::vector<OutputFile> files;
+    for (const auto& request : requests) {
+        auto drawn = drawCard(m_widgets, request.placement, "current", request.timeline, true,
+                              request.requestedAt);
+        if (!drawn) return drawn.error();
+        auto card = std::move(drawn).value();
+        files.push_back({card.card.image, std::move(card.png)});
+        // A new address per version, so a refreshing browser never shows a cached image.
+        card.card.image += "?v=" + std::to_string(request.number);
+        m_cards[request.index] = std::move(card.card);
+    }
+    std::vector<GalleryCard> cards;
+    for (const auto& card : m_cards)
+        if (card) cards.push_back(*card);
+    GalleryPageOptions page;
+    page.title = "Velmora Widgets — live host";
+    page.subtitle = "Each placement's current entry, redrawn whenever its timeline reloads. " +
+                    std::to_string(m_cards.size()) + " placements; this page refreshes every " +
+                    std::to_string(refreshSeconds) + " s.";
+    page.refreshSeconds = refreshSeconds;
+    files.push_back({"index.html", galleryPage(gallerySections(m_widgets, cards), page)});
+    return files;
+}
+
+}  // namespace host

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "host/Placement.h"
+#include "platform/Result.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+class WidgetHost;
+
+// The most a placements file may hold.
+inline constexpr std::size_t placementsFileLimit = 1 << 20;
+
+// The placements a file lists (a regular file of at most placementsFileLimit bytes): a non-empty
+// JSON array of {"kind": KIND, "family": FAMILY}, each
+// a widget of the bundle in a family it offers, none twice. An error names the file and, where
+// one is at fault, the item.
+[[nodiscard]] platform::Result<std::vector<Placement>> readPlacements(
+    const std::filesystem::path& file, const WidgetHost& widgets);
+
+// The same for the file's text; `file` names it in errors.
+[[nodiscard]] platform::Result<std::vector<Placement>> parsePlacements(std::string_view text,
+                                                                       std::string_view file,
+                                                                       const WidgetHost& widgets);
+
+}  // namespace host

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "host/Placement.h"
+#include "host/WidgetHost.h"
+#include "platform/Clock.h"
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+// One timeline request the scheduler made.
+struct TimelineRequestRecord {
+    std::size_t index = 0;   // the placement's position in the scheduler's list
+    std::size_t number = 0;  // how many timelines the placement has been given, this one included
+    Placement placement;
+    platform::Date requestedAt;
+    widgets::AnyTimeline timeline;
+};
+
+// The host's core, whatever shows the widgets (the `host` command's folder, a desktop board):
+// the placed widgets and when each wants its next timeline. A placement is due when it has never
+// been asked, when a reload of its kind was requested, or when the date its last timeline named
+// has come; never before. The driver asks what is due, runs the due requests, and sleeps until
+// the next reload date.
+class Scheduler {
+public:
+    // At least one placement, none twice.
+    explicit Scheduler(std::vector<Placement> placements);
+
+    [[nodiscard]] const std::vector<Placement>& placements() const { return m_placements; }
+
+    // The placements due at `now`, by index, in placement order.
+    [[nodiscard]] std::vector<std::size_t> dueAt(platform::Date now) const;
+
+    // Asks every placement due at the clock's now for a timeline, in placement order, and
+    // remembers the reload date each answer names. The requests made.
+    std::vector<TimelineRequestRecord> runDue(const WidgetHost& host, const platform::Clock& clock);
+
+    // The earliest moment at which a placement falls due; platform::Date::min() while one is due
+    // whatever the time (never asked, or a reload requested).
+    [[nodiscard]] platform::Date nextReload() const;
+
+    // Makes every placement of `kind` due at once, whatever its last reload date said (the host
+    // app asking to reload the timelines of one kind).
+    void reloadNow(std::string_view kind);
+
+    // A placement's last request; none before its first.
+    [[nodiscard]] const std::optional<TimelineRequestRecord>& latest(std::size_t index) const {
+        return m_latest[index];
+    }
+
+private:
+    std::vector<Placement> m_placements;
+    std::vector<platform::Date> m_reloadAfter;  // per placement
+    std::vector<std::optional<TimelineRequestRecord>> m_latest;
+};
+
+}  // namespace host

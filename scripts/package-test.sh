@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Builds the Debian package, checks it with lintian, installs it into a fresh minimal Debian root
+# (mmdebstrap, with the dependencies the package names and nothing of this machine), and runs
+# the installed program there: --version, list and a render.
+#   scripts/package-test.sh [BUILD_DIR]     (default: build)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=${1:-build}
+scripts/install-deps.sh mmdebstrap lintian
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build "$build" --target velmora-widgets velmora-docs -j "$(nproc)"
+(cd "$build" && cpack -G DEB >/dev/null)
+deb=$(ls -t "$build"/velmora-widgets_*.deb | head -1)
+echo "== $deb: $(du -k "$deb" | cut -f1) KiB"
+dpkg-deb -f "$deb" Depends
+# lintian's errors fail the run; its warnings are shown.
+lintian --no-tag-display-limit "$deb" 2>/dev/null | tee "$build/lintian.log"
+! grep -q '^E:' "$build/lintian.log"
+
+root=$(mktemp -d /tmp/velmora-root.XXXXXX)
+trap 'rm -rf "$root"' EXIT
+suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+mmdebstrap --quiet --variant=apt --mode=root \
+  --customize-hook="copy-in $deb /tmp" \
+  --customize-hook="chroot \"\$1\" apt-get install -y -qq /tmp/$(basename "$deb") >/dev/null" \
+  "$suite" "$root"
+echo "== installed into a fresh $suite root"
+chroot "$root" velmora-widgets --version
+chroot "$root" velmora-widgets list
+chroot "$root" velmora-widgets --store-dir /tmp/store render DailyBrief systemMedium \
+  --request placeholder --out /tmp/brief.png
+test -s "$root/usr/share/man/man1/velmora-widgets.1.gz"
+test -s "$root/tmp/brief.png"
+cp "$root/tmp/brief.png" "$build/package-brief.png"
+echo "== installed program ran: $build/package-brief.png, $(du -k "$root/usr/bin/velmora-widgets" | cut -f1) KiB program"
