@@ -71,10 +71,8 @@ CommandResult run(const RenderOptions& options, const GlobalOptions& globals,
     if (format) {
         // Drawn in memory, then written whole: an old image stays until the new one is complete.
         const auto bytes = render::paintToBytes(layout.drawList, *format, options.scale);
-        if (const auto* error = std::get_if<render::PaintError>(&bytes))
-            return CommandError::failure(error->message);
-        if (auto written = platform::writeFileAtomically(options.out, std::get<std::string>(bytes));
-            !written)
+        if (!bytes) return CommandError::failure(bytes.error().description);
+        if (auto written = platform::writeFileAtomically(options.out, *bytes); !written)
             return CommandError::failure(written.error().description);
     }
     const auto& url = layout.drawList.url;

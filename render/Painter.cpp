@@ -14,13 +14,11 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -57,19 +55,19 @@ std::string number(double value) {
     return std::string(buffer, result.ptr);
 }
 
-std::optional<PaintError> checkCanvas(const Size& canvas) {
+platform::Result<void> checkCanvas(const Size& canvas) {
     if (!(canvas.width > 0 && canvas.height > 0 && canvas.width <= maxCanvasSide &&
           canvas.height <= maxCanvasSide)) {
-        return PaintError{"cannot draw a canvas of " + number(canvas.width) + " x " +
+        return platform::Error{"cannot draw a canvas of " + number(canvas.width) + " x " +
                           number(canvas.height) + " points"};
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<PaintError> checkScale(double scale) {
+platform::Result<void> checkScale(double scale) {
     if (!(scale >= minScale && scale <= maxScale))
-        return PaintError{"the render scale must lie between 1 and 3, not " + number(scale)};
-    return std::nullopt;
+        return platform::Error{"the render scale must lie between 1 and 3, not " + number(scale)};
+    return {};
 }
 
 int pixels(double points, double scale) {
@@ -121,7 +119,7 @@ void drawSymbol(cairo_t* cairo, const DrawSymbol& symbol) {
 }
 
 // Draws the commands on a context whose user space is the canvas in points.
-std::optional<PaintError> draw(cairo_t* cairo, const DrawList& list) {
+platform::Result<void> draw(cairo_t* cairo, const DrawList& list) {
     int openClips = 0;
     for (const DrawCommand& command : list.commands) {
         std::visit(
@@ -159,8 +157,8 @@ std::optional<PaintError> draw(cairo_t* cairo, const DrawList& list) {
     }
     for (; openClips > 0; --openClips) cairo_restore(cairo);
     if (const cairo_status_t status = cairo_status(cairo); status != CAIRO_STATUS_SUCCESS)
-        return PaintError{std::string("drawing failed: ") + cairo_status_to_string(status)};
-    return std::nullopt;
+        return platform::Error{std::string("drawing failed: ") + cairo_status_to_string(status)};
+    return {};
 }
 
 cairo_status_t appendBytes(void* closure, const unsigned char* data, unsigned int length) {
@@ -199,22 +197,22 @@ SurfacePtr newImageSurface(int width, int height) {
 }
 
 // The canvas drawn on an image surface at the scale.
-PaintResult<SurfacePtr> drawImage(const DrawList& list, double scale) {
-    if (auto error = checkCanvas(list.canvas)) return *error;
-    if (auto error = checkScale(scale)) return *error;
+platform::Result<SurfacePtr> drawImage(const DrawList& list, double scale) {
+    if (auto canvas = checkCanvas(list.canvas); !canvas) return canvas.error();
+    if (auto scaled = checkScale(scale); !scaled) return scaled.error();
     SurfacePtr surface =
         newImageSurface(pixels(list.canvas.width, scale), pixels(list.canvas.height, scale));
     ContextPtr cairo(cairo_create(surface.get()));
     cairo_scale(cairo.get(), scale, scale);
-    if (auto error = draw(cairo.get(), list)) return *error;
+    if (auto drawn = draw(cairo.get(), list); !drawn) return drawn.error();
     cairo_surface_flush(surface.get());
     return surface;
 }
 
-PaintResult<std::string> finish(cairo_surface_t* surface, std::string&& bytes) {
+platform::Result<std::string> finish(cairo_surface_t* surface, std::string&& bytes) {
     cairo_surface_finish(surface);
     if (const cairo_status_t status = cairo_surface_status(surface); status != CAIRO_STATUS_SUCCESS)
-        return PaintError{std::string("encoding failed: ") + cairo_status_to_string(status)};
+        return platform::Error{std::string("encoding failed: ") + cairo_status_to_string(status)};
     return std::move(bytes);
 }
 
@@ -230,22 +228,21 @@ std::optional<ImageFormat> imageFormatForPath(const std::filesystem::path& path)
     return std::nullopt;
 }
 
-PaintResult<std::string> paintToBytes(const DrawList& list, ImageFormat format, double scale) {
+platform::Result<std::string> paintToBytes(const DrawList& list, ImageFormat format, double scale) {
     std::string bytes;
     switch (format) {
         case ImageFormat::png: {
-            PaintResult<SurfacePtr> image = drawImage(list, scale);
-            if (auto* error = std::get_if<PaintError>(&image)) return std::move(*error);
-            cairo_surface_t* surface = std::get<SurfacePtr>(image).get();
+            platform::Result<SurfacePtr> image = drawImage(list, scale);
+            if (!image) return image.error();
+            cairo_surface_t* surface = image->get();
             platform::Result<std::string> png = encodePng(
                 {cairo_image_surface_get_data(surface), cairo_image_surface_get_width(surface),
                  cairo_image_surface_get_height(surface), cairo_image_surface_get_stride(surface)});
-            if (!png) return PaintError{png.error().description};
-            return std::move(png).value();
+            return png;
         }
         case ImageFormat::svg:
         case ImageFormat::pdf: {
-            if (auto error = checkCanvas(list.canvas)) return *error;
+            if (auto canvas = checkCanvas(list.canvas); !canvas) return canvas.error();
             const double width = list.canvas.width, height = list.canvas.height;
             SurfacePtr surface(
                 format == ImageFormat::svg
@@ -255,64 +252,44 @@ PaintResult<std::string> paintToBytes(const DrawList& list, ImageFormat format, 
                 cairo_svg_surface_set_document_unit(surface.get(), CAIRO_SVG_UNIT_PT);
             {
                 ContextPtr cairo(cairo_create(surface.get()));
-                if (auto error = draw(cairo.get(), list)) return *error;
+                if (auto drawn = draw(cairo.get(), list); !drawn) return drawn.error();
             }
             return finish(surface.get(), std::move(bytes));
         }
     }
-    return PaintError{"unknown image format"};
-}
-
-std::optional<PaintError> paintToFile(const DrawList& list, const std::filesystem::path& path,
-                                      double scale) {
-    const std::optional<ImageFormat> format = imageFormatForPath(path);
-    if (!format) {
-        return PaintError{"cannot tell the image format of '" + path.string() +
-                          "': name it .png, .svg or .pdf"};
-    }
-    PaintResult<std::string> bytes = paintToBytes(list, *format, scale);
-    if (auto* error = std::get_if<PaintError>(&bytes)) return std::move(*error);
-    const std::string& data = std::get<std::string>(bytes);
-
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    if (!out) return PaintError{"cannot write '" + path.string() + "': " + std::strerror(errno)};
-    out.write(data.data(), std::streamsize(data.size()));
-    out.close();
-    if (!out) return PaintError{"cannot write '" + path.string() + "': " + std::strerror(errno)};
-    return std::nullopt;
+    return platform::Error{"unknown image format"};
 }
 
 std::optional<PixelSize> pixelSize(const DrawList& list, double scale) {
-    if (checkCanvas(list.canvas) || checkScale(scale)) return std::nullopt;
+    if (!checkCanvas(list.canvas) || !checkScale(scale)) return std::nullopt;
     const int width = pixels(list.canvas.width, scale), height = pixels(list.canvas.height, scale);
     return PixelSize{width, height, cairo_format_stride_for_width(CAIRO_FORMAT_ARGB32, width)};
 }
 
-std::optional<PaintError> paintPixels(const DrawList& list, double scale, PixelTarget target) {
-    if (auto error = checkCanvas(list.canvas)) return error;
-    if (auto error = checkScale(scale)) return error;
+platform::Result<void> paintPixels(const DrawList& list, double scale, PixelTarget target) {
+    if (auto canvas = checkCanvas(list.canvas); !canvas) return canvas;
+    if (auto scaled = checkScale(scale); !scaled) return scaled;
     const std::optional<PixelSize> size = pixelSize(list, scale);
     if (!size || target.data == nullptr || target.width != size->width ||
         target.height != size->height || target.stride < size->stride)
-        return PaintError{"the pixel buffer does not fit the canvas"};
+        return platform::Error{"the pixel buffer does not fit the canvas"};
     std::memset(target.data, 0, std::size_t(target.stride) * std::size_t(target.height));
     SurfacePtr surface(cairo_image_surface_create_for_data(target.data, CAIRO_FORMAT_ARGB32,
                                                            target.width, target.height,
                                                            target.stride));
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS)
-        return PaintError{"cannot draw into the pixel buffer"};
+        return platform::Error{"cannot draw into the pixel buffer"};
     ContextPtr cairo(cairo_create(surface.get()));
     cairo_scale(cairo.get(), scale, scale);
-    if (auto error = draw(cairo.get(), list)) return error;
+    platform::Result<void> drawn = draw(cairo.get(), list);
     cairo_surface_flush(surface.get());
-    return std::nullopt;
+    return drawn;
 }
 
 Bitmap renderBitmap(const DrawList& list, double scale) {
-    PaintResult<SurfacePtr> image = drawImage(list, scale);
-    auto* surface = std::get_if<SurfacePtr>(&image);
-    if (!surface) return {};
-    cairo_surface_t* s = surface->get();
+    platform::Result<SurfacePtr> image = drawImage(list, scale);
+    if (!image) return {};
+    cairo_surface_t* s = image->get();
     Bitmap bitmap;
     bitmap.width = cairo_image_surface_get_width(s);
     bitmap.height = cairo_image_surface_get_height(s);

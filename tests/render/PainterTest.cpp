@@ -135,28 +135,22 @@ TEST(Pixels, ContinuousClipLeavesTheCornerOut) {
     EXPECT_EQ(bitmap.at(40, 30), opaque(Palette::accent)) << "centre";
 }
 
-TEST(Painter, EncodesEachFormatAndReportsAnUnwritablePath) {
+TEST(Painter, EncodesEachFormatAtItsSize) {
     const DrawList list = withBackground(
         {DrawText{{4, 4, 30, 16}, "Buy", {Font::system(11), Palette::bullish}},
          DrawSymbol{{24, 14, 13, 13}, "star", Font::system(13), Palette::textSecondary}});
     for (int scale : {1, 2, 3}) {
-        const PaintResult<std::string> png = paintToBytes(list, ImageFormat::png, scale);
-        ASSERT_TRUE(std::holds_alternative<std::string>(png)) << std::get<PaintError>(png).message;
-        const Bitmap decoded = decodePng(std::get<std::string>(png));
+        const auto png = paintToBytes(list, ImageFormat::png, scale);
+        ASSERT_TRUE(png.ok()) << png.error().description;
+        const Bitmap decoded = decodePng(*png);
         EXPECT_EQ(std::pair(decoded.width, decoded.height), std::pair(40 * scale, 30 * scale));
     }
-    const PaintResult<std::string> svg = paintToBytes(list, ImageFormat::svg, 2);
-    ASSERT_TRUE(std::holds_alternative<std::string>(svg));
-    EXPECT_TRUE(std::get<std::string>(svg).starts_with("<?xml") ||
-                std::get<std::string>(svg).starts_with("<svg"));
-    const PaintResult<std::string> pdf = paintToBytes(list, ImageFormat::pdf, 2);
-    ASSERT_TRUE(std::holds_alternative<std::string>(pdf));
-    EXPECT_TRUE(std::get<std::string>(pdf).starts_with("%PDF-"));
-
-    const std::optional<PaintError> error = paintToFile(list, "/nonexistent-velmora-dir/w.png");
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(error->message,
-              "cannot write '/nonexistent-velmora-dir/w.png': No such file or directory");
+    const auto svg = paintToBytes(list, ImageFormat::svg, 2);
+    ASSERT_TRUE(svg.ok());
+    EXPECT_TRUE(svg->starts_with("<?xml") || svg->starts_with("<svg"));
+    const auto pdf = paintToBytes(list, ImageFormat::pdf, 2);
+    ASSERT_TRUE(pdf.ok());
+    EXPECT_TRUE(pdf->starts_with("%PDF-"));
 }
 
 // The PNG writer packs rows in batches, eight pixels at a time where it can, and switches to
@@ -189,10 +183,10 @@ TEST(Painter, PngHoldsThePaintedPixels) {
          2},
     };
     for (const Case& c : cases) {
-        const PaintResult<std::string> png = paintToBytes(c.list, ImageFormat::png, c.scale);
-        ASSERT_TRUE(std::holds_alternative<std::string>(png)) << c.name;
+        const auto png = paintToBytes(c.list, ImageFormat::png, c.scale);
+        ASSERT_TRUE(png.ok()) << c.name;
         const Bitmap painted = renderBitmap(c.list, c.scale);
-        const Bitmap decoded = decodePng(std::get<std::string>(png));
+        const Bitmap decoded = decodePng(*png);
         ASSERT_EQ(decoded.width, painted.width) << c.name;
         ASSERT_EQ(decoded.height, painted.height) << c.name;
         // Straight alpha goes through premultiplication in the reader: a unit of rounding.
@@ -203,8 +197,8 @@ TEST(Painter, PngHoldsThePaintedPixels) {
         ASSERT_TRUE(size) << c.name;
         const int stride = size->stride + 64;
         std::vector<unsigned char> memory(std::size_t(stride) * size->height, 0xAB);
-        ASSERT_FALSE(
-            paintPixels(c.list, c.scale, {memory.data(), size->width, size->height, stride}));
+        ASSERT_TRUE(
+            paintPixels(c.list, c.scale, {memory.data(), size->width, size->height, stride}).ok());
         Bitmap fromMemory{size->width, size->height, {}};
         for (int y = 0; y < size->height; ++y) {
             for (int x = 0; x < size->width; ++x) {

@@ -202,9 +202,8 @@ void expectDrawnWithin(const DrawList& list, const Rect& content) {
 // painted spills out (a point of slack for antialiased edges).
 void expectPaintedWithin(const DrawList& list, const Rect& content, bool checkPixels) {
     const auto png = render::paintToBytes(list, render::ImageFormat::png, 2);
-    ASSERT_TRUE(std::holds_alternative<std::string>(png))
-        << std::get<render::PaintError>(png).message;
-    ASSERT_EQ(std::get<std::string>(png).substr(1, 3), "PNG");
+    ASSERT_TRUE(png.ok()) << png.error().description;
+    ASSERT_EQ(png->substr(1, 3), "PNG");
     if (!checkPixels) return;
     const double scale = 2, slack = 1;
     const auto painted = render::renderBitmap(list, scale);
