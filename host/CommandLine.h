@@ -5,13 +5,16 @@
 #include "platform/Result.h"
 #include "widgets/StaticConfiguration.h"
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 // The `velmora-widgets` command line: the host app's writer side of the store and the widget
 // host's requests, one command per file. CommandLine.cpp builds the app and hands it to each
@@ -65,12 +68,30 @@ struct GlobalOptions {
     // user's, from the environment) on the --store-dir store.
     [[nodiscard]] WidgetHost widgetHost() const;
 
+    // "WatchlistGlance, DailyBrief": the bundle's kinds, for what KIND arguments want.
+    [[nodiscard]] std::string kinds() const;
+
     // Ends the command: prints a failure's message and sets the exit code.
     void finish(const CommandResult& result);
 
 private:
     mutable std::optional<platform::FixedClock> m_fixedClock;
 };
+
+// The dates --at and --until take: RFC 3339 with fractions allowed, from the first moment of the
+// year 0000 up to, not including, 9999-12-31T00:00:00Z, so that every date the program prints
+// (a reload date up to a day later included) stays within the year 9999. An error says so and
+// quotes the text.
+inline constexpr platform::Date endOfOptionDates{
+    std::chrono::sys_days{std::chrono::year(9999) / 12 / 31}};
+[[nodiscard]] platform::Result<platform::Date> parseOptionDate(std::string_view text);
+
+// Checks an option's value while the command line is parsed: a value `accepts` refuses is a
+// usage error "--scale: expected EXPECTATION, got \"VALUE\"". The option, for chaining.
+CLI::Option* expect(CLI::Option* option, std::string expectation,
+                    std::function<bool(const std::string&)> accepts);
+// The same for a date option, by parseOptionDate.
+CLI::Option* expectDate(CLI::Option* option);
 
 // Runs the program over the bundle's widgets; returns its exit code.
 [[nodiscard]] int runCommandLine(int argc, char** argv,

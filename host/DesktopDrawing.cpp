@@ -58,8 +58,8 @@ platform::Result<DrawnWidget> drawWidget(const WidgetHost& host, const Placement
     const std::size_t bytes = std::size_t(size->stride) * std::size_t(size->height);
     auto pixels = std::make_shared_for_overwrite<unsigned char[]>(bytes);
     const render::PixelTarget target{pixels.get(), size->width, size->height, size->stride};
-    if (auto error = render::paintPixels(layout.drawList, scale, target))
-        return platform::Error{error->message};
+    if (auto painted = render::paintPixels(layout.drawList, scale, target); !painted)
+        return painted.error();
 
     // The corners go afterwards, by the coverage of the rounded canvas: drawn through a clip,
     // the glyphs and hairlines near the edges would blend a shade differently from the
@@ -70,9 +70,10 @@ platform::Result<DrawnWidget> drawWidget(const WidgetHost& host, const Placement
                                 render::Rect{0, 0, shape.canvas.width, shape.canvas.height},
                                 cornerRadius, RoundedCornerStyle::continuous, Color::white());
     auto coverage = std::make_unique_for_overwrite<unsigned char[]>(bytes);
-    if (auto error = render::paintPixels(shape, scale,
-                                         {coverage.get(), size->width, size->height, size->stride}))
-        return platform::Error{error->message};
+    if (auto painted = render::paintPixels(
+            shape, scale, {coverage.get(), size->width, size->height, size->stride});
+        !painted)
+        return painted.error();
     // Only the bands along the top and bottom edges hold corners.
     const int band = std::min(
         size->height, int(std::ceil(render::continuousCornerExtent * cornerRadius * scale)) + 1);

@@ -35,9 +35,10 @@ platform::Result<DrawnCard> drawCard(const WidgetHost& widgets, const Placement&
     const auto layout = widgets.draw(placement, entry, now);
     auto png =
         render::paintToBytes(layout.drawList, render::ImageFormat::png, widgets.settings().scale);
-    if (auto* error = std::get_if<render::PaintError>(&png))
+    if (!png)
         return platform::Error{"cannot draw " + placement.kind + " " +
-                               std::string(name(placement.family)) + ": " + error->message};
+                               std::string(name(placement.family)) + ": " +
+                               png.error().description};
 
     DrawnCard drawn;
     drawn.card.image = galleryImageName(placement, request);
@@ -49,7 +50,7 @@ platform::Result<DrawnCard> drawCard(const WidgetHost& widgets, const Placement&
     drawn.card.entryDate = pageDate(entryDate(entry));
     drawn.card.nextReload = showReload ? pageDate(timeline.policy.date) : "—";
     if (layout.drawList.url) drawn.card.url = layout.drawList.url->text();
-    drawn.png = std::move(std::get<std::string>(png));
+    drawn.png = std::move(png).value();
     return drawn;
 }
 

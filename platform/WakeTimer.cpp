@@ -39,13 +39,13 @@ Result<void> WakeTimer::wakeAt(Date date) {
         whole = seconds(0);
         nanos = 1;
     }
-    itimerspec spec{};
-    spec.it_value.tv_sec = static_cast<time_t>(whole.count());
-    spec.it_value.tv_nsec = static_cast<long>(nanos);
+    itimerspec deadline{};
+    deadline.it_value.tv_sec = static_cast<time_t>(whole.count());
+    deadline.it_value.tv_nsec = static_cast<long>(nanos);
     // A clock change not yet read out may refuse the setting; reading it clears that.
     for (int attempt = 0; attempt < 3; ++attempt) {
-        if (::timerfd_settime(m_fd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &spec, nullptr) ==
-            0)
+        if (::timerfd_settime(m_fd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &deadline,
+                              nullptr) == 0)
             return {};
         if (errno != ECANCELED) break;
         acknowledge();
