@@ -38,7 +38,7 @@ std::vector<std::size_t> DesktopBoard::runDue(const WidgetHost& host,
 std::optional<platform::Date> DesktopBoard::nextReload() const {
     std::optional<platform::Date> earliest;
     for (const auto& schedule : m_schedules)
-        if (!earliest || schedule.nextReload() < *earliest) earliest = schedule.nextReload();
+        if (const auto next = schedule.nextReload(); !earliest || next < *earliest) earliest = next;
     return earliest;
 }
 
