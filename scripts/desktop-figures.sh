@@ -40,14 +40,19 @@ CPP
 c++ -O2 -o "$work/bare" "$work/bare.cpp" $(pkg-config --cflags --libs gtk4)
 
 rss() { awk '/^VmRSS/ {print $2}' "/proc/$1/status"; }  # KiB
-switches() { cat /proc/"$1"/task/*/status | awk '/^voluntary_ctxt_switches/ {n += $2} END {print n}'; }
+# Voluntary switches per thread, "TID COUNT" a line: a thread that ends in between takes its
+# count with it, so wake-ups are summed over the threads seen at the end.
+switches() { grep -H '^voluntary_ctxt_switches' /proc/"$1"/task/*/status | awk -F'[/: \t]+' '{print $5, $NF}'; }
+woken() {  # BEFORE AFTER: the wake-ups in between
+  awk 'NR == FNR {before[$1] = $2; next} {n += $2 - before[$1]} END {print n + 0}' <(echo "$1") <(echo "$2")
+}
 threads() { ls "/proc/$1/task" | wc -l; }
 measure() {  # NAME PID: settles, then prints "NAME RSS_KIB SWITCHES THREADS"
   sleep 10
   local before
   before=$(switches "$2")
   sleep "$idle"
-  echo "$1 $(rss "$2") $(($(switches "$2") - before)) $(threads "$2")"
+  echo "$1 $(rss "$2") $(woken "$before" "$(switches "$2")") $(threads "$2")"
 }
 
 "$work/bare" >/dev/null 2>&1 &
@@ -55,7 +60,9 @@ pids+=($!)
 bare=$(measure bare "${pids[-1]}")
 kill "${pids[-1]}"
 
-G_MESSAGES_DEBUG=velmora-desktop v desktop --placements "$work/placements.json" >"$work/board.log" 2>&1 &
+# Not through v: the process measured is the board itself (`desktop` replaces itself with it).
+G_MESSAGES_DEBUG=velmora-desktop "$program" --store-dir "$store" --locale en_US --time-zone UTC \
+  desktop --placements "$work/placements.json" >"$work/board.log" 2>&1 &
 pids+=($!)
 board_pid=${pids[-1]}
 sleep 3
