@@ -1,6 +1,7 @@
 #include "host/CommandLine.h"
 
 #include "host/WidgetHost.h"
+#include "platform/Deployment.h"
 #include "platform/Fatal.h"
 #include "platform/Formatters.h"
 #include "platform/StopSignals.h"
@@ -197,6 +198,10 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     CLI::App app{"Velmora widgets: the shared store, the widget providers and their host.",
                  "velmora-widgets"};
     app.require_subcommand(1);
+    app.set_version_flag("--version",
+                         "velmora-widgets " + std::string(platform::programVersion()) +
+                             "\napp group: " + std::string(platform::appGroupIdentifier()) +
+                             "\nbundle: " + std::string(platform::bundleIdentifier()));
     app.add_option("--store-dir", globals.storeDirectory,
                    "Folder of the shared store (default: $VELMORA_STORE_DIR, "
                    "$XDG_DATA_HOME/velmora, ~/.local/share/velmora)")
@@ -233,6 +238,8 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
         return app.exit(help);
     } catch (const CLI::CallForAllHelp& help) {
         return app.exit(help);
+    } catch (const CLI::CallForVersion& version) {
+        return app.exit(version);
     } catch (const CLI::ParseError& error) {
         printError(usageError(app, error));
         return exitUsage;
