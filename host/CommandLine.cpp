@@ -198,10 +198,6 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     CLI::App app{"Velmora widgets: the shared store, the widget providers and their host.",
                  "velmora-widgets"};
     app.require_subcommand(1);
-    app.set_version_flag("--version",
-                         "velmora-widgets " + std::string(platform::programVersion()) +
-                             "\napp group: " + std::string(platform::appGroupIdentifier()) +
-                             "\nbundle: " + std::string(platform::bundleIdentifier()));
     app.add_option("--store-dir", globals.storeDirectory,
                    "Folder of the shared store (default: $VELMORA_STORE_DIR, "
                    "$XDG_DATA_HOME/velmora, ~/.local/share/velmora)")
@@ -218,6 +214,11 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
         app.add_option("--time-zone", globals.timeZone, "IANA time zone for drawing (default: TZ)")
             ->type_name("ID"),
         "an IANA time zone such as UTC or Europe/Berlin", platform::isKnownTimeZone);
+
+    app.set_version_flag("--version",
+                         "velmora-widgets " + std::string(platform::programVersion()) +
+                             "\napp group: " + std::string(platform::appGroupIdentifier()) +
+                             "\nbundle: " + std::string(platform::bundleIdentifier()));
 
     registerDefaultsCommand(app, globals);
     registerRequestCommands(app, globals);
