@@ -8,6 +8,7 @@
 #include "render/FrameDump.h"
 #include "render/Painter.h"
 #include "render/PangoTextMeasurer.h"
+#include "store/DefaultsStore.h"
 #include "style/Palette.h"
 #include "watchlist/WatchlistEntry.h"
 #include "widgets/AnyEntry.h"
@@ -145,8 +146,8 @@ std::string repeated(std::string_view unit, std::size_t size) {
 }
 
 // A brief and a watchlist of five rows and a portfolio, sound but for the hostile texts: 8,000
-// "M"s as the signal, an 8,000-character ticker, 5,000 "M"s in every text, a 10 MB summary (the
-// rows: a 10 MB company name).
+// "M"s as the signal, an 8,000-character ticker, 5,000 "M"s in every text, a summary (the rows: a
+// company name) as long as the store lets a record be.
 widgets::AnyEntry hostileEntry(Hostile kind, bool brief) {
     const platform::Date at = *platform::parseRecordDate("2025-11-16T05:45:00Z");
     AppGroupContainer::DailyBrief record{.ticker = "NVDA",
@@ -179,9 +180,10 @@ widgets::AnyEntry hostileEntry(Hostile kind, bool brief) {
             row.ticker = *row.companyName = *row.signal = portfolio.sourceLabel = ms;
             break;
         case Hostile::hugeTexts:
-            record.summary =
-                repeated("Momentum continues with options flow signalling. ", 10u << 20);
-            *row.companyName = repeated("Holdings ", 10u << 20);
+            // Within the store's limit on a value, with room for the record's other members.
+            constexpr std::size_t longest = store::DefaultsStore::valueSizeLimit - 1024;
+            record.summary = repeated("Momentum continues with options flow signalling. ", longest);
+            *row.companyName = repeated("Holdings ", longest / 5);
             break;
     }
     if (brief) return dailybrief::DailyBriefEntry{at, record};
@@ -196,7 +198,7 @@ void hostileCases(benchmark::internal::Benchmark* b) {
 }
 
 const char* const hostileNames[] = {"8,000-M signal", "8,000-character ticker",
-                                    "5,000 M everywhere", "10 MB texts"};
+                                    "5,000 M everywhere", "1 MB texts"};
 
 const host::WidgetHost& drawingHost() {
     static const host::WidgetHost host(widgets::VelmoraWidgetsBundle().body(), {});

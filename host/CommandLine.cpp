@@ -1,6 +1,7 @@
 #include "host/CommandLine.h"
 
 #include "host/WidgetHost.h"
+#include "platform/Deployment.h"
 #include "platform/Fatal.h"
 #include "platform/Formatters.h"
 #include "platform/StopSignals.h"
@@ -216,6 +217,11 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
             ->type_name("ID"),
         "an IANA time zone such as UTC or Europe/Berlin", platform::isKnownTimeZone);
 
+    app.set_version_flag("--version",
+                         "velmora-widgets " + std::string(platform::programVersion()) +
+                             "\napp group: " + std::string(platform::appGroupIdentifier()) +
+                             "\nbundle: " + std::string(platform::bundleIdentifier()));
+
     registerDefaultsCommand(app, globals);
     registerRequestCommands(app, globals);
     registerRenderCommand(app, globals);
@@ -237,6 +243,8 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
         return app.exit(help);
     } catch (const CLI::CallForAllHelp& help) {
         return app.exit(help);
+    } catch (const CLI::CallForVersion& version) {
+        return app.exit(version);
     } catch (const CLI::ParseError& error) {
         printError(usageError(app, error));
         return exitUsage;

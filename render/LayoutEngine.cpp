@@ -85,12 +85,16 @@ Measured Engine::measure(ViewRef ref, ProposedSize p, const Env& env) {
         }
         if (isPassThroughModifier(m)) return measure(ref.inner(), p, env);
     }
-    const CacheKey key{ref.view, ref.level, p.width.value_or(-1), p.height.value_or(-1)};
-    if (auto found = m_cache.find(key); found != m_cache.end() && found->second.env == env)
-        return found->second.measured;
+    // One lookup: the slot is made on a miss and filled after measuring. A reference to it
+    // stays valid while the measuring below adds entries (only iterators are invalidated), and
+    // a view cannot be measured again inside its own measuring.
+    const auto [slot, made] = m_cache.try_emplace(
+        CacheKey{ref.view, ref.level, p.width.value_or(-1), p.height.value_or(-1)});
+    Cached& cached = slot->second;
+    if (!made && cached.env == env) return cached.measured;
     const Measured measured =
         ref.level == 0 ? measureNode(ref, p, env) : measureModifier(ref, p, env);
-    m_cache.insert_or_assign(key, Cached{env, measured});
+    cached = Cached{env, measured};
     return measured;
 }
 

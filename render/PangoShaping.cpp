@@ -3,7 +3,6 @@
 #include "platform/Hash.h"
 #include "render/ShownText.h"
 
-#include <fontconfig/fontconfig.h>
 #include <pango/pangocairo.h>
 #include <unicode/utf8.h>
 
@@ -62,46 +61,18 @@ int toPangoUnits(double points) {
     return int(std::clamp(units, 0.0, double(std::numeric_limits<int>::max() / 2)));
 }
 
-// The fonts on the machine, without most of the system's configuration rules. The rules
-// (aliases, hinting, language preferences: dozens of files) cost a render process several
-// milliseconds to read, and change nothing here: the widgets name their two families and set
-// their own font options. Falling back to any installed font for characters that the two
-// families lack still works. The one rule kept scales bitmap fonts to the size asked for:
-// colour emoji come as bitmaps of 136 pixels, which would otherwise be drawn at that size.
-// A FONTCONFIG_FILE set by the user is left to take effect.
-constexpr const char* fontDirectories = R"(<fontconfig>
-  <dir>/usr/share/fonts</dir>
-  <dir>/usr/local/share/fonts</dir>
-  <dir prefix="xdg">fonts</dir>
-  <dir>~/.fonts</dir>
-  <cachedir>/var/cache/fontconfig</cachedir>
-  <cachedir prefix="xdg">fontconfig</cachedir>
-  <cachedir>~/.fontconfig</cachedir>
-  <include ignore_missing="yes">/usr/share/fontconfig/conf.avail/10-scale-bitmap-fonts.conf</include>
-</fontconfig>)";
-
-// Made the process's fontconfig configuration once, before Pango's first font map: Pango
-// would otherwise load the system's configuration, and wait for it, whatever it is told.
-void useWidgetFontConfigOnce() {
-    static const bool done = [] {
-        if (std::getenv("FONTCONFIG_FILE") != nullptr) return false;
-        FcConfig* config = FcConfigCreate();
-        const bool built = config != nullptr &&
-                           FcConfigParseAndLoadFromMemory(
-                               config, reinterpret_cast<const FcChar8*>(fontDirectories), FcTrue) &&
-                           FcConfigBuildFonts(config) && FcConfigSetCurrent(config);
-        if (config != nullptr) FcConfigDestroy(config);  // the current configuration keeps it
-        return built;
-    }();
-    (void)done;
-}
-
 // One thread's Pango state: Pango objects must not be shared between threads, so every thread
 // that measures or draws text gets its own font map and context, configured once.
 class ThreadPango {
 public:
-    ThreadPango() : m_fontMap((useWidgetFontConfigOnce(), pango_cairo_font_map_new())) {
+    // The font map reads the system's font configuration, so the user's rules and fallback
+    // fonts apply: a character that the widgets' families lack is drawn from whichever font
+    // the configuration offers for its script.
+    ThreadPango() : m_fontMap(pango_cairo_font_map_new()) {
         m_context = pango_font_map_create_context(m_fontMap);
+        // Texts are shown verbatim: a word broken across lines gains no hyphen.
+        m_attributes = pango_attr_list_new();
+        pango_attr_list_insert(m_attributes, pango_attr_insert_hyphens_new(FALSE));
         pango_cairo_context_set_resolution(m_context, 72);  // 1 pt = 1 unit, for any relative size
         // Unhinted metrics and unrounded positions: the same layout in points at every scale.
         cairo_font_options_t* options = cairo_font_options_create();
@@ -114,6 +85,7 @@ public:
     }
     ~ThreadPango() {
         for (auto& [font, description] : m_fonts) pango_font_description_free(description);
+        pango_attr_list_unref(m_attributes);
         g_object_unref(m_context);
         g_object_unref(m_fontMap);
     }
@@ -121,7 +93,9 @@ public:
     ThreadPango& operator=(const ThreadPango&) = delete;
 
     [[nodiscard]] PangoTextPtr newLayout() const {
-        return PangoTextPtr(reinterpret_cast<PangoText*>(pango_layout_new(m_context)));
+        PangoLayout* layout = pango_layout_new(m_context);
+        pango_layout_set_attributes(layout, m_attributes);
+        return PangoTextPtr(reinterpret_cast<PangoText*>(layout));
     }
 
     // The description of a font, made once per thread and font.
@@ -142,6 +116,7 @@ public:
 private:
     PangoFontMap* m_fontMap;
     PangoContext* m_context;
+    PangoAttrList* m_attributes;
     std::vector<std::pair<Font, PangoFontDescription*>> m_fonts;
 };
 

@@ -34,6 +34,8 @@ struct TextLayoutFacts {
     int lineCount = 0;
     bool ellipsized = false;  // the text was cut and ends with "…"
     std::string family;       // of the font that sets the first character
+    int glyphs = 0;           // on all lines, the ellipsis included
+    int unknownGlyphs = 0;    // drawn as a box: no font on the machine has the character
     bool operator==(const TextLayoutFacts&) const = default;
 };
 [[nodiscard]] TextLayoutFacts describeTextLayout(std::string_view text, const TextStyle& style,

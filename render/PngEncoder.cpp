@@ -86,10 +86,15 @@ struct ImageData {
     bool opaque = true;
 };
 
-// The two loops over every pixel, built for AVX2 as well as for the baseline and picked when
-// the program loads: the byte shuffles that pack 4-byte pixels into 3-byte samples need more
-// than the baseline's SSE2 to vectorise.
+// The two loops over every pixel. On x86-64 they are built for AVX2 as well as for the
+// baseline and picked when the program loads: the byte shuffles that pack 4-byte pixels into
+// 3-byte samples need more than the baseline's SSE2 to vectorise. Elsewhere the compiler's
+// baseline (NEON on arm64) does.
+#if defined(__x86_64__) && defined(__GNUC__)
 #define VELMORA_PIXEL_LOOP __attribute__((target_clones("avx2", "default")))
+#else
+#define VELMORA_PIXEL_LOOP
+#endif
 
 VELMORA_PIXEL_LOOP bool isOpaque(const std::uint32_t* row, int width) {
     std::uint32_t alpha = 0xff;

@@ -65,6 +65,15 @@ TEST(CommandLine, TimelinesPrintTheEntryDateAndTheReloadDate) {
     }
 }
 
+// --version names the program's version and the two identifiers the host app must share.
+TEST(CommandLine, VersionNamesTheDeploymentIdentifiers) {
+    const auto version = Cli()({"--version"});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_THAT(version.out, testing::MatchesRegex(
+                                 "velmora-widgets [0-9]+\\.[0-9.]+\napp group: group\\.[a-z.]+\n"
+                                 "bundle: [a-z.]+\n"));
+}
+
 TEST(CommandLine, RequestsPrintTheStoredRecordsAndLogOnlyDecodingFailures) {
     Cli cli;
     cli.write("vmDailyBrief", validBrief);

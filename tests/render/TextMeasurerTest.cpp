@@ -54,6 +54,12 @@ TEST(TextMeasurer, WrapsToTheWidthAndCutsAtTheLineLimit) {
     EXPECT_TRUE(cut.ellipsized);
     EXPECT_NEAR(pangoTextMeasurer().measure(summary, oneLine, 150).size.height, ideal.size.height,
                 1e-6);
+
+    // A word too long for its line breaks between two letters and gains no hyphen: the same
+    // glyphs as on one line.
+    const TextLayoutFacts word = describeTextLayout("VERYLONGTICKERSYMBOL", body, 40);
+    EXPECT_GT(word.lineCount, 1);
+    EXPECT_EQ(word.glyphs, describeTextLayout("VERYLONGTICKERSYMBOL", body, std::nullopt).glyphs);
 }
 
 // Pango is given a long text only as far as its lines can reach: that start measures and sets

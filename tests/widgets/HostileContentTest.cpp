@@ -284,18 +284,19 @@ TEST(HostileContent, HugeRecordsFillTheirLinesAndEndInAnEllipsis) {
     brief.summary =
         repeated("Momentum continues with options flow signalling strength. ", 1000u << 10);
     const auto rows = rowsJson({{"HUGE", repeated("Holdings ", 1000u << 10)}, {"NEXT"}});
-    drawAndCheck({"texts near the size limit", brief.json(), rows, std::nullopt, {}, [](const Drawn& d) {
-                      const auto* text = d.text(d.isBrief() ? "Momentum" : "Holdings");
-                      if (!d.isBrief() && d.placement.family == WidgetFamily::systemMedium) {
-                          EXPECT_EQ(text, nullptr);  // the medium cell shows no company
-                          return;
-                      }
-                      ASSERT_TRUE(text && text->style.lineLimit);
-                      const auto shown =
-                          render::describeTextLayout(text->text, text->style, text->frame.width);
-                      EXPECT_EQ(shown.lineCount, *text->style.lineLimit);
-                      EXPECT_TRUE(shown.ellipsized);
-                  }});
+    drawAndCheck(
+        {"texts near the size limit", brief.json(), rows, std::nullopt, {}, [](const Drawn& d) {
+             const auto* text = d.text(d.isBrief() ? "Momentum" : "Holdings");
+             if (!d.isBrief() && d.placement.family == WidgetFamily::systemMedium) {
+                 EXPECT_EQ(text, nullptr);  // the medium cell shows no company
+                 return;
+             }
+             ASSERT_TRUE(text && text->style.lineLimit);
+             const auto shown =
+                 render::describeTextLayout(text->text, text->style, text->frame.width);
+             EXPECT_EQ(shown.lineCount, *text->style.lineLimit);
+             EXPECT_TRUE(shown.ellipsized);
+         }});
 }
 
 TEST(HostileContent, StrangeTextsDrawVerbatimWithinTheCanvas) {
@@ -343,6 +344,54 @@ TEST(HostileContent, StrangeTextsDrawVerbatimWithinTheCanvas) {
                           EXPECT_TRUE(ticker.empty() || d.draws(ticker) ||
                                       (ticker.size() > 500 && d.drawsBeginningOf(ticker)));
                       }});
+    }
+}
+
+// Records in the scripts the locales write, under each of those locales: every character of
+// every text drawn, from a record or a formatter (dates, relative times, numbers), comes from
+// some installed font, none is drawn as the unknown glyph's box.
+TEST(HostileContent, EveryScriptDrawsInEachLocaleWithoutEmptyBoxes) {
+    const std::vector<std::pair<std::string, std::string>> names = {
+        {"トヨタ自動車株式会社",
+         "好調な決算を受けて株価は上昇し、来期も勢いが続くと予想されます。"},
+        {"삼성전자", "반도체 수요 회복으로 실적 개선이 기대됩니다."},
+        {"贵州茅台", "业绩稳健增长，分析师预计势头将持续。"},
+        {"ปตท. จำกัด", "ผลประกอบการแข็งแกร่ง นักวิเคราะห์คาดว่าโมเมนตัมจะต่อเนื่อง"},
+        {"रिलायंस इंडस्ट्रीज", "मजबूत नतीजों के बाद शेयर में तेजी आई।"},
+        {"شركة أرامكو السعودية", "ارتفعت الأسهم بعد نتائج قوية."},
+        {"טבע תעשיות", "המניה עלתה לאחר דוחות חזקים."},
+        {"Сбербанк", "Акции выросли после сильной отчётности."},
+        {"Müller Größe AG", "Die Aktie stieg nach starken Zahlen."},
+    };
+    std::vector<RowJson> rows;
+    for (const auto& [company, summary] : names) rows.push_back({"T", company, summary});
+    tempstore::TempStore store;
+    store.putData(watchlistTickersKey, rowsJson(rows));
+    store.putData(portfolioSnapshotKey, portfolioJson("125000.5"));
+    const platform::FixedClock clock(*platform::parseRecordDate("2025-11-16T09:00:00Z"));
+    for (const char* locale : {"en_US", "de_DE", "ar_EG", "he_IL", "ja_JP", "ko_KR", "zh_CN",
+                               "th_TH", "hi_IN", "ru_RU"}) {
+        host::HostSettings settings{.locale = locale, .storeDirectory = store.directory()};
+        const host::WidgetHost widgets(VelmoraWidgetsBundle().body(), settings);
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            BriefJson brief{"T", names[i].first, names[i].second,
+                            names[(i + 1) % names.size()].first};
+            store.putData(dailyBriefKey, brief.json());
+            for (const auto& placement : widgets.allPlacements()) {
+                SCOPED_TRACE(std::string(locale) + " " + placement.kind + " " +
+                             std::string(name(placement.family)));
+                const auto entry =
+                    widgets.request(placement, host::Request::timeline, clock).entries[0];
+                const auto layout = widgets.draw(placement, entry, clock.now());
+                for (const auto& command : layout.drawList.commands) {
+                    const auto* text = std::get_if<render::DrawText>(&command);
+                    if (text == nullptr) continue;
+                    const auto facts =
+                        render::describeTextLayout(text->text, text->style, text->frame.width);
+                    EXPECT_EQ(facts.unknownGlyphs, 0) << text->text;
+                }
+            }
+        }
     }
 }
 
