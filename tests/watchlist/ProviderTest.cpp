@@ -24,14 +24,6 @@ const std::string storedPortfolio =
 
 using Request = providerrequest::Request<WatchlistTimelineProvider>;
 
-std::vector<std::string> tickers(const std::vector<WatchlistRow>& rows) {
-    std::vector<std::string> result;
-    for (const auto& row : rows) result.push_back(row.ticker);
-    return result;
-}
-
-const std::vector<std::string> sampleTickers{"AAPL", "NVDA", "TSLA"};
-
 // The sample rows themselves are in the golden dumps of the view.
 TEST(WatchlistProvider, PlaceholderHasTheSampleRowsAndNoPortfolioWhateverIsStored) {
     Request request(start);
@@ -47,25 +39,23 @@ TEST(WatchlistProvider, NoUsableRowsGiveTheSampleRows) {
     Request request(start);
     // Nothing stored at all.
     auto entry = request.snapshot();
-    EXPECT_EQ(tickers(entry.rows), sampleTickers);
+    EXPECT_EQ(entry.rows, sampleWatchlistRows());
     EXPECT_FALSE(entry.portfolio);
-    EXPECT_EQ(tickers(request.timeline().entries[0].rows), sampleTickers);
+    EXPECT_EQ(request.timeline().entries[0].rows, sampleWatchlistRows());
     // An empty list, undecodable rows and a text value all count as none.
     for (const char* stored : {"[]", R"([{"ticker":"A","price":1,"changePct":0},{"ticker":"B"}])",
                                R"({"ticker":"A"})"}) {
         request.store.putData(watchlistTickersKey, stored);
-        EXPECT_EQ(tickers(request.snapshot().rows), sampleTickers) << stored;
+        EXPECT_EQ(request.snapshot().rows, sampleWatchlistRows()) << stored;
     }
     request.store.putString(watchlistTickersKey, R"([{"ticker":"A","price":1,"changePct":0}])");
-    EXPECT_EQ(tickers(request.snapshot().rows), sampleTickers);
+    EXPECT_EQ(request.snapshot().rows, sampleWatchlistRows());
 }
 
 TEST(WatchlistProvider, StoredRowsReachTheEntryWholeAndInOrder) {
     Request request(start);
     request.store.putData(watchlistTickersKey, R"([{"ticker":"ONE","price":0,"changePct":0}])");
-    const auto one = request.snapshot();
-    ASSERT_EQ(one.rows.size(), 1u);
-    EXPECT_EQ(one.rows[0], (WatchlistRow{.ticker = "ONE"}));
+    EXPECT_EQ(request.snapshot().rows, std::vector<WatchlistRow>{{.ticker = "ONE"}});
 
     std::vector<WatchlistRow> many;
     for (int i = 0; i < 25; ++i)
@@ -84,7 +74,7 @@ TEST(WatchlistProvider, RowsAndPortfolioAreReadIndependently) {
     // A stored portfolio with no rows: the samples and the portfolio.
     request.store.putData(portfolioSnapshotKey, storedPortfolio);
     auto entry = request.snapshot();
-    EXPECT_EQ(tickers(entry.rows), sampleTickers);
+    EXPECT_EQ(entry.rows, sampleWatchlistRows());
     ASSERT_TRUE(entry.portfolio);
     EXPECT_EQ(entry.portfolio->totalValue, 12500.5);
     EXPECT_EQ(entry.portfolio->holdingCount, 7);
@@ -93,7 +83,7 @@ TEST(WatchlistProvider, RowsAndPortfolioAreReadIndependently) {
     request.store.putData(watchlistTickersKey, R"([{"ticker":"ONE","price":1,"changePct":2}])");
     request.store.putData(portfolioSnapshotKey, R"({"totalValue":1})");
     entry = request.snapshot();
-    EXPECT_EQ(tickers(entry.rows), std::vector<std::string>{"ONE"});
+    EXPECT_EQ(entry.rows, (std::vector<WatchlistRow>{{"ONE", {}, 1, 2}}));
     EXPECT_FALSE(entry.portfolio);
 }
 
