@@ -100,6 +100,7 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     registerListCommand(app, globals);
     registerGalleryCommand(app, globals);
     registerHostCommand(app, globals);
+    registerExtensionCommand(app, globals);
 
     // main blocked SIGINT and SIGTERM for the host, which takes them itself; every other command
     // ends on them as usual. Parsing is done here, and no thread has started yet.

@@ -82,6 +82,8 @@ void registerListCommand(CLI::App& app, GlobalOptions& globals);
 void registerGalleryCommand(CLI::App& app, GlobalOptions& globals);
 // `host --out DIR`: the long-running host honouring reload dates, or a simulated run.
 void registerHostCommand(CLI::App& app, GlobalOptions& globals);
+// `extension`: the confined process that answers a host's requests and drawings.
+void registerExtensionCommand(CLI::App& app, GlobalOptions& globals);
 
 // Writes "velmora-widgets: error: MESSAGE" to standard error.
 void printError(const std::string& message);

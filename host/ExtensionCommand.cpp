@@ -1,0 +1,200 @@
+#include "host/CommandLine.h"
+#include "host/Extension.h"
+#include "host/ExtensionServer.h"
+#include "platform/Confinement.h"
+#include "store/StoreLocation.h"
+
+#include <fontconfig/fontconfig.h>
+#include <CLI/CLI.hpp>
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <pthread.h>
+#include <sched.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <sstream>
+
+extern char** environ;
+
+namespace host {
+namespace {
+
+// The stack of every thread the libraries start (Pango sorts fonts on one): glibc would
+// reserve 8 MB each, which the memory limit would count although little is ever touched.
+constexpr std::size_t threadStackBytes = 512 * 1024;
+
+struct ExtensionOptions {
+    bool probe = false;
+    int idleSeconds =
+        int(std::chrono::duration_cast<std::chrono::seconds>(extensionIdleTime).count());
+};
+
+void warn(const std::string& message) {
+    std::fprintf(stderr, "velmora-widgets extension: warning: %s\n", message.c_str());
+}
+
+void addStrings(std::vector<std::filesystem::path>& paths, FcStrList* list) {
+    if (list == nullptr) return;
+    while (FcChar8* path = FcStrListNext(list)) paths.emplace_back(reinterpret_cast<char*>(path));
+    FcStrListDone(list);
+}
+
+// What the extension may read: the app group's store folder, and what drawing needs: fonts,
+// their configuration and caches (as fontconfig names them), time-zone data and the libraries
+// it loads, which it may also map as code.
+platform::ConfinementRules confinementRules(const std::filesystem::path& store) {
+    platform::ConfinementRules rules;
+    rules.readable = {store,
+                      "/etc/fonts",
+                      "/usr/share/fontconfig",
+                      "/usr/share/zoneinfo",
+                      "/etc/localtime",
+                      "/etc/timezone",
+                      "/usr/share/locale",
+                      "/etc/ld.so.cache",
+                      "/sys/devices/system/cpu"};
+    if (FcConfig* fonts = FcConfigGetCurrent()) {
+        addStrings(rules.readable, FcConfigGetFontDirs(fonts));
+        addStrings(rules.readable, FcConfigGetCacheDirs(fonts));
+        addStrings(rules.readable, FcConfigGetConfigDirs(fonts));
+    }
+    rules.executable = {"/usr/lib", "/lib", "/usr/lib64", "/lib64", "/usr/local/lib"};
+    if (const char* paths = std::getenv("LD_LIBRARY_PATH")) {
+        std::stringstream list(paths);
+        for (std::string path; std::getline(list, path, ':');)
+            if (!path.empty()) rules.executable.emplace_back(path);
+    }
+    rules.dataLimitBytes = extensionDataLimit;
+    return rules;
+}
+
+// Confines this process, or says why it runs unconfined or partly confined. False when the
+// confinement failed.
+bool confine(const std::filesystem::path& store) {
+    if (const char* sandbox = std::getenv("VELMORA_SANDBOX");
+        sandbox != nullptr && std::string_view(sandbox) == "off") {
+        warn("running unconfined (VELMORA_SANDBOX=off)");
+        return true;
+    }
+    auto confined = platform::confineProcess(confinementRules(store));
+    if (!confined) {
+        printError("cannot confine the extension: " + confined.error().description);
+        return false;
+    }
+    if (const auto missing = confined->missing(); !missing.empty()) {
+        std::string parts;
+        for (const auto& part : missing) parts += (parts.empty() ? "" : ", ") + part;
+        warn("running without " + parts);
+    }
+    return true;
+}
+
+// One line per action a confined extension must not be able to take, and one for the read it
+// must: "write in /tmp: refused (Permission denied)".
+void report(const std::string& action, int error) {
+    std::printf("%s: %s%s%s\n", action.c_str(), error == 0 ? "allowed" : "refused (",
+                error == 0 ? "" : std::strerror(error), error == 0 ? "" : ")");
+}
+
+int tryWriting(const std::filesystem::path& folder) {
+    const auto file = folder / ".velmora-extension-probe";
+    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0) return errno;
+    ::close(fd);
+    ::unlink(file.c_str());
+    return 0;
+}
+
+int tryListening() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) return errno;
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int result = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+                               ::listen(fd, 1) == 0
+                           ? 0
+                           : errno;
+    ::close(fd);
+    return result;
+}
+
+int tryRunning() {
+    char program[] = "/bin/true";
+    char* argv[] = {program, nullptr};
+    pid_t pid = -1;
+    if (const int error = ::posix_spawn(&pid, program, nullptr, nullptr, argv, environ))
+        return error;
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 127 ? EPERM : 0;
+}
+
+int probe(const GlobalOptions& globals, const std::filesystem::path& store) {
+    const char* home = std::getenv("HOME");
+    report("write in the store folder", tryWriting(store));
+    report("write in the home folder", tryWriting(home != nullptr ? home : "/root"));
+    report("write in /tmp", tryWriting("/tmp"));
+    report("listen on a TCP port", tryListening());
+    report("run a program", tryRunning());
+    report("make a namespace", ::unshare(CLONE_NEWUSER) == 0 ? 0 : errno);
+    const auto widgets = globals.widgetHost();
+    const auto snapshot = widgets.request({"DailyBrief", timeline::WidgetFamily::systemMedium},
+                                          Request::snapshot, globals.clock());
+    const auto& brief = std::get<dailybrief::DailyBriefEntry>(snapshot.entries.front()).brief;
+    std::printf("read the store: %s\n",
+                brief ? ("allowed (vmDailyBrief: " + brief->ticker + ")").c_str() : "nothing read");
+    return exitSuccess;
+}
+
+int run(const ExtensionOptions& options, const GlobalOptions& globals) {
+    pthread_attr_t threads;
+    pthread_attr_init(&threads);
+    pthread_attr_setstacksize(&threads, threadStackBytes);
+    pthread_setattr_default_np(&threads);
+    pthread_attr_destroy(&threads);
+    const auto store = store::storeDirectory(globals.storeDirectory);
+    if (!confine(store)) return exitFailure;
+    if (options.probe) return probe(globals, store);
+
+    struct stat input {};
+    if (::fstat(STDIN_FILENO, &input) != 0 || !S_ISSOCK(input.st_mode)) {
+        printError("the extension speaks on its standard input, which must be the host's socket");
+        return exitUsage;
+    }
+    ExtensionChannel channel{OwnedFd(STDIN_FILENO)};
+    ExtensionServer server(globals.widgetHost());
+    if (auto served = server.serve(channel, std::chrono::seconds(options.idleSeconds)); !served) {
+        printError("extension: " + served.error().description);
+        return exitFailure;
+    }
+    return exitSuccess;
+}
+
+}  // namespace
+
+void registerExtensionCommand(CLI::App& app, GlobalOptions& globals) {
+    auto options = std::make_shared<ExtensionOptions>();
+    CLI::App* command = app.add_subcommand(
+        "extension",
+        "The extension process the hosts launch: confines itself, then answers the host's "
+        "requests on standard input (a socket)");
+    command->add_flag("--probe", options->probe,
+                      "Confine, then try what the confinement must refuse and print each outcome");
+    command->add_option("--idle-time", options->idleSeconds, "End after this many idle seconds")
+        ->check(CLI::Range(1, 3600))
+        ->type_name("SECONDS");
+    command->callback([&globals, options] { globals.exitCode = run(*options, globals); });
+}
+
+}  // namespace host

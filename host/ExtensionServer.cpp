@@ -1,0 +1,140 @@
+#include "host/ExtensionServer.h"
+
+#include "platform/Overloaded.h"
+#include "render/Painter.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace host {
+namespace {
+
+FailureReply failed(std::uint32_t id, std::string description) {
+    return {id, std::move(description)};
+}
+
+// A placement this bundle can answer for, or why not.
+std::optional<std::string> unknownPlacement(const WidgetHost& widgets, const Placement& placement) {
+    const auto* widget = widgets.widget(placement.kind);
+    if (widget == nullptr) return "no widget of kind \"" + placement.kind + "\"";
+    if (!widget->supports(placement.family))
+        return placement.kind + " is not offered in " + std::string(name(placement.family));
+    return std::nullopt;
+}
+
+// A memfd of `size` bytes that `write` fills, then sealed so that the host may map it safely:
+// it can neither shrink under the host's mapping nor change after the reply.
+platform::Result<OwnedFd> sealedImage(
+    std::size_t size, const std::function<std::optional<std::string>(void*)>& write) {
+    OwnedFd fd(::memfd_create("velmora-drawing", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!fd.valid()) return platform::Error{std::string("memfd: ") + std::strerror(errno)};
+    if (::ftruncate(fd.get(), off_t(size)) != 0)
+        return platform::Error{std::string("memfd size: ") + std::strerror(errno)};
+    void* memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+    if (memory == MAP_FAILED)
+        return platform::Error{std::string("memfd mapping: ") + std::strerror(errno)};
+    const auto error = write(memory);
+    ::munmap(memory, size);
+    if (error) return platform::Error{*error};
+    if (::fcntl(fd.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL) !=
+        0)
+        return platform::Error{std::string("memfd seals: ") + std::strerror(errno)};
+    return fd;
+}
+
+}  // namespace
+
+ExtensionServer::Answer ExtensionServer::answer(const ExtensionMessage& request) {
+    return std::visit(
+        platform::Overloaded{
+            [&](const ProviderRequest& r) -> Answer {
+                if (auto unknown = unknownPlacement(m_widgets, r.placement))
+                    return {failed(r.id, *unknown), {}};
+                const platform::FixedClock clock(r.now);
+                return {TimelineReply{r.id, m_widgets.request(r.placement, r.request, clock)}, {}};
+            },
+            [&](const DrawRequest& r) { return draw(r); },
+            [](const auto&) -> Answer {
+                return {failed(0, "not a request"), {}};
+            }},
+        request);
+}
+
+ExtensionServer::Answer ExtensionServer::draw(const DrawRequest& r) {
+    if (auto unknown = unknownPlacement(m_widgets, r.placement))
+        return {failed(r.id, *unknown), {}};
+    if (!(r.scale >= 1 && r.scale <= 3)) return {failed(r.id, "a scale outside 1 to 3"), {}};
+    if (r.scale != m_widgets.settings().scale) {  // layout rounds to the scale's pixels
+        auto settings = m_widgets.settings();
+        settings.scale = r.scale;
+        m_widgets = WidgetHost(m_widgets.widgets(), std::move(settings));
+    }
+    const auto layout = m_widgets.draw(r.placement, r.entry, r.now);
+    const auto& list = layout.drawList;
+
+    DrawingReply reply;
+    reply.id = r.id;
+    reply.encoding = r.encoding;
+    reply.canvasWidth = list.canvas.width;
+    reply.canvasHeight = list.canvas.height;
+    if (list.url) reply.url = list.url->text();
+    const auto size = render::pixelSize(list, r.scale);
+    if (!size) return {failed(r.id, "a canvas that cannot be drawn"), {}};
+    reply.width = size->width;
+    reply.height = size->height;
+    reply.stride = size->stride;
+
+    platform::Result<OwnedFd> image = OwnedFd();
+    if (r.encoding == ImageEncoding::argb32) {
+        reply.byteCount = std::uint64_t(size->stride) * std::uint64_t(size->height);
+        image = sealedImage(reply.byteCount, [&](void* memory) -> std::optional<std::string> {
+            const render::PixelTarget target{static_cast<unsigned char*>(memory), size->width,
+                                             size->height, size->stride};
+            if (auto error = render::paintPixels(list, r.scale, target)) return error->message;
+            return std::nullopt;
+        });
+    } else {
+        auto png = render::paintToBytes(list, render::ImageFormat::png, r.scale);
+        if (auto* error = std::get_if<render::PaintError>(&png))
+            return {failed(r.id, error->message), {}};
+        const auto& bytes = std::get<std::string>(png);
+        reply.byteCount = bytes.size();
+        image = sealedImage(bytes.size(), [&](void* memory) -> std::optional<std::string> {
+            std::memcpy(memory, bytes.data(), bytes.size());
+            return std::nullopt;
+        });
+    }
+    if (!image) return {failed(r.id, image.error().description), {}};
+    return {reply, std::move(image).value()};
+}
+
+platform::Result<void> ExtensionServer::serve(ExtensionChannel& channel,
+                                              std::chrono::milliseconds idle) {
+    while (true) {
+        auto received = channel.receive(std::chrono::steady_clock::now() + idle);
+        if (!received) {
+            const auto& error = received.error();
+            if (error.kind == ChannelError::Kind::closed) return {};
+            if (error.kind == ChannelError::Kind::timedOut) {
+                (void)channel.send(Goodbye{});  // the host may be gone already
+                return {};
+            }
+            return platform::Error{error.description};
+        }
+        const auto& request = received->message;
+        if (!std::holds_alternative<ProviderRequest>(request) &&
+            !std::holds_alternative<DrawRequest>(request))
+            return platform::Error{"the host sent what only an extension sends"};
+        auto answer = this->answer(request);
+        if (auto sent = channel.send(answer.reply, answer.image.get()); !sent) {
+            if (sent.error().kind == ChannelError::Kind::closed) return {};
+            return platform::Error{sent.error().description};
+        }
+    }
+}
+
+}  // namespace host

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "host/ExtensionChannel.h"
+#include "host/WidgetHost.h"
+
+#include <chrono>
+
+namespace host {
+
+// The extension process's side of the channel: answers provider requests and drawings with
+// the bundle's providers and views, one at a time, in the order they come.
+class ExtensionServer {
+public:
+    explicit ExtensionServer(WidgetHost widgets) : m_widgets(std::move(widgets)) {}
+
+    // The reply to one request and, for a drawing, the sealed memfd holding the image.
+    struct Answer {
+        ExtensionMessage reply;
+        OwnedFd image;
+    };
+    [[nodiscard]] Answer answer(const ExtensionMessage& request);
+
+    // Answers the channel's requests until the host closes it, or says goodbye and returns when
+    // none has come for `idle`. An error when the channel fails or the host says what no host
+    // says.
+    platform::Result<void> serve(ExtensionChannel& channel, std::chrono::milliseconds idle);
+
+private:
+    [[nodiscard]] Answer draw(const DrawRequest& request);
+
+    WidgetHost m_widgets;
+};
+
+}  // namespace host
