@@ -13,7 +13,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -24,8 +23,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// While a reply is awaited, the process's resident memory is looked at this often.
-constexpr std::chrono::milliseconds memoryWatch{20};
 // An extension that closed its socket has this long to finish dying before it is killed.
 constexpr int exitGraceMilliseconds = 200;
 
@@ -39,8 +36,10 @@ std::string seconds(std::chrono::milliseconds time) {
 }
 
 // What a reaped process's status says: "exited with status 3", "was killed by signal 11
-// (Segmentation fault)".
-std::string endOf(int status) {
+// (Segmentation fault)", "ran out of its 30 MB of memory".
+std::string endOf(int status, std::uint64_t memoryLimit) {
+    if (WIFEXITED(status) && WEXITSTATUS(status) == extensionOutOfMemoryStatus)
+        return "ran out of its " + megabytes(memoryLimit) + " of memory";
     if (WIFEXITED(status)) return "exited with status " + std::to_string(WEXITSTATUS(status));
     if (WIFSIGNALED(status))
         return "was killed by signal " + std::to_string(WTERMSIG(status)) + " (" +
@@ -160,23 +159,11 @@ platform::Result<void> Extension::launch() {
                                "): " + std::strerror(spawned)};
     m_pid = pid;
     m_pidFd = OwnedFd(int(::syscall(SYS_pidfd_open, pid, 0)));
-    m_statm =
-        OwnedFd(::open(("/proc/" + std::to_string(pid) + "/statm").c_str(), O_RDONLY | O_CLOEXEC));
     m_channel.emplace(std::move(ours));
     // Whatever program runs, its memory is bounded before it is asked anything.
-    const rlimit limit{m_settings.dataLimit, m_settings.dataLimit};
+    const rlimit limit{m_settings.memoryLimit, m_settings.memoryLimit};
     ::prlimit(pid, RLIMIT_DATA, &limit, nullptr);
     return {};
-}
-
-std::optional<std::uint64_t> Extension::residentBytes() const {
-    char text[128];
-    const ssize_t n = m_statm.valid() ? ::pread(m_statm.get(), text, sizeof text - 1, 0) : -1;
-    if (n <= 0) return std::nullopt;
-    text[n] = '\0';
-    unsigned long long size = 0, resident = 0;
-    if (std::sscanf(text, "%llu %llu", &size, &resident) != 2) return std::nullopt;
-    return std::uint64_t(resident) * std::uint64_t(::sysconf(_SC_PAGESIZE));
 }
 
 Extension::Ending Extension::reap(bool mayEndItself) {
@@ -186,13 +173,11 @@ Extension::Ending Extension::reap(bool mayEndItself) {
         mayEndItself && m_pidFd.valid() && ::poll(&exited, 1, exitGraceMilliseconds) > 0;
     if (!ownEnd) ::kill(m_pid, SIGKILL);
     int status = 0;
-    rusage usage{};
-    while (::wait4(m_pid, &status, 0, &usage) < 0 && errno == EINTR) {
+    while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
     }
     m_pid = -1;
     m_pidFd = OwnedFd();
-    m_statm = OwnedFd();
-    return {status, std::uint64_t(usage.ru_maxrss) * 1024, ownEnd};
+    return {status, ownEnd};
 }
 
 void Extension::end() {
@@ -203,49 +188,36 @@ platform::Error Extension::fail(const std::string& what, std::optional<std::stri
     if (m_pid < 0) return platform::Error{what};
     const auto ending = reap(closed.has_value());
     if (!ending.ownEnd) return platform::Error{what};
-    // It died of what it did: say how, and whether it had grown past its memory limit, which
-    // the kernel stops with failed allocations before the host's next look.
-    std::string description = "the extension " + endOf(ending.status) + *closed;
-    if (ending.peakResident > m_settings.memoryLimit)
-        description += ", at " + megabytes(ending.peakResident) + " resident, above its " +
-                       megabytes(m_settings.memoryLimit) + " limit";
-    return platform::Error{description};
+    return platform::Error{"the extension " + endOf(ending.status, m_settings.memoryLimit) +
+                           *closed};
 }
 
 platform::Result<ReceivedMessage> Extension::awaitReply(std::uint32_t id) {
-    const auto deadline = Clock::now() + m_settings.replyTime;
-    while (true) {
-        auto received = m_channel->receive(std::min(deadline, Clock::now() + memoryWatch));
-        const auto resident = residentBytes();
-        if (resident && *resident > m_settings.memoryLimit)
-            return fail("the extension used " + megabytes(*resident) + ", above its " +
-                        megabytes(m_settings.memoryLimit) + " limit");
-        if (received) {
-            const auto& message = received->message;
-            const std::uint32_t answered = messageId(message);
-            if (!std::holds_alternative<Goodbye>(message) && answered != id)
-                return fail("the extension answered request " + std::to_string(answered) +
-                            " when asked " + std::to_string(id));
-            return std::move(received).value();
-        }
-        switch (received.error().kind) {
-            case ChannelError::Kind::timedOut:
-                if (Clock::now() < deadline) continue;
-                return fail("the extension gave no whole answer within " +
-                            seconds(m_settings.replyTime));
-            case ChannelError::Kind::closed: {
-                const bool midway = received.error().description.ends_with("message");
-                const std::string when =
-                    midway ? " in the middle of an answer" : " without answering";
-                return fail("the extension closed its socket" + when, when);
-            }
-            case ChannelError::Kind::malformed:
-                return fail("the extension sent a reply that does not parse: " +
-                            received.error().description);
-            case ChannelError::Kind::failed:
-                return fail(received.error().description);
-        }
+    auto received = m_channel->receive(Clock::now() + m_settings.replyTime);
+    if (received) {
+        const std::uint32_t answered = messageId(received->message);
+        if (!std::holds_alternative<Goodbye>(received->message) && answered != id)
+            return fail("the extension answered request " + std::to_string(answered) +
+                        " when asked " + std::to_string(id));
+        return std::move(received).value();
     }
+    const auto& error = received.error();
+    switch (error.kind) {
+        case ChannelError::Kind::timedOut:
+            return fail("the extension gave no whole answer within " +
+                        seconds(m_settings.replyTime));
+        case ChannelError::Kind::closed: {
+            const std::string when = error.description.ends_with("message")
+                                         ? " in the middle of an answer"
+                                         : " without answering";
+            return fail("the extension closed its socket" + when, when);
+        }
+        case ChannelError::Kind::malformed:
+            return fail("the extension sent a reply that does not parse: " + error.description);
+        case ChannelError::Kind::failed:
+            break;
+    }
+    return fail(error.description);
 }
 
 platform::Result<ReceivedMessage> Extension::exchange(const ExtensionMessage& request) {

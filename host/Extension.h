@@ -22,11 +22,10 @@ namespace host {
 // The platform's limits for an extension process.
 inline constexpr std::chrono::milliseconds extensionReplyTime{2000};  // a whole answer
 inline constexpr std::chrono::milliseconds extensionIdleTime{30000};  // then it ends itself
-inline constexpr std::uint64_t extensionMemoryLimit = 30ULL << 20;    // resident
-// The kernel's bound on its private writable memory (RLIMIT_DATA), the allocations and the
-// stacks: what the limit means where no cgroup holds the extension. The extension's threads
-// take small stacks, so what is reserved and never touched hardly counts.
-inline constexpr std::uint64_t extensionDataLimit = extensionMemoryLimit;
+// Its memory: the kernel's bound on private writable memory (RLIMIT_DATA: allocations and
+// stacks), the limit where no cgroup holds the extension. An extension whose allocation fails
+// exits with extensionOutOfMemoryStatus (prepareExtensionMemory).
+inline constexpr std::uint64_t extensionMemoryLimit = 30ULL << 20;
 
 // How a host launches its extension.
 struct ExtensionSettings {
@@ -34,7 +33,6 @@ struct ExtensionSettings {
     std::vector<std::string> arguments;  // after the program's name
     std::chrono::milliseconds replyTime = extensionReplyTime;
     std::uint64_t memoryLimit = extensionMemoryLimit;
-    std::uint64_t dataLimit = extensionDataLimit;
 };
 
 // The extension of a host drawing with `settings`: this program's `extension` command, or the
@@ -76,11 +74,12 @@ struct ExtensionDrawing {
     std::optional<std::string> url;
 };
 
-// A host's extension process. Launched for the first request, kept while requests come (it
-// ends itself after its idle time), and ended by the host when a request goes wrong: no whole
-// answer within the reply time, the process exits or is killed, a reply that does not parse, or
-// resident memory above the limit. Each failure is an error saying what happened; the next
-// request launches a new process. One request at a time, from one thread.
+// A host's extension process. Launched for the first request, held to the memory limit, kept
+// while requests come (it ends itself after its idle time), and ended by the host when a
+// request goes wrong: no whole answer within the reply time, the process exits (out of memory
+// among others) or is killed, or a reply that does not parse. Each failure is an error saying
+// what happened; the next request launches a new process. One request at a time, from one
+// thread.
 class Extension {
 public:
     explicit Extension(ExtensionSettings settings) : m_settings(std::move(settings)) {}
@@ -109,19 +108,16 @@ private:
     // Waits for the process to end, killing it unless it ends itself within a moment.
     struct Ending {
         int status = 0;
-        std::uint64_t peakResident = 0;
         bool ownEnd = false;
     };
     Ending reap(bool mayEndItself);
     // Ends the process after a failure and says what happened: `what`, or, when it `closed` its
     // socket and died, its own end followed by `closed` (" without answering").
     platform::Error fail(const std::string& what, std::optional<std::string> closed = std::nullopt);
-    [[nodiscard]] std::optional<std::uint64_t> residentBytes() const;
 
     ExtensionSettings m_settings;
     pid_t m_pid = -1;
     OwnedFd m_pidFd;
-    OwnedFd m_statm;  // /proc/PID/statm, read for the resident size
     std::optional<ExtensionChannel> m_channel;
     std::uint32_t m_lastId = 0;
 };

@@ -9,7 +9,6 @@
 
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <pthread.h>
 #include <sched.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -28,10 +27,6 @@ extern char** environ;
 
 namespace host {
 namespace {
-
-// The stack of every thread the libraries start (Pango sorts fonts on one): glibc would
-// reserve 8 MB each, which the memory limit would count although little is ever touched.
-constexpr std::size_t threadStackBytes = 512 * 1024;
 
 struct ExtensionOptions {
     bool probe = false;
@@ -74,7 +69,7 @@ platform::ConfinementRules confinementRules(const std::filesystem::path& store) 
         for (std::string path; std::getline(list, path, ':');)
             if (!path.empty()) rules.executable.emplace_back(path);
     }
-    rules.dataLimitBytes = extensionDataLimit;
+    rules.dataLimitBytes = extensionMemoryLimit;
     return rules;
 }
 
@@ -158,11 +153,7 @@ int probe(const GlobalOptions& globals, const std::filesystem::path& store) {
 }
 
 int run(const ExtensionOptions& options, const GlobalOptions& globals) {
-    pthread_attr_t threads;
-    pthread_attr_init(&threads);
-    pthread_attr_setstacksize(&threads, threadStackBytes);
-    pthread_setattr_default_np(&threads);
-    pthread_attr_destroy(&threads);
+    prepareExtensionMemory();
     const auto store = store::storeDirectory(globals.storeDirectory);
     if (!confine(store)) return exitFailure;
     if (options.probe) return probe(globals, store);

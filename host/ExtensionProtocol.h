@@ -22,6 +22,8 @@ namespace host {
 
 inline constexpr std::uint16_t extensionProtocolVersion = 1;
 inline constexpr std::size_t extensionFrameHeaderSize = 12;
+// The exit status of an extension whose memory ran out: an allocation failed at its limit.
+inline constexpr int extensionOutOfMemoryStatus = 3;
 // Timelines are a few kilobytes; anything this long is not one of our frames.
 inline constexpr std::uint32_t extensionFramePayloadLimit = 1 << 20;
 

@@ -4,14 +4,26 @@
 #include "render/Painter.h"
 
 #include <fcntl.h>
+#include <glib.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 namespace host {
 namespace {
+
+// The stack of each thread the libraries start (Pango sorts fonts on one).
+constexpr std::size_t threadStackBytes = 512 * 1024;
+
+[[noreturn]] void outOfMemory() {
+    static constexpr char line[] = "velmora-widgets extension: error: out of memory\n";
+    (void)!::write(STDERR_FILENO, line, sizeof line - 1);
+    ::_exit(extensionOutOfMemoryStatus);
+}
 
 FailureReply failed(std::uint32_t id, std::string description) {
     return {id, std::move(description)};
@@ -47,6 +59,23 @@ platform::Result<OwnedFd> sealedImage(
 }
 
 }  // namespace
+
+void prepareExtensionMemory() {
+    pthread_attr_t threads;
+    pthread_attr_init(&threads);
+    pthread_attr_setstacksize(&threads, threadStackBytes);
+    pthread_setattr_default_np(&threads);
+    pthread_attr_destroy(&threads);
+    std::set_new_handler(outOfMemory);
+    // GLib's allocator reports a failure as a fatal error of its own domain, then aborts.
+    g_log_set_handler(
+        "GLib", GLogLevelFlags(G_LOG_LEVEL_ERROR | G_LOG_FLAG_FATAL),
+        [](const gchar*, GLogLevelFlags, const gchar* message, gpointer) {
+            if (message != nullptr && std::strstr(message, "failed to allocate") != nullptr)
+                outOfMemory();
+        },
+        nullptr);
+}
 
 ExtensionServer::Answer ExtensionServer::answer(const ExtensionMessage& request) {
     return std::visit(

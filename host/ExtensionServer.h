@@ -7,6 +7,12 @@
 
 namespace host {
 
+// Readies an extension process for its memory limit, before any thread starts: the threads the
+// libraries start get small stacks (glibc would reserve 8 MB each, which the limit counts
+// though little is touched), and an allocation that fails in C++ or GLib ends the process with
+// extensionOutOfMemoryStatus and one line on standard error instead of an abort.
+void prepareExtensionMemory();
+
 // The extension process's side of the channel: answers provider requests and drawings with
 // the bundle's providers and views, one at a time, in the order they come.
 class ExtensionServer {

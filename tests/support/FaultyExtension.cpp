@@ -67,6 +67,7 @@ int main(int argc, char** argv) {
         if (arguments[i] == "--locale") settings.locale = arguments[i + 1];
         if (arguments[i] == "--time-zone") settings.timeZone = arguments[i + 1];
     }
+    host::prepareExtensionMemory();
     const std::string fault = setting("VELMORA_FAULT");
     const std::string faultKind = setting("VELMORA_FAULT_KIND");
     int answered = std::atoi(setting("VELMORA_FAULT_AFTER").c_str());
