@@ -102,7 +102,7 @@ void report(const std::string& action, int error) {
 }
 
 int tryWriting(const std::filesystem::path& folder) {
-    const auto file = folder / ".velmora-extension-probe";
+    const auto file = folder / (".velmora-extension-probe-" + std::to_string(::getpid()));
     const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd < 0) return errno;
     ::close(fd);
