@@ -73,25 +73,23 @@ platform::ConfinementRules confinementRules(const std::filesystem::path& store) 
     return rules;
 }
 
-// Confines this process, or says why it runs unconfined or partly confined. False when the
-// confinement failed.
-bool confine(const std::filesystem::path& store) {
+// Confines this process, or says why it runs unconfined or partly confined.
+CommandResult confine(const std::filesystem::path& store) {
     if (const char* sandbox = std::getenv("VELMORA_SANDBOX");
         sandbox != nullptr && std::string_view(sandbox) == "off") {
         warn("running unconfined (VELMORA_SANDBOX=off)");
-        return true;
+        return {};
     }
     auto confined = platform::confineProcess(confinementRules(store));
-    if (!confined) {
-        printError("cannot confine the extension: " + confined.error().description);
-        return false;
-    }
+    if (!confined)
+        return CommandError::failure("cannot confine the extension: " +
+                                     confined.error().description);
     if (const auto missing = confined->missing(); !missing.empty()) {
         std::string parts;
         for (const auto& part : missing) parts += (parts.empty() ? "" : ", ") + part;
         warn("running without " + parts);
     }
-    return true;
+    return {};
 }
 
 // One line per action a confined extension must not be able to take, and one for the read it
@@ -135,7 +133,7 @@ int tryRunning() {
     return WIFEXITED(status) && WEXITSTATUS(status) == 127 ? EPERM : 0;
 }
 
-int probe(const GlobalOptions& globals, const std::filesystem::path& store) {
+CommandResult probe(const GlobalOptions& globals, const std::filesystem::path& store) {
     const char* home = std::getenv("HOME");
     report("write in the store folder", tryWriting(store));
     report("write in the home folder", tryWriting(home != nullptr ? home : "/root"));
@@ -149,27 +147,24 @@ int probe(const GlobalOptions& globals, const std::filesystem::path& store) {
     const auto& brief = std::get<dailybrief::DailyBriefEntry>(snapshot.entries.front()).brief;
     std::printf("read the store: %s\n",
                 brief ? ("allowed (vmDailyBrief: " + brief->ticker + ")").c_str() : "nothing read");
-    return exitSuccess;
+    return {};
 }
 
-int run(const ExtensionOptions& options, const GlobalOptions& globals) {
+CommandResult run(const ExtensionOptions& options, const GlobalOptions& globals) {
     prepareExtensionMemory();
     const auto store = store::storeDirectory(globals.storeDirectory);
-    if (!confine(store)) return exitFailure;
+    if (auto confined = confine(store); !confined) return confined;
     if (options.probe) return probe(globals, store);
 
     struct stat input {};
-    if (::fstat(STDIN_FILENO, &input) != 0 || !S_ISSOCK(input.st_mode)) {
-        printError("the extension speaks on its standard input, which must be the host's socket");
-        return exitUsage;
-    }
+    if (::fstat(STDIN_FILENO, &input) != 0 || !S_ISSOCK(input.st_mode))
+        return CommandError::usage(
+            "the extension speaks on its standard input, which must be the host's socket");
     ExtensionChannel channel{OwnedFd(STDIN_FILENO)};
     ExtensionServer server(globals.widgetHost());
-    if (auto served = server.serve(channel, std::chrono::seconds(options.idleSeconds)); !served) {
-        printError("extension: " + served.error().description);
-        return exitFailure;
-    }
-    return exitSuccess;
+    if (auto served = server.serve(channel, std::chrono::seconds(options.idleSeconds)); !served)
+        return CommandError::failure("extension: " + served.error().description);
+    return {};
 }
 
 }  // namespace
@@ -185,7 +180,7 @@ void registerExtensionCommand(CLI::App& app, GlobalOptions& globals) {
     command->add_option("--idle-time", options->idleSeconds, "End after this many idle seconds")
         ->check(CLI::Range(1, 3600))
         ->type_name("SECONDS");
-    command->callback([&globals, options] { globals.exitCode = run(*options, globals); });
+    command->callback([&globals, options] { globals.finish(run(*options, globals)); });
 }
 
 }  // namespace host

@@ -235,4 +235,40 @@ TEST(Extension, AnExtensionThatSaidGoodbyeIsLaunchedAgain) {
     EXPECT_NE(extension.processId(), first);
 }
 
+// A simulated day of the host whose extension crashes on every third brief request: the host
+// finishes, reports each crash in one line, asks the watchlist on time, shows every placement,
+// and the store's files are as they were.
+TEST(Extension, ADayOfTheHostWithACrashingExtension) {
+    SeededStore store;
+    const diskstate::DiskState before(store.temp.folder());
+    const tempstore::TempStore out;
+    inject("crash", "DailyBrief", "2");
+    int status = -1;
+    const auto printed =
+        run("VELMORA_EXTENSION=" VELMORA_FAULTY_EXTENSION " " VELMORA_PROGRAM
+            " --at 2025-11-16T00:00:00Z --store-dir " +
+                store.temp.directory() + " host --simulate --until 2025-11-17T00:00:00Z --out " +
+                out.directory() + " 2>" + out.directory() + "/errors",
+            &status);
+    EXPECT_EQ(status, 0);
+    const std::regex watchlist(" timeline WatchlistGlance ");
+    EXPECT_EQ(std::distance(std::sregex_iterator(printed.begin(), printed.end(), watchlist), {}),
+              3 * 96);
+    std::ifstream file(out.folder() / "errors");
+    std::vector<std::string> errors;
+    for (std::string line; std::getline(file, line);) errors.push_back(line);
+    EXPECT_GE(errors.size(), 2u);
+    for (const auto& line : errors)
+        EXPECT_THAT(line,
+                    testing::MatchesRegex("velmora-widgets: error: DailyBrief system(Medium|"
+                                          "Large): the extension was killed by signal 11 .*"));
+    for (const auto& placement :
+         WidgetHost(widgets::VelmoraWidgetsBundle().body(), {}).allPlacements())
+        EXPECT_TRUE(std::filesystem::exists(
+            out.folder() /
+            (placement.kind + "-" + std::string(name(placement.family)) + "-current.png")))
+            << placement.kind;
+    EXPECT_EQ(diskstate::DiskState(store.temp.folder()), before);
+}
+
 }  // namespace
