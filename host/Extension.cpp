@@ -19,6 +19,20 @@
 extern char** environ;
 
 namespace host {
+
+struct ExtensionMemory {
+    ExtensionMemory(OwnedFd fd, std::uint32_t id, void* data, std::size_t size)
+        : fd(std::move(fd)), id(id), data(data), size(size) {}
+    ExtensionMemory(const ExtensionMemory&) = delete;
+    ExtensionMemory& operator=(const ExtensionMemory&) = delete;
+    ~ExtensionMemory() { ::munmap(data, size); }
+
+    OwnedFd fd;            // a buffer's, sent with each drawing into it
+    std::uint32_t id = 0;  // a buffer's; 0 for a PNG's memfd
+    void* data = nullptr;
+    std::size_t size = 0;
+};
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -47,11 +61,14 @@ std::string endOf(int status, std::uint64_t memoryLimit) {
     return "ended";
 }
 
-// The image a drawing reply points at: a sealed memfd as large as the reply says, mapped.
-platform::Result<ExtensionImage> mapImage(const DrawingReply& reply, const OwnedFd& fd,
-                                          ImageEncoding asked) {
+// Every buffer the extension draws into holds the largest widget at the largest scale (only
+// the pages a drawing touches take memory).
+constexpr std::size_t bufferSize = 8 << 20;
+
+// What a drawing reply says of its image, checked: an error naming what is wrong.
+platform::Result<void> checkDrawing(const DrawingReply& reply, ImageEncoding asked,
+                                    std::uint64_t room) {
     using platform::Error;
-    if (!fd.valid()) return Error{"a drawing without its image"};
     if (reply.encoding != asked) return Error{"a drawing in another encoding"};
     constexpr int largest = 1 << 14;
     if (reply.width <= 0 || reply.height <= 0 || reply.width > largest || reply.height > largest ||
@@ -62,10 +79,19 @@ platform::Result<ExtensionImage> mapImage(const DrawingReply& reply, const Owned
     if (reply.byteCount == 0 || reply.byteCount > rows ||
         (reply.encoding == ImageEncoding::argb32 && reply.byteCount != rows))
         return Error{"a drawing of " + std::to_string(reply.byteCount) + " bytes"};
+    if (reply.byteCount > room) return Error{"a drawing larger than its buffer"};
+    return {};
+}
+
+// The PNG a drawing reply points at: a sealed memfd as large as the reply says, mapped.
+platform::Result<ExtensionImage> mapImage(const DrawingReply& reply, const OwnedFd& fd) {
+    using platform::Error;
+    if (!fd.valid()) return Error{"a drawing without its image"};
     // Sealed against shrinking, a mapping can never reach past the file's end; sealed against
     // writing, the image cannot change under the host.
     const int seals = ::fcntl(fd.get(), F_GET_SEALS);
-    if (seals < 0 || (seals & (F_SEAL_SHRINK | F_SEAL_WRITE)) != (F_SEAL_SHRINK | F_SEAL_WRITE))
+    if (seals < 0 || (seals & F_SEAL_SHRINK) == 0 ||
+        (seals & (F_SEAL_WRITE | F_SEAL_FUTURE_WRITE)) == 0)
         return Error{"a drawing in memory that is not sealed"};
     struct stat info {};
     if (::fstat(fd.get(), &info) != 0 || std::uint64_t(info.st_size) < reply.byteCount)
@@ -73,7 +99,8 @@ platform::Result<ExtensionImage> mapImage(const DrawingReply& reply, const Owned
     void* data = ::mmap(nullptr, reply.byteCount, PROT_READ, MAP_SHARED, fd.get(), 0);
     if (data == MAP_FAILED)
         return Error{std::string("a drawing that cannot be mapped: ") + std::strerror(errno)};
-    return ExtensionImage(data, reply.byteCount);
+    return ExtensionImage(std::make_shared<ExtensionMemory>(OwnedFd(), 0, data, reply.byteCount),
+                          reply.byteCount);
 }
 
 // The request a message answers (or asks); 0 for a goodbye.
@@ -101,17 +128,28 @@ ExtensionSettings extensionSettings(const HostSettings& settings) {
     return extension;
 }
 
-ExtensionImage& ExtensionImage::operator=(ExtensionImage&& other) noexcept {
-    if (this != &other) {
-        if (m_data != nullptr) ::munmap(const_cast<void*>(m_data), m_size);
-        m_data = std::exchange(other.m_data, nullptr);
-        m_size = std::exchange(other.m_size, 0);
-    }
-    return *this;
+ExtensionImage::ExtensionImage(std::shared_ptr<const ExtensionMemory> memory, std::size_t size)
+    : m_memory(std::move(memory)), m_size(size) {}
+
+const unsigned char* ExtensionImage::data() const {
+    return m_memory ? static_cast<const unsigned char*>(m_memory->data) : nullptr;
 }
 
-ExtensionImage::~ExtensionImage() {
-    if (m_data != nullptr) ::munmap(const_cast<void*>(m_data), m_size);
+platform::Result<std::shared_ptr<ExtensionMemory>> Extension::freeBuffer() {
+    for (const auto& buffer : m_buffers)
+        if (buffer.use_count() == 1) return buffer;
+    // Sealed against changes of size: the extension cannot make the host's mapping reach past
+    // the file's end.
+    OwnedFd fd(::memfd_create("velmora-pixels", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!fd.valid() || ::ftruncate(fd.get(), off_t(bufferSize)) != 0 ||
+        ::fcntl(fd.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0)
+        return platform::Error{std::string("cannot make a buffer: ") + std::strerror(errno)};
+    void* data = ::mmap(nullptr, bufferSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+    if (data == MAP_FAILED)
+        return platform::Error{std::string("cannot map a buffer: ") + std::strerror(errno)};
+    const auto id = std::uint32_t(m_buffers.size() + 1);
+    m_buffers.push_back(std::make_shared<ExtensionMemory>(std::move(fd), id, data, bufferSize));
+    return m_buffers.back();
 }
 
 std::optional<pid_t> Extension::processId() const {
@@ -220,12 +258,12 @@ platform::Result<ReceivedMessage> Extension::awaitReply(std::uint32_t id) {
     return fail(error.description);
 }
 
-platform::Result<ReceivedMessage> Extension::exchange(const ExtensionMessage& request) {
+platform::Result<ReceivedMessage> Extension::exchange(const ExtensionMessage& request, int fd) {
     // An extension that said goodbye is launched again, once, for the same request.
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (m_pid < 0)
             if (auto launched = launch(); !launched) return fail(launched.error().description);
-        auto sent = m_channel->send(request);
+        auto sent = m_channel->send(request, fd);
         // A closed socket may hold the goodbye of an extension that ended itself.
         auto reply = sent || sent.error().kind == ChannelError::Kind::closed
                          ? awaitReply(messageId(request))
@@ -252,13 +290,27 @@ platform::Result<ExtensionDrawing> Extension::draw(const Placement& placement,
                                                    const widgets::AnyEntry& entry,
                                                    platform::Date now, double scale,
                                                    ImageEncoding encoding) {
-    auto reply = exchange(DrawRequest{++m_lastId, placement, entry, now, scale, encoding});
+    DrawRequest request{++m_lastId, placement, entry, now, scale, encoding};
+    std::shared_ptr<ExtensionMemory> buffer;
+    if (encoding == ImageEncoding::argb32) {
+        auto free = freeBuffer();
+        if (!free) return free.error();
+        buffer = std::move(free).value();
+        request.buffer = buffer->id;
+        request.bufferSize = buffer->size;
+    }
+    auto reply = exchange(request, buffer ? buffer->fd.get() : -1);
     if (!reply) return reply.error();
     if (auto* failure = std::get_if<FailureReply>(&reply->message))
         return platform::Error{failure->description};
     auto* drawing = std::get_if<DrawingReply>(&reply->message);
     if (drawing == nullptr) return fail("the extension answered a drawing with something else");
-    auto image = mapImage(*drawing, reply->fd, encoding);
+    if (auto checked = checkDrawing(*drawing, encoding, buffer ? buffer->size : UINT64_MAX);
+        !checked)
+        return fail("the extension sent " + checked.error().description);
+    auto image = buffer
+                     ? platform::Result<ExtensionImage>(ExtensionImage(buffer, drawing->byteCount))
+                     : mapImage(*drawing, reply->fd);
     if (!image) return fail("the extension sent " + image.error().description);
     return ExtensionDrawing{std::move(image).value(),
                             drawing->encoding,

@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,26 +40,24 @@ struct ExtensionSettings {
 // program that VELMORA_EXTENSION names, handed the same arguments.
 [[nodiscard]] ExtensionSettings extensionSettings(const HostSettings& settings);
 
-// An image the extension drew, mapped read-only from the memfd it came in; unmapped with this
-// object.
+// A memfd mapped into the host: a buffer the extension draws into, or the memfd a PNG came in.
+// Unmapped when the last image that shows it goes.
+struct ExtensionMemory;
+
+// An image the extension drew, in memory shared with it. While an image shows a buffer, the
+// extension is not asked to draw into that buffer again.
 class ExtensionImage {
 public:
     ExtensionImage() = default;
-    ExtensionImage(const void* data, std::size_t size) : m_data(data), m_size(size) {}
-    ExtensionImage(ExtensionImage&& other) noexcept
-        : m_data(std::exchange(other.m_data, nullptr)), m_size(std::exchange(other.m_size, 0)) {}
-    ExtensionImage& operator=(ExtensionImage&& other) noexcept;
-    ~ExtensionImage();
+    ExtensionImage(std::shared_ptr<const ExtensionMemory> memory, std::size_t size);
 
-    [[nodiscard]] const unsigned char* data() const {
-        return static_cast<const unsigned char*>(m_data);
-    }
+    [[nodiscard]] const unsigned char* data() const;
     [[nodiscard]] std::string_view bytes() const {
-        return {static_cast<const char*>(m_data), m_size};
+        return {reinterpret_cast<const char*>(data()), m_size};
     }
 
 private:
-    const void* m_data = nullptr;
+    std::shared_ptr<const ExtensionMemory> m_memory;
     std::size_t m_size = 0;
 };
 
@@ -102,7 +101,9 @@ public:
     void end();
 
 private:
-    platform::Result<ReceivedMessage> exchange(const ExtensionMessage& request);
+    platform::Result<ReceivedMessage> exchange(const ExtensionMessage& request, int fd = -1);
+    // A buffer no image shows, for the next drawing.
+    [[nodiscard]] platform::Result<std::shared_ptr<ExtensionMemory>> freeBuffer();
     platform::Result<void> launch();
     platform::Result<ReceivedMessage> awaitReply(std::uint32_t id);
     // Waits for the process to end, killing it unless it ends itself within a moment.
@@ -120,6 +121,7 @@ private:
     OwnedFd m_pidFd;
     std::optional<ExtensionChannel> m_channel;
     std::uint32_t m_lastId = 0;
+    std::vector<std::shared_ptr<ExtensionMemory>> m_buffers;
 };
 
 }  // namespace host

@@ -65,7 +65,7 @@ auto fields(T& m) {
 }
 template <Is<DrawRequest> T>
 auto fields(T& m) {
-    return std::tie(m.id, m.placement, m.entry, m.now, m.scale, m.encoding);
+    return std::tie(m.id, m.placement, m.entry, m.now, m.scale, m.encoding, m.buffer, m.bufferSize);
 }
 template <Is<TimelineReply> T>
 auto fields(T& m) {

@@ -42,7 +42,10 @@ enum class ImageEncoding : std::uint8_t {
     png,
 };
 
-// Host to extension: draw `entry` through the placement's widget at `now` and `scale`.
+// Host to extension: draw `entry` through the placement's widget at `now` and `scale`. ARGB32
+// pixels go into the host's `buffer`, a memfd of `bufferSize` bytes sent with the request
+// (the extension keeps it mapped, by id, for the next drawings); a PNG, whose size nobody knows
+// before, comes in a memfd of the extension's (buffer 0).
 struct DrawRequest {
     std::uint32_t id = 0;
     Placement placement;
@@ -50,6 +53,8 @@ struct DrawRequest {
     platform::Date now;
     double scale = 2;
     ImageEncoding encoding = ImageEncoding::argb32;
+    std::uint32_t buffer = 0;
+    std::uint64_t bufferSize = 0;
 
     bool operator==(const DrawRequest&) const = default;
 };
@@ -62,8 +67,9 @@ struct TimelineReply {
     bool operator==(const TimelineReply&) const = default;
 };
 
-// Extension to host: the answer to a DrawRequest. The image is in the memfd sent with it,
-// `byteCount` long: argb32 is `height` rows of `stride` bytes, png the file's bytes.
+// Extension to host: the answer to a DrawRequest. The image is in the host's buffer, or in the
+// memfd sent with the reply, `byteCount` long: argb32 is `height` rows of `stride` bytes, png the
+// file's bytes.
 struct DrawingReply {
     std::uint32_t id = 0;
     ImageEncoding encoding = ImageEncoding::argb32;

@@ -7,6 +7,7 @@
 #include <glib.h>
 #include <pthread.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -39,21 +40,24 @@ std::optional<std::string> unknownPlacement(const WidgetHost& widgets, const Pla
 }
 
 // A memfd of `size` bytes that `write` fills, then sealed so that the host may map it safely:
-// it can neither shrink under the host's mapping nor change after the reply.
+// it can neither shrink under the host's mapping nor be written again. (F_SEAL_WRITE would say
+// the same, but the kernel makes it wait for the pages just unmapped to settle: 5 to 20 ms a
+// drawing, several times the drawing itself.)
 platform::Result<OwnedFd> sealedImage(
     std::size_t size, const std::function<std::optional<std::string>(void*)>& write) {
     OwnedFd fd(::memfd_create("velmora-drawing", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (!fd.valid()) return platform::Error{std::string("memfd: ") + std::strerror(errno)};
     if (::ftruncate(fd.get(), off_t(size)) != 0)
         return platform::Error{std::string("memfd size: ") + std::strerror(errno)};
-    void* memory = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+    void* memory =
+        ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, fd.get(), 0);
     if (memory == MAP_FAILED)
         return platform::Error{std::string("memfd mapping: ") + std::strerror(errno)};
     const auto error = write(memory);
     ::munmap(memory, size);
     if (error) return platform::Error{*error};
-    if (::fcntl(fd.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL) !=
-        0)
+    if (::fcntl(fd.get(), F_ADD_SEALS,
+                F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_FUTURE_WRITE | F_SEAL_SEAL) != 0)
         return platform::Error{std::string("memfd seals: ") + std::strerror(errno)};
     return fd;
 }
@@ -77,7 +81,29 @@ void prepareExtensionMemory() {
         nullptr);
 }
 
-ExtensionServer::Answer ExtensionServer::answer(const ExtensionMessage& request) {
+ExtensionServer::~ExtensionServer() {
+    for (const auto& [id, mapping] : m_buffers) ::munmap(mapping.data, mapping.size);
+}
+
+unsigned char* ExtensionServer::buffer(const DrawRequest& request, const OwnedFd& fd) {
+    // A host keeps a few buffers; one that has more in use is refused rather than mapped.
+    constexpr std::size_t mostBuffers = 64;
+    if (auto known = m_buffers.find(request.buffer); known != m_buffers.end())
+        return known->second.size >= request.bufferSize
+                   ? static_cast<unsigned char*>(known->second.data)
+                   : nullptr;
+    struct stat info {};
+    if (!fd.valid() || m_buffers.size() >= mostBuffers || ::fstat(fd.get(), &info) != 0 ||
+        std::uint64_t(info.st_size) < request.bufferSize)
+        return nullptr;
+    void* data =
+        ::mmap(nullptr, request.bufferSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+    if (data == MAP_FAILED) return nullptr;
+    m_buffers[request.buffer] = {data, std::size_t(request.bufferSize)};
+    return static_cast<unsigned char*>(data);
+}
+
+ExtensionServer::Answer ExtensionServer::answer(const ExtensionMessage& request, OwnedFd fd) {
     return std::visit(
         platform::Overloaded{
             [&](const ProviderRequest& r) -> Answer {
@@ -86,14 +112,14 @@ ExtensionServer::Answer ExtensionServer::answer(const ExtensionMessage& request)
                 const platform::FixedClock clock(r.now);
                 return {TimelineReply{r.id, m_widgets.request(r.placement, r.request, clock)}, {}};
             },
-            [&](const DrawRequest& r) { return draw(r); },
+            [&](const DrawRequest& r) { return draw(r, std::move(fd)); },
             [](const auto&) -> Answer {
                 return {failed(0, "not a request"), {}};
             }},
         request);
 }
 
-ExtensionServer::Answer ExtensionServer::draw(const DrawRequest& r) {
+ExtensionServer::Answer ExtensionServer::draw(const DrawRequest& r, OwnedFd fd) {
     if (auto unknown = unknownPlacement(m_widgets, r.placement))
         return {failed(r.id, *unknown), {}};
     if (!(r.scale >= 1 && r.scale <= 3)) return {failed(r.id, "a scale outside 1 to 3"), {}};
@@ -120,12 +146,11 @@ ExtensionServer::Answer ExtensionServer::draw(const DrawRequest& r) {
     platform::Result<OwnedFd> image = OwnedFd();
     if (r.encoding == ImageEncoding::argb32) {
         reply.byteCount = std::uint64_t(size->stride) * std::uint64_t(size->height);
-        image = sealedImage(reply.byteCount, [&](void* memory) -> std::optional<std::string> {
-            const render::PixelTarget target{static_cast<unsigned char*>(memory), size->width,
-                                             size->height, size->stride};
-            if (auto error = render::paintPixels(list, r.scale, target)) return error->message;
-            return std::nullopt;
-        });
+        unsigned char* pixels = r.bufferSize >= reply.byteCount ? buffer(r, fd) : nullptr;
+        if (pixels == nullptr) return {failed(r.id, "no buffer for the drawing"), {}};
+        if (auto error = render::paintPixels(list, r.scale,
+                                             {pixels, size->width, size->height, size->stride}))
+            return {failed(r.id, error->message), {}};
     } else {
         auto png = render::paintToBytes(list, render::ImageFormat::png, r.scale);
         if (auto* error = std::get_if<render::PaintError>(&png))
@@ -158,7 +183,7 @@ platform::Result<void> ExtensionServer::serve(ExtensionChannel& channel,
         if (!std::holds_alternative<ProviderRequest>(request) &&
             !std::holds_alternative<DrawRequest>(request))
             return platform::Error{"the host sent what only an extension sends"};
-        auto answer = this->answer(request);
+        auto answer = this->answer(request, std::move(received.value().fd));
         if (auto sent = channel.send(answer.reply, answer.image.get()); !sent) {
             if (sent.error().kind == ChannelError::Kind::closed) return {};
             return platform::Error{sent.error().description};

@@ -4,6 +4,8 @@
 #include "host/WidgetHost.h"
 
 #include <chrono>
+#include <cstdint>
+#include <map>
 
 namespace host {
 
@@ -18,13 +20,17 @@ void prepareExtensionMemory();
 class ExtensionServer {
 public:
     explicit ExtensionServer(WidgetHost widgets) : m_widgets(std::move(widgets)) {}
+    ExtensionServer(const ExtensionServer&) = delete;
+    ExtensionServer& operator=(const ExtensionServer&) = delete;
+    ~ExtensionServer();
 
-    // The reply to one request and, for a drawing, the sealed memfd holding the image.
+    // The reply to one request (`fd`: the descriptor that came with it, a drawing's buffer) and,
+    // for a PNG, the sealed memfd holding it.
     struct Answer {
         ExtensionMessage reply;
         OwnedFd image;
     };
-    [[nodiscard]] Answer answer(const ExtensionMessage& request);
+    [[nodiscard]] Answer answer(const ExtensionMessage& request, OwnedFd fd = {});
 
     // Answers the channel's requests until the host closes it, or says goodbye and returns when
     // none has come for `idle`. An error when the channel fails or the host says what no host
@@ -32,9 +38,17 @@ public:
     platform::Result<void> serve(ExtensionChannel& channel, std::chrono::milliseconds idle);
 
 private:
-    [[nodiscard]] Answer draw(const DrawRequest& request);
+    [[nodiscard]] Answer draw(const DrawRequest& request, OwnedFd fd);
+    // The host's buffer of a drawing, mapped on first use and kept; null when there is none.
+    [[nodiscard]] unsigned char* buffer(const DrawRequest& request, const OwnedFd& fd);
+
+    struct Mapping {
+        void* data = nullptr;
+        std::size_t size = 0;
+    };
 
     WidgetHost m_widgets;
+    std::map<std::uint32_t, Mapping> m_buffers;  // the host's buffers, by id
 };
 
 }  // namespace host

@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
         if (!fault.empty() && (faultKind.empty() || faultKind == kindOf(request)) &&
             answered-- <= 0)
             misbehave(fault, channel, request);
-        auto answer = server.answer(request);
+        auto answer = server.answer(request, std::move(received.value().fd));
         if (!channel.send(answer.reply, answer.image.get())) break;
     }
     return 0;
