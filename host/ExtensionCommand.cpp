@@ -44,12 +44,30 @@ void addStrings(std::vector<std::filesystem::path>& paths, FcStrList* list) {
     FcStrListDone(list);
 }
 
+// The folder an XDG variable names, else the one below the home folder.
+std::filesystem::path xdgFolder(const char* variable, const char* underHome) {
+    const char* set = std::getenv(variable);
+    if (set != nullptr && *set == '/') return set;
+    const char* home = std::getenv("HOME");
+    return std::filesystem::path(home != nullptr ? home : "/") / underHome;
+}
+
 // What the extension may read: the app group's store folder, and what drawing needs: fonts,
-// their configuration and caches (as fontconfig names them), time-zone data and the libraries
-// it loads, which it may also map as code.
+// their configuration and caches, time-zone data and the libraries it loads, which it may also
+// map as code. The font folders are those of the widgets' own fontconfig configuration
+// (render/PangoTextMeasurer.cpp); a FONTCONFIG_FILE of the user's names its own, which only
+// fontconfig can tell, so then it is asked (loading that configuration costs milliseconds).
 platform::ConfinementRules confinementRules(const std::filesystem::path& store) {
     platform::ConfinementRules rules;
+    const auto home = xdgFolder("HOME", "");
     rules.readable = {store,
+                      "/usr/share/fonts",
+                      "/usr/local/share/fonts",
+                      xdgFolder("XDG_DATA_HOME", ".local/share") / "fonts",
+                      home / ".fonts",
+                      "/var/cache/fontconfig",
+                      xdgFolder("XDG_CACHE_HOME", ".cache") / "fontconfig",
+                      home / ".fontconfig",
                       "/etc/fonts",
                       "/usr/share/fontconfig",
                       "/usr/share/zoneinfo",
@@ -58,10 +76,13 @@ platform::ConfinementRules confinementRules(const std::filesystem::path& store) 
                       "/usr/share/locale",
                       "/etc/ld.so.cache",
                       "/sys/devices/system/cpu"};
-    if (FcConfig* fonts = FcConfigGetCurrent()) {
-        addStrings(rules.readable, FcConfigGetFontDirs(fonts));
-        addStrings(rules.readable, FcConfigGetCacheDirs(fonts));
-        addStrings(rules.readable, FcConfigGetConfigDirs(fonts));
+    if (const char* file = std::getenv("FONTCONFIG_FILE")) {
+        rules.readable.emplace_back(file);
+        if (FcConfig* fonts = FcConfigGetCurrent()) {
+            addStrings(rules.readable, FcConfigGetFontDirs(fonts));
+            addStrings(rules.readable, FcConfigGetCacheDirs(fonts));
+            addStrings(rules.readable, FcConfigGetConfigDirs(fonts));
+        }
     }
     rules.executable = {"/usr/lib", "/lib", "/usr/lib64", "/lib64", "/usr/local/lib"};
     if (const char* paths = std::getenv("LD_LIBRARY_PATH")) {
