@@ -200,7 +200,7 @@ platform::Result<void> Extension::launch() {
     m_channel.emplace(std::move(ours));
     // Whatever program runs, its memory is bounded before it is asked anything.
     const rlimit limit{m_settings.memoryLimit, m_settings.memoryLimit};
-    ::prlimit(pid, RLIMIT_DATA, &limit, nullptr);
+    if (m_settings.memoryLimit != 0) ::prlimit(pid, RLIMIT_DATA, &limit, nullptr);
     return {};
 }
 

@@ -20,13 +20,27 @@
 
 namespace host {
 
+// Whether this program was built with AddressSanitizer, whose shadow memory (terabytes,
+// reserved as writable) no data limit admits.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool extensionSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+inline constexpr bool extensionSanitized = true;
+#else
+inline constexpr bool extensionSanitized = false;
+#endif
+#else
+inline constexpr bool extensionSanitized = false;
+#endif
+
 // The platform's limits for an extension process.
 inline constexpr std::chrono::milliseconds extensionReplyTime{2000};  // a whole answer
 inline constexpr std::chrono::milliseconds extensionIdleTime{30000};  // then it ends itself
 // Its memory: the kernel's bound on private writable memory (RLIMIT_DATA: allocations and
 // stacks), the limit where no cgroup holds the extension. An extension whose allocation fails
-// exits with extensionOutOfMemoryStatus (prepareExtensionMemory).
-inline constexpr std::uint64_t extensionMemoryLimit = 30ULL << 20;
+// exits with extensionOutOfMemoryStatus (prepareExtensionMemory). None (0) in sanitizer builds.
+inline constexpr std::uint64_t extensionMemoryLimit = extensionSanitized ? 0 : 30ULL << 20;
 
 // How a host launches its extension.
 struct ExtensionSettings {
