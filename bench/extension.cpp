@@ -95,7 +95,7 @@ void InProcess(benchmark::State& state) {
         const auto list = widgets.draw(placement, timeline.entries.front(), at).drawList;
         const auto size = render::pixelSize(list, 2).value();
         std::vector<unsigned char> pixels(std::size_t(size.stride) * size.height);
-        if (render::paintPixels(list, 2, {pixels.data(), size.width, size.height, size.stride}))
+        if (!render::paintPixels(list, 2, {pixels.data(), size.width, size.height, size.stride}))
             state.SkipWithError("cannot draw");
         benchmark::DoNotOptimize(pixels.data());
     }

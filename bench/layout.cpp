@@ -1,20 +1,29 @@
 // Laying out a medium watchlist widget: header, a two-column grid of four cells with badges,
 // about forty nodes. Once with a measurer of fixed advances (layout's own cost), once with
-// Pango (what a drawing costs).
+// Pango (what a drawing costs). Then the hostile records: the longest texts a record can hold,
+// each widget drawn with them (layout and 2x PNG) in every family.
 #include "render/Layout.h"
+#include "dailybrief/DailyBriefEntry.h"
+#include "host/WidgetHost.h"
 #include "render/FrameDump.h"
+#include "render/Painter.h"
 #include "render/PangoTextMeasurer.h"
+#include "store/DefaultsStore.h"
 #include "style/Palette.h"
+#include "watchlist/WatchlistEntry.h"
+#include "widgets/AnyEntry.h"
+#include "widgets/Widgets.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 using namespace ui;
 using namespace timeline;
-using namespace render;
-
 using namespace render;
 
 namespace {
@@ -124,6 +133,111 @@ void BM_DumpFrames(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(dumpFrames(laidOut, Palette::names));
 }
 BENCHMARK(BM_DumpFrames)->Unit(benchmark::kMicrosecond);
+
+// ---- Hostile records ----
+
+enum class Hostile { mSignal, longTicker, mEverywhere, hugeTexts };
+
+std::string repeated(std::string_view unit, std::size_t size) {
+    std::string out;
+    out.reserve(size + unit.size());
+    while (out.size() < size) out += unit;
+    return out;
+}
+
+// A brief and a watchlist of five rows and a portfolio, sound but for the hostile texts: 8,000
+// "M"s as the signal, an 8,000-character ticker, 5,000 "M"s in every text, a summary (the rows: a
+// company name) as long as the store lets a record be.
+widgets::AnyEntry hostileEntry(Hostile kind, bool brief) {
+    const platform::Date at = *platform::parseRecordDate("2025-11-16T05:45:00Z");
+    AppGroupContainer::DailyBrief record{.ticker = "NVDA",
+                                         .companyName = "NVIDIA",
+                                         .summary = "Data-centre demand keeps outrunning supply.",
+                                         .signal = "Strong Buy",
+                                         .score = 86,
+                                         .generatedAt = at};
+    AppGroupContainer::WatchlistRow row{.ticker = "NVDA",
+                                        .companyName = "NVIDIA",
+                                        .price = 488.5,
+                                        .changePct = 1.92,
+                                        .signal = "Strong Buy",
+                                        .score = 86};
+    AppGroupContainer::PortfolioSnapshot portfolio{.totalValue = 125430.55,
+                                                   .totalReturn = 6.92,
+                                                   .holdingCount = 6,
+                                                   .sourceLabel = "Demo broker",
+                                                   .updatedAt = at};
+    const std::string ms(5000, 'M');
+    switch (kind) {
+        case Hostile::mSignal:
+            record.signal = *row.signal = std::string(8000, 'M');
+            break;
+        case Hostile::longTicker:
+            record.ticker = row.ticker = repeated("ABCDEFGHIJ", 8000);
+            break;
+        case Hostile::mEverywhere:
+            record.ticker = *record.companyName = record.summary = record.signal = ms;
+            row.ticker = *row.companyName = *row.signal = portfolio.sourceLabel = ms;
+            break;
+        case Hostile::hugeTexts:
+            // Within the store's limit on a value, with room for the record's other members.
+            constexpr std::size_t longest = store::DefaultsStore::valueSizeLimit - 1024;
+            record.summary = repeated("Momentum continues with options flow signalling. ", longest);
+            *row.companyName = repeated("Holdings ", longest / 5);
+            break;
+    }
+    if (brief) return dailybrief::DailyBriefEntry{at, record};
+    return watchlist::WatchlistEntry{at, std::vector(5, row), portfolio};
+}
+
+// {record, widget (0 watchlist, 1 brief), family}: every record in each widget's families.
+void hostileCases(benchmark::internal::Benchmark* b) {
+    for (int kind = 0; kind < 4; ++kind)
+        for (auto [widget, family] : {std::pair{0, 0}, {0, 1}, {0, 2}, {1, 1}, {1, 2}})
+            b->Args({kind, widget, family});
+}
+
+const char* const hostileNames[] = {"8,000-M signal", "8,000-character ticker",
+                                    "5,000 M everywhere", "1 MB texts"};
+
+const host::WidgetHost& drawingHost() {
+    static const host::WidgetHost host(widgets::VelmoraWidgetsBundle().body(), {});
+    return host;
+}
+
+// The whole drawing, as the host does it: the view built from the entry, laid out, painted.
+void BM_DrawHostileRecord(benchmark::State& state) {
+    const bool brief = state.range(1) == 1;
+    const host::Placement placement{brief ? "DailyBrief" : "WatchlistGlance",
+                                    static_cast<WidgetFamily>(state.range(2))};
+    const widgets::AnyEntry entry = hostileEntry(static_cast<Hostile>(state.range(0)), brief);
+    const platform::Date now = widgets::entryDate(entry);
+    for (auto _ : state) {
+        const LayoutResult layout = drawingHost().draw(placement, entry, now);
+        benchmark::DoNotOptimize(paintToBytes(layout.drawList, ImageFormat::png, 2));
+    }
+    state.SetLabel(std::string(hostileNames[state.range(0)]) + ", " + placement.kind + " " +
+                   std::string(name(placement.family)));
+}
+BENCHMARK(BM_DrawHostileRecord)->Apply(hostileCases)->Unit(benchmark::kMillisecond);
+
+// The renderer's part alone: the view built once, then laid out and painted.
+void BM_RenderHostileRecord(benchmark::State& state) {
+    const bool brief = state.range(1) == 1;
+    const host::Placement placement{brief ? "DailyBrief" : "WatchlistGlance",
+                                    static_cast<WidgetFamily>(state.range(2))};
+    const widgets::AnyEntry entry = hostileEntry(static_cast<Hostile>(state.range(0)), brief);
+    const platform::Date now = widgets::entryDate(entry);
+    const View content = drawingHost().content(placement, entry, now);
+    const EnvironmentValues env{.widgetFamily = placement.family, .now = now};
+    for (auto _ : state) {
+        const LayoutResult layout = layoutWidget(content, env, pangoTextMeasurer());
+        benchmark::DoNotOptimize(paintToBytes(layout.drawList, ImageFormat::png, 2));
+    }
+    state.SetLabel(std::string(hostileNames[state.range(0)]) + ", " + placement.kind + " " +
+                   std::string(name(placement.family)));
+}
+BENCHMARK(BM_RenderHostileRecord)->Apply(hostileCases)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -1,5 +1,7 @@
-// The cost of the store's reads: decoding alone, and whole provider requests against a SQLite
-// store on disk (each opens the database read-only, looks the key up, closes it and decodes).
+// The cost of the store's reads: decoding alone, whole provider requests against a SQLite
+// store on disk (each opens the database read-only, looks the key up, closes it and decodes),
+// and reads beside and of a value far above the size limit, which should cost what a brief's
+// read costs.
 
 #include "dailybrief/DailyBriefTimelineProvider.h"
 #include "records/JSONEncoder.h"
@@ -92,6 +94,48 @@ void WatchlistTimeline25(benchmark::State& state) {
         });
 }
 BENCHMARK(WatchlistTimeline25);
+
+// The seeded store with a 50 MB value under another key and under "vmLarge".
+const std::string& storeWithLargeValues() {
+    static const std::string folder = [] {
+        std::string folder = seedStoreFolder(briefJson, rowsJson(25), portfolioJson);
+        auto opened = DefaultsStore::openForWriting(platform::appGroupIdentifier(), folder);
+        const Data large(50'000'000, ' ');
+        if (!opened || !opened.value().setData("filler", large) ||
+            !opened.value().setData("vmLarge", large))
+            std::abort();
+        return folder;
+    }();
+    return folder;
+}
+
+// Reads that fail log through a sink that takes nothing.
+class Discard final : public platform::LogSink {
+public:
+    bool isEnabled(platform::LogLevel) const override { return false; }
+    void write(platform::LogLevel, std::string_view, std::string_view,
+               std::string_view) const override {}
+};
+
+void ReadBrief(benchmark::State& state) {
+    for (auto _ : state)
+        if (!readRecord<DailyBrief>(dailyBriefKey, storeFolder())) std::abort();
+}
+BENCHMARK(ReadBrief);
+
+void ReadBriefBesideLargeValue(benchmark::State& state) {
+    for (auto _ : state)
+        if (!readRecord<DailyBrief>(dailyBriefKey, storeWithLargeValues())) std::abort();
+}
+BENCHMARK(ReadBriefBesideLargeValue);
+
+void ReadLargeValue(benchmark::State& state) {
+    const Discard discard;
+    const platform::Logger logger("bench", "app", discard);
+    for (auto _ : state)
+        if (readRecord<DailyBrief>("vmLarge", storeWithLargeValues(), logger)) std::abort();
+}
+BENCHMARK(ReadLargeValue);
 
 }  // namespace
 

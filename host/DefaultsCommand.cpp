@@ -6,9 +6,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 
 namespace host {
 
@@ -35,6 +36,14 @@ std::string_view domain(const DefaultsOptions& options) {
 constexpr std::size_t dataFileLimit = 1 << 20;
 
 int write(const GlobalOptions& globals, const DefaultsOptions& options) {
+    const int values = int(options.data.has_value()) + int(options.dataFile.has_value()) +
+                       int(options.string.has_value());
+    if (values != 1) {
+        printError(std::string("defaults write: expected ") +
+                   (values == 0 ? "a value" : "one value") +
+                   ": --data TEXT, --data-file FILE or --string TEXT");
+        return exitUsage;
+    }
     store::Data bytes;
     if (options.dataFile) {
         const auto contents = platform::readInputFile(*options.dataFile, dataFileLimit);
@@ -63,26 +72,61 @@ int write(const GlobalOptions& globals, const DefaultsOptions& options) {
     return exitSuccess;
 }
 
-// Data that reads as text is printed as it is; anything else as hex digits.
-bool printable(const store::Data& bytes) {
-    return std::none_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) {
-        return (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') || byte == 0x7f;
-    });
+// UTF-8 text as it may go to a terminal: control characters other than tab and line feed
+// (escape sequences, carriage return, the bell, C1 controls) written as \u00XX, so that no value
+// can move the cursor, recolour or rewrite the screen. None when the bytes are not UTF-8.
+std::optional<std::string> terminalText(std::string_view bytes) {
+    std::string shown;
+    for (std::size_t i = 0; i < bytes.size();) {
+        const auto lead = static_cast<unsigned char>(bytes[i]);
+        const std::size_t length = lead < 0x80             ? 1
+                                   : (lead & 0xE0) == 0xC0 ? 2
+                                   : (lead & 0xF0) == 0xE0 ? 3
+                                   : (lead & 0xF8) == 0xF0 ? 4
+                                                           : 0;
+        if (length == 0 || i + length > bytes.size()) return std::nullopt;
+        std::uint32_t code = length == 1 ? lead : lead & (0x7Fu >> length);
+        for (std::size_t k = 1; k < length; ++k) {
+            const auto next = static_cast<unsigned char>(bytes[i + k]);
+            if ((next & 0xC0) != 0x80) return std::nullopt;
+            code = code << 6 | (next & 0x3Fu);
+        }
+        // Overlong forms, surrogates and code points past U+10FFFF are not UTF-8.
+        constexpr std::uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+        if (code < smallest[length] || (code >= 0xD800 && code <= 0xDFFF) || code > 0x10FFFF)
+            return std::nullopt;
+        if ((code < 0x20 && code != '\t' && code != '\n') || (code >= 0x7F && code <= 0x9F)) {
+            char escape[16];
+            std::snprintf(escape, sizeof escape, "\\u%04X", unsigned(code));
+            shown += escape;
+        } else {
+            shown.append(bytes.substr(i, length));
+        }
+        i += length;
+    }
+    return shown;
+}
+
+// Text as text, control characters escaped; anything that is not UTF-8 as hex digits.
+void printBytes(std::string_view bytes) {
+    if (const auto text = terminalText(bytes)) {
+        std::fwrite(text->data(), 1, text->size(), stdout);
+    } else {
+        for (const char byte : bytes)
+            std::printf("%02x", unsigned(static_cast<unsigned char>(byte)));
+    }
+    std::printf("\n");
 }
 
 void printValue(const store::DefaultsValue& value) {
     if (const auto* text = std::get_if<std::string>(&value)) {
-        std::printf("string\n%s\n", text->c_str());
+        std::printf("string\n");
+        printBytes(*text);
         return;
     }
     const auto& bytes = std::get<store::Data>(value);
     std::printf("data (%zu %s)\n", bytes.size(), bytes.size() == 1 ? "byte" : "bytes");
-    if (printable(bytes)) {
-        std::fwrite(bytes.data(), 1, bytes.size(), stdout);
-    } else {
-        for (std::uint8_t byte : bytes) std::printf("%02x", byte);
-    }
-    std::printf("\n");
+    printBytes({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
 // The value under the key, nothing when the store or the key is missing, or the store's fault.
@@ -157,7 +201,6 @@ void registerDefaultsCommand(CLI::App& app, GlobalOptions& globals) {
     value->add_option("--data-file", options->dataFile, "A data value: the bytes of FILE")
         ->type_name("FILE");
     value->add_option("--string", options->string, "A text value")->type_name("TEXT");
-    value->require_option(1);
     write->callback([&globals, options] { globals.exitCode = host::write(globals, *options); });
 
     CLI::App* read = defaults->add_subcommand("read", "Print the value under KEY");

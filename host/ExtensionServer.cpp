@@ -148,14 +148,14 @@ ExtensionServer::Answer ExtensionServer::draw(const DrawRequest& r, OwnedFd fd) 
         reply.byteCount = std::uint64_t(size->stride) * std::uint64_t(size->height);
         unsigned char* pixels = r.bufferSize >= reply.byteCount ? buffer(r, fd) : nullptr;
         if (pixels == nullptr) return {failed(r.id, "no buffer for the drawing"), {}};
-        if (auto error = render::paintPixels(list, r.scale,
-                                             {pixels, size->width, size->height, size->stride}))
-            return {failed(r.id, error->message), {}};
+        if (auto painted = render::paintPixels(list, r.scale,
+                                               {pixels, size->width, size->height, size->stride});
+            !painted)
+            return {failed(r.id, painted.error().description), {}};
     } else {
         auto png = render::paintToBytes(list, render::ImageFormat::png, r.scale);
-        if (auto* error = std::get_if<render::PaintError>(&png))
-            return {failed(r.id, error->message), {}};
-        const auto& bytes = std::get<std::string>(png);
+        if (!png) return {failed(r.id, png.error().description), {}};
+        const auto& bytes = *png;
         reply.byteCount = bytes.size();
         image = sealedImage(bytes.size(), [&](void* memory) -> std::optional<std::string> {
             std::memcpy(memory, bytes.data(), bytes.size());

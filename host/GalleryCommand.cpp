@@ -84,10 +84,12 @@ void registerGalleryCommand(CLI::App& app, GlobalOptions& globals) {
         "gallery",
         "Draw every widget in every family (placeholder and current entry) as PNG, with an "
         "HTML page");
-    command
-        ->add_option("--out", *out, "Folder for the images and index.html (created when missing)")
-        ->required()
-        ->type_name("DIR");
+    expect(command
+               ->add_option("--out", *out,
+                            "Folder for the images and index.html (created when missing)")
+               ->required()
+               ->type_name("DIR"),
+           "a folder", [](const std::string& text) { return !text.empty(); });
     command->callback(
         [&globals, out] { globals.finish(run(*out, globals, globals.widgetHost())); });
 }

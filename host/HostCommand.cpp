@@ -216,7 +216,7 @@ private:
 CommandResult run(const HostOptions& options, const GlobalOptions& globals,
                   const WidgetHost& widgets) {
     std::optional<platform::Date> until;
-    if (!options.until.empty()) until = platform::parseCommandLineDate(options.until);
+    if (!options.until.empty()) until = *parseOptionDate(options.until);
     if (options.simulate && !until)
         return CommandError::usage("--simulate needs --until TIME: the time the simulation ends");
     if (!options.simulate && !globals.at.empty())
@@ -250,24 +250,19 @@ void registerHostCommand(CLI::App& app, GlobalOptions& globals) {
         "host",
         "Host placed widgets: ask for timelines, honour their reload dates, keep DIR's PNGs and "
         "index.html current");
-    command->add_option("--out", options->out, "Folder for the images and index.html")
-        ->required()
-        ->type_name("DIR");
+    expect(command->add_option("--out", options->out, "Folder for the images and index.html")
+               ->required()
+               ->type_name("DIR"),
+           "a folder", [](const std::string& text) { return !text.empty(); });
     command
         ->add_option("--placements", options->placementsFile,
                      R"(JSON array of {"kind": ..., "family": ...} (default: every widget in )"
                      "every family)")
         ->type_name("FILE");
-    command
-        ->add_option("--until", options->until,
-                     "Stop at this time, RFC 3339 (required with --simulate)")
-        ->type_name("TIME")
-        ->check(CLI::Validator(
-            [](const std::string& text) -> std::string {
-                if (platform::parseCommandLineDate(text)) return {};
-                return "\"" + text + "\" is not an RFC 3339 date-time such as 2025-11-17T00:00:00Z";
-            },
-            ""));
+    expectDate(command
+                   ->add_option("--until", options->until,
+                                "Stop at this time, RFC 3339 (required with --simulate)")
+                   ->type_name("TIME"));
     command->add_flag(
         "--simulate", options->simulate,
         "Run from --at (default now) to --until on a virtual clock, without sleeping");

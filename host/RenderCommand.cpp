@@ -9,7 +9,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <memory>
 #include <string_view>
@@ -53,13 +55,8 @@ CommandResult run(const RenderOptions& options, const GlobalOptions& globals,
     const auto resolved = widgets.placement(options.kind, options.family);
     if (!resolved) return CommandError::usage(resolved.error().description);
     const Placement& placement = *resolved;
-    std::optional<render::ImageFormat> format;
-    if (!options.out.empty()) {
-        format = render::imageFormatForPath(options.out);
-        if (!format)
-            return CommandError::usage("cannot tell the image format of \"" + options.out +
-                                       "\": use a .png, .svg or .pdf file name");
-    }
+    // The option's check let only names with a known extension through.
+    const auto format = render::imageFormatForPath(options.out);
 
     const auto& clock = globals.clock();
     const auto timeline = widgets.request(placement, requestNamed(options.request), clock);
@@ -74,10 +71,8 @@ CommandResult run(const RenderOptions& options, const GlobalOptions& globals,
     if (format) {
         // Drawn in memory, then written whole: an old image stays until the new one is complete.
         const auto bytes = render::paintToBytes(layout.drawList, *format, options.scale);
-        if (const auto* error = std::get_if<render::PaintError>(&bytes))
-            return CommandError::failure(error->message);
-        if (auto written = platform::writeFileAtomically(options.out, std::get<std::string>(bytes));
-            !written)
+        if (!bytes) return CommandError::failure(bytes.error().description);
+        if (auto written = platform::writeFileAtomically(options.out, *bytes); !written)
             return CommandError::failure(written.error().description);
     }
     const auto& url = layout.drawList.url;
@@ -91,21 +86,36 @@ void registerRenderCommand(CLI::App& app, GlobalOptions& globals) {
     auto options = std::make_shared<RenderOptions>();
     CLI::App* command = app.add_subcommand(
         "render", "Draw the entry a request gives for KIND in FAMILY (PNG, SVG or PDF)");
-    command->add_option("KIND", options->kind, "The widget kind")->required();
+    command->add_option("KIND", options->kind, "The widget kind: " + globals.kinds())->required();
     command->add_option("FAMILY", options->family, "systemSmall, systemMedium or systemLarge")
         ->required();
-    command->add_option("--request", options->request, "Which entry to draw")
-        ->check(CLI::IsMember({"placeholder", "snapshot", "timeline"}))
-        ->type_name("placeholder|snapshot|timeline");
-    command->add_option("--out", options->out, "Image file; its extension picks the format")
-        ->type_name("FILE");
-    command->add_option("--scale", options->scale, "Pixels per point for PNG (1 to 3)")
-        ->check(CLI::Range(1.0, 3.0))
-        ->type_name("N");
+    expect(command->add_option("--request", options->request, "Which entry to draw")
+               ->type_name("placeholder|snapshot|timeline"),
+           "placeholder, snapshot or timeline", [](const std::string& text) {
+               return std::any_of(requestNames.begin(), requestNames.end(),
+                                  [&](const RequestName& entry) { return entry.name == text; });
+           });
+    expect(command->add_option("--out", options->out, "Image file; its extension picks the format")
+               ->type_name("FILE"),
+           "an image file name ending in .png, .svg or .pdf",
+           [](const std::string& text) { return render::imageFormatForPath(text).has_value(); });
+    expect(command->add_option("--scale", options->scale, "Pixels per point for PNG (1 to 3)")
+               ->type_name("N"),
+           "a number from 1 to 3", [](const std::string& text) {
+               double value = 0;
+               const auto [end, error] =
+                   std::from_chars(text.data(), text.data() + text.size(), value);
+               return error == std::errc() && end == text.data() + text.size() && value >= 1 &&
+                      value <= 3;
+           });
     command->add_flag("--tree", options->tree, "Print the view tree");
     command->add_flag("--frames", options->frames, "Print the laid-out frames");
-    command->callback(
-        [&globals, options] { globals.finish(run(*options, globals, globals.widgetHost())); });
+    command->callback([&globals, options] {
+        // Laid out at the scale it is painted at: a divider is one pixel thick at every scale.
+        HostSettings settings = globals.widgetHost().settings();
+        settings.scale = options->scale;
+        globals.finish(run(*options, globals, WidgetHost(globals.widgets, settings)));
+    });
 }
 
 }  // namespace host

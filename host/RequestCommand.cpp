@@ -20,7 +20,7 @@ void addRequest(CLI::App& app, GlobalOptions& globals, const std::string& name,
                 const std::string& description, Request request) {
     auto kind = std::make_shared<std::string>();
     CLI::App* command = app.add_subcommand(name, description);
-    command->add_option("KIND", *kind, "The widget kind")->required();
+    command->add_option("KIND", *kind, "The widget kind: " + globals.kinds())->required();
     command->callback([&globals, kind, request] {
         const auto widgets = globals.widgetHost();
         const auto widget = widgets.widgetOfKind(*kind);

@@ -59,9 +59,12 @@ Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_
     Descriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (directory.get() < 0) return fail(errno);
 
-    // A file of no name vanishes by itself if the process dies before it is linked in.
+    // A file of no name vanishes by itself if the process dies before it is linked in. Naming
+    // it takes /proc (a bare chroot or an early boot has none): without it, a hidden file.
     std::string temporary;
-    int fd = ::openat(directory.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0644);
+    int fd = ::access("/proc/self/fd", X_OK) == 0
+                 ? ::openat(directory.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0644)
+                 : (errno = EOPNOTSUPP, -1);
     if (fd < 0) {
         if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return fail(errno);
         temporary = (folder / ("." + path.filename().string() + ".XXXXXX")).string();

@@ -1,5 +1,7 @@
 #include "platform/Date.h"
 
+#include "platform/Fatal.h"
+
 #include <cstdio>
 
 namespace platform {
@@ -124,6 +126,7 @@ std::optional<Date> parseCommandLineDate(std::string_view text) {
 }
 
 std::string formatDate(Date date) {
+    VELMORA_ASSERT(date >= firstDate && date < endOfDates);
     const auto day = floor<days>(date);
     const year_month_day ymd{day};
     const hh_mm_ss time{date - day};

@@ -10,4 +10,8 @@ std::string_view bundleIdentifier() {
     return VELMORA_BUNDLE_ID;
 }
 
+std::string_view programVersion() {
+    return VELMORA_VERSION;
+}
+
 }  // namespace platform

@@ -13,4 +13,7 @@ namespace platform {
 // The host app's bundle identifier: the extension's standard defaults and the log's subsystem.
 [[nodiscard]] std::string_view bundleIdentifier();
 
+// The program's version, as the project is numbered ("0.1").
+[[nodiscard]] std::string_view programVersion();
+
 }  // namespace platform

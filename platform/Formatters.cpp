@@ -183,6 +183,33 @@ std::string formatShortest(double value) {
     return out;
 }
 
+bool isKnownLocale(std::string_view locale) {
+    const icu::Locale parsed = toLocale(locale);
+    if (parsed.isBogus() || std::string_view(parsed.getLanguage()).empty()) return false;
+    // ICU takes any well-formed id and falls back to its root data: known means ICU has data
+    // for the language, and knows the country when one is named.
+    const std::string_view language = parsed.getLanguage();
+    const std::string_view country = parsed.getCountry();
+    bool languageKnown = false;
+    int32_t count = 0;
+    const icu::Locale* available = icu::Locale::getAvailableLocales(count);
+    for (int32_t i = 0; i < count && !languageKnown; ++i)
+        languageKnown = language == available[i].getLanguage();
+    if (!languageKnown) return false;
+    if (country.empty()) return true;
+    for (const char* const* known = icu::Locale::getISOCountries(); *known != nullptr; ++known)
+        if (country == *known) return true;
+    return false;
+}
+
+bool isKnownTimeZone(std::string_view timeZone) {
+    UErrorCode status = U_ZERO_ERROR;
+    icu::UnicodeString canonical;
+    UBool isSystemId = false;
+    icu::TimeZone::getCanonicalID(toUnicode(timeZone), canonical, isSystemId, status);
+    return U_SUCCESS(status) && isSystemId;
+}
+
 namespace {
 
 std::string nonEmptyEnvironment(const char* name) {
@@ -200,14 +227,6 @@ std::string userLocale() {
     name = name.substr(0, name.find('.'));
     if (name.empty() || name == "C" || name == "POSIX") return "en_US";
     return name;
-}
-
-bool isKnownTimeZone(std::string_view zone) {
-    icu::UnicodeString canonical;
-    UBool isSystemZone = false;
-    UErrorCode status = U_ZERO_ERROR;
-    icu::TimeZone::getCanonicalID(toUnicode(zone), canonical, isSystemZone, status);
-    return U_SUCCESS(status) && isSystemZone;
 }
 
 std::string userTimeZone() {

@@ -32,6 +32,15 @@ namespace platform {
 // The shortest text that reads back as the same double, as the platform prints one ("10000.0").
 [[nodiscard]] std::string formatShortest(double value);
 
+// Whether ICU knows a locale id: it has data for the language ("en", "de_DE", "sr_Latn_RS"),
+// and the country, when one is named, is a known one. ICU itself takes any well-formed id
+// and falls back to its root data, which would draw in a language nobody asked for.
+[[nodiscard]] bool isKnownLocale(std::string_view locale);
+
+// Whether an id names one of the IANA time zones ICU knows ("UTC", "Europe/Berlin"). ICU
+// itself treats an unknown id as "Etc/Unknown", which behaves as UTC.
+[[nodiscard]] bool isKnownTimeZone(std::string_view timeZone);
+
 // The user's locale from the environment: LC_ALL, else LANG, without encoding (".UTF-8") or
 // modifier ("@euro"); unset, empty, C or POSIX count as en_US.
 [[nodiscard]] std::string userLocale();
@@ -39,8 +48,5 @@ namespace platform {
 // The user's time zone as ICU detects it (TZ, else the system's), a zoneinfo path reduced to
 // the zone's name; UTC when ICU does not know the zone.
 [[nodiscard]] std::string userTimeZone();
-
-// Whether ICU knows `zone` as an IANA zone ("Europe/Berlin", "UTC").
-[[nodiscard]] bool isKnownTimeZone(std::string_view zone);
 
 }  // namespace platform

@@ -91,9 +91,30 @@ private:
     const char** m_furthest;
 };
 
-// Thrown by the parser's callback to stop at the first value nested too deep, before the
-// parser builds anything below it.
-struct TooDeep {};
+// Builds the value as nlohmann's own DOM parser does, and stops the parser at the first array
+// or object nested deeper than the limit, before anything below it is built.
+class DepthLimitedBuilder : public nlohmann::detail::json_sax_dom_parser<Json> {
+public:
+    explicit DepthLimitedBuilder(Json& root) : json_sax_dom_parser(root, true) {}
+
+    bool start_object(std::size_t size) {
+        return enter() && json_sax_dom_parser::start_object(size);
+    }
+    bool start_array(std::size_t size) { return enter() && json_sax_dom_parser::start_array(size); }
+    bool end_object() {
+        --m_depth;
+        return json_sax_dom_parser::end_object();
+    }
+    bool end_array() {
+        --m_depth;
+        return json_sax_dom_parser::end_array();
+    }
+
+private:
+    bool enter() { return ++m_depth <= JSONDecoder::depthLimit; }
+
+    int m_depth = 0;
+};
 
 platform::Result<Json> parse(std::string_view text) {
     if (text.size() > JSONDecoder::documentSizeLimit)
@@ -101,19 +122,14 @@ platform::Result<Json> parse(std::string_view text) {
                                " bytes exceeds the " +
                                std::to_string(JSONDecoder::documentSizeLimit >> 20) + " MiB limit"};
     const char* furthest = text.data();
-    // `depth` counts the arrays and objects around the one that starts.
-    const Json::parser_callback_t limitDepth = [](int depth, Json::parse_event_t event, Json&) {
-        if ((event == Json::parse_event_t::object_start ||
-             event == Json::parse_event_t::array_start) &&
-            depth >= JSONDecoder::depthLimit)
-            throw TooDeep{};
-        return true;
-    };
+    Json value;
+    DepthLimitedBuilder builder(value);
     try {
-        return Json::parse(TrackedReader(text.data(), &furthest),
-                           TrackedReader(text.data() + text.size(), &furthest), limitDepth);
-    } catch (const TooDeep&) {
-        // The parser has just read the bracket that opens the value.
+        // Faults of the text itself are thrown; the builder stops the parser only for depth,
+        // just after it has read the bracket that opens the value too deep.
+        if (Json::sax_parse(TrackedReader(text.data(), &furthest),
+                            TrackedReader(text.data() + text.size(), &furthest), &builder))
+            return value;
         return platform::Error{"nested deeper than " + std::to_string(JSONDecoder::depthLimit) +
                                " levels at offset " + std::to_string(furthest - text.data() - 1)};
     } catch (const Json::parse_error& fault) {

@@ -4,7 +4,9 @@
 // asks for the ideal one), the child chooses its size, the parent places it. Environment
 // values (font, foreground colour, line limit, letter case, text alignment) flow down from
 // the modifiers that wrap a view. The result is a draw list for the painters and the frames
-// of every node for the frames dump. Layout is pure: same inputs, same result.
+// of every node for the frames dump. Layout is pure: same inputs, same result. A text is given
+// to the measurer and the painter only as far as its frame and line limit can show it
+// (TextMeasurer::shownText). The engine, one file per kind of view: render/LayoutEngine.h.
 
 #include "render/Geometry.h"
 #include "render/LayoutResult.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Result.h"
 #include "render/DrawList.h"
 #include "render/PlatformDefaults.h"
 
@@ -7,36 +8,24 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace render {
 
 // Draws a DrawList with Cairo: PNG at a scale (the canvas times the scale in pixels), SVG and PDF
 // at the canvas size in points. Commands are drawn in order, antialiased; a PopClip without its
-// PushClip is ignored and clips still open at the end are closed.
+// PushClip is ignored and clips still open at the end are closed. Texts are drawn by
+// render/PangoTextPainter.h, symbols from render/Symbols.h, PNG bytes written by
+// render/PngEncoder.h.
 
 enum class ImageFormat { png, svg, pdf };
 
 // The format a file name asks for by its extension, in any letter case: .png, .svg or .pdf.
 [[nodiscard]] std::optional<ImageFormat> imageFormatForPath(const std::filesystem::path& path);
 
-struct PaintError {
-    std::string message;
-    bool operator==(const PaintError&) const = default;
-};
-
-template <typename T>
-using PaintResult = std::variant<T, PaintError>;
-
 // The encoded image. The scale applies to PNG only and must lie between 1 and 3.
-[[nodiscard]] PaintResult<std::string> paintToBytes(const DrawList& list, ImageFormat format,
-                                                    double scale = defaults::renderScale);
-
-// Writes the image in the format that the path's extension names. Nothing on success.
-[[nodiscard]] std::optional<PaintError> paintToFile(const DrawList& list,
-                                                    const std::filesystem::path& path,
-                                                    double scale = defaults::renderScale);
+[[nodiscard]] platform::Result<std::string> paintToBytes(const DrawList& list, ImageFormat format,
+                                                         double scale = defaults::renderScale);
 
 // A pixel with straight (not premultiplied) alpha.
 struct Rgba {
@@ -77,9 +66,9 @@ struct PixelSize {
 [[nodiscard]] std::optional<PixelSize> pixelSize(const DrawList& list, double scale);
 
 // Draws the list into `target`, which must be pixelSize(list, scale) large and is cleared
-// first. Nothing on success.
-[[nodiscard]] std::optional<PaintError> paintPixels(const DrawList& list, double scale,
-                                                    PixelTarget target);
+// first.
+[[nodiscard]] platform::Result<void> paintPixels(const DrawList& list, double scale,
+                                                PixelTarget target);
 
 // The list drawn as PNG would be, before encoding: canvas × scale pixels, transparent where
 // nothing is drawn. An invalid canvas or scale gives an empty bitmap.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "render/DrawList.h"
 #include "render/TextMeasurer.h"
 
 #include <optional>
@@ -9,15 +8,21 @@
 
 namespace render {
 
-// Text set with Pango: the system font is Inter, the monospaced design JetBrains Mono, at the
-// font's size in points (1 pt = 1 user unit). Layout in points does not depend on the output:
-// metrics are unhinted and glyph positions unrounded, so a text measures the same for PNG at
-// any scale, SVG and PDF. Widths are rounded up to whole points (never past the proposed width)
-// so that the painter, wrapping at the frame's width, breaks the lines the same way.
+// Text measured as Pango sets it (render/PangoShaping.h): the system font is Inter, the
+// monospaced design JetBrains Mono, at the font's size in points (1 pt = 1 user unit). Layout in
+// points does not depend on the output: metrics are unhinted and glyph positions unrounded, so a
+// text measures the same for PNG at any scale, SVG and PDF. Widths are rounded up to whole
+// points (never past the proposed width) so that the painter, wrapping at the frame's width,
+// breaks the lines the same way. The whole text given is measured: layout gives no more of it
+// than its frame can show (shownText).
 class PangoTextMeasurer final : public TextMeasurer {
 public:
     [[nodiscard]] TextMetrics measure(std::string_view text, const TextStyle& style,
                                       std::optional<double> width) const override;
+    // Fills lines with the advances Pango gives the text's characters (PangoShaping.h).
+    [[nodiscard]] std::string_view shownText(std::string_view text, const TextStyle& style,
+                                             std::optional<double> width,
+                                             std::optional<double> height) const override;
 };
 
 // The process-wide measurer. Safe to use from several threads at once (each thread shapes with
@@ -29,19 +34,11 @@ struct TextLayoutFacts {
     int lineCount = 0;
     bool ellipsized = false;  // the text was cut and ends with "…"
     std::string family;       // of the font that sets the first character
+    int glyphs = 0;           // on all lines, the ellipsis included
+    int unknownGlyphs = 0;    // drawn as a box: no font on the machine has the character
     bool operator==(const TextLayoutFacts&) const = default;
 };
 [[nodiscard]] TextLayoutFacts describeTextLayout(std::string_view text, const TextStyle& style,
                                                  std::optional<double> width);
 
-namespace detail {
-
-// The painter's Cairo context, passed through by pointer so that Cairo stays out of headers.
-struct CairoContext;
-
-// Draws the text of `command` on `cairo` with the very layout that measure() builds, wrapped at
-// the frame's width, its top-left corner at the frame's origin.
-void drawText(CairoContext* cairo, const DrawText& command);
-
-}  // namespace detail
 }  // namespace render

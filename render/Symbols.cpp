@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <mutex>
 #include <numbers>
 #include <set>
 #include <string>
@@ -98,12 +97,10 @@ SymbolGlyph starGlyph(const UnitSquare& unit, double line) {
     return {{outline, false, line}};
 }
 
+// The names come from the views' code, so the set stays small.
 void reportUnknownOnce(std::string_view name) {
-    static std::mutex mutex;
-    static std::set<std::string, std::less<>> reported;
-    const std::lock_guard lock(mutex);
-    if (reported.contains(name)) return;
-    reported.emplace(name);
+    thread_local std::set<std::string, std::less<>> reported;
+    if (!reported.emplace(name).second) return;
     std::fprintf(stderr, "velmora: unknown symbol '%.*s'\n", int(name.size()), name.data());
 }
 

@@ -35,7 +35,7 @@ using SymbolGlyph = std::vector<SymbolGlyphPart>;
 
 // The glyph of `name` inside `box` (the symbol's frame; a square as wide as the font size),
 // with line weights following the font's size and weight. An unknown name gives nothing and is
-// reported once per process per name on stderr.
+// reported on stderr once per thread (each keeps its own record, so no lock is needed).
 [[nodiscard]] std::optional<SymbolGlyph> symbolGlyph(std::string_view name, const Rect& box,
                                                      const ui::Font& font);
 

@@ -30,6 +30,8 @@ chroot "$root" velmora-widgets list
 chroot "$root" velmora-widgets --store-dir /tmp/store render DailyBrief systemMedium \
   --request placeholder --out /tmp/brief.png
 test -s "$root/usr/share/man/man1/velmora-widgets.1.gz"
+test -x "$root/usr/libexec/velmora-widgets/velmora-widgets-desktop"
+test -s "$root/usr/share/applications/app.velmora.desktop.widgets.desktop"
 test -s "$root/tmp/brief.png"
 cp "$root/tmp/brief.png" "$build/package-brief.png"
 echo "== installed program ran: $build/package-brief.png, $(du -k "$root/usr/bin/velmora-widgets" | cut -f1) KiB program"

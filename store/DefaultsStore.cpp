@@ -170,12 +170,13 @@ int waitForWriter(void* context, int attempt) {
 int pastDeadline(void* context) {
     return Clock::now() >= static_cast<const ReadTime*>(context)->deadline;
 }
-constexpr int progressSteps = 8;
+constexpr int progressSteps = 4;
 
 // A database in write-ahead-log mode, or a -wal file beside one, makes SQLite create or
-// delete files beside it even on a read-only connection: readers leave such stores alone.
-// The header is read through SQLite's own file handle: opening and closing a descriptor of
-// our own would drop the POSIX locks that other connections of this process hold on it.
+// delete files beside it even on a read-only connection. In exclusive locking mode it gives up
+// with an I/O error instead, having changed nothing; this tells that error apart afterwards.
+// The header is read through SQLite's own file handle: opening and closing a descriptor of our
+// own would drop the POSIX locks that other connections of this process hold on the file.
 bool writeAheadLogMode(sqlite3* db, const std::filesystem::path& file) {
     std::error_code ignored;
     if (std::filesystem::exists(file.string() + "-wal", ignored)) return true;
@@ -302,14 +303,17 @@ platform::Result<std::optional<DefaultsStore>> DefaultsStore::openReadOnly(
     // that the schema read takes is kept until the connection closes, so the lookup runs in
     // the same snapshot instead of locking, checking for a hot journal and unlocking a second
     // time (about a third of a read's system calls). Writers wait for it through their busy
-    // timeout, as they would for any reader.
+    // timeout, as they would for any reader. In this mode SQLite also refuses a database in
+    // write-ahead-log mode rather than create a -shm or -wal file beside it.
     execute(db, "PRAGMA locking_mode=EXCLUSIVE");
 
-    if (writeAheadLogMode(db, file))
-        return storeFault(file,
-                          "is in write-ahead-log mode, which a reader cannot open without "
-                          "changing files beside it");
-    if (auto checked = checkTable(db, file); !checked) return checked.error();
+    if (auto checked = checkTable(db, file); !checked) {
+        if ((sqlite3_errcode(db) & 0xff) == SQLITE_IOERR && writeAheadLogMode(db, file))
+            return storeFault(file,
+                              "is in write-ahead-log mode, which a reader cannot open without "
+                              "changing files beside it");
+        return checked.error();
+    }
     return std::optional<DefaultsStore>(DefaultsStore(std::move(connection)));
 }
 

@@ -3,42 +3,26 @@
 #include "platform/Overloaded.h"
 #include "ui/ViewNames.h"
 
+#include <unicode/utf8.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <system_error>
 
 namespace ui {
 
-namespace {
-
-// Decodes one UTF-8 sequence at `i`; invalid bytes come back as themselves (length 1).
-char32_t decodeUtf8(std::string_view text, std::size_t i, std::size_t& length) {
-    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-    const unsigned char lead = byte(i);
-    length = 1;
-    if (lead < 0x80) return lead;
-    const std::size_t count = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
-    if (count == 1 || i + count > text.size()) return lead;
-    char32_t c = lead & (0xFF >> (count + 1));
-    for (std::size_t k = 1; k < count; ++k) {
-        if ((byte(i + k) & 0xC0) != 0x80) return lead;
-        c = (c << 6) | (byte(i + k) & 0x3F);
-    }
-    length = count;
-    return c;
-}
-
-}  // namespace
-
 std::string dumpQuoted(std::string_view text) {
     std::string out = "\"";
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
     for (std::size_t i = 0; i < text.size();) {
-        std::size_t length = 1;
-        const char32_t c = decodeUtf8(text, i, length);
+        const std::size_t start = i;
+        UChar32 c = 0;
+        U8_NEXT(bytes, i, text.size(), c);  // c < 0: bytes that are no UTF-8, kept as they are
         switch (c) {
             case '"':
                 out += "\\\"";
@@ -56,16 +40,15 @@ std::string dumpQuoted(std::string_view text) {
                 out += "\\t";
                 break;
             default:
-                if (c < 0x20 || c == 0x7F || (c >= 0x80 && c < 0xA0) || c == 0x2028 ||
+                if ((c >= 0 && c < 0x20) || c == 0x7F || (c >= 0x80 && c < 0xA0) || c == 0x2028 ||
                     c == 0x2029) {
                     std::array<char, 16> buffer;
                     std::snprintf(buffer.data(), buffer.size(), "\\u{%X}", unsigned(c));
                     out += buffer.data();
                 } else {
-                    out.append(text.substr(i, length));
+                    out.append(text.substr(start, i - start));
                 }
         }
-        i += length;
     }
     out += '"';
     return out;

@@ -8,12 +8,10 @@
 #include <filesystem>
 #include <map>
 
-using namespace ui;
 using namespace timeline;
 using namespace widgets;
 using namespace dailybrief;
-using namespace watchlist;
-using namespace host;
+using host::Placement;
 
 namespace {
 
@@ -21,89 +19,114 @@ platform::Date at(const char* text) {
     return *platform::parseCommandLineDate(text);
 }
 
-host::WidgetHost emptyStoreHost() {
+host::WidgetHost hostOf(std::vector<StaticConfiguration> widgets) {
     host::HostSettings settings;
     settings.storeDirectory =
         (std::filesystem::temp_directory_path() / "velmora-schedule-test-empty").string();
-    return host::WidgetHost(VelmoraWidgetsBundle().body(), settings);
+    return host::WidgetHost(std::move(widgets), settings);
 }
 
-// Runs the schedule on a virtual clock from `from` until before `until`, as the simulating
-// host does, and returns every request.
-std::vector<host::TimelineRequestRecord> simulate(const host::WidgetHost& widgetHost,
-                                                  host::Scheduler& schedule, platform::Date from,
-                                                  platform::Date until) {
-    std::vector<host::TimelineRequestRecord> records;
+// Runs the scheduler on a virtual clock from `from` until before `until`, as the simulating
+// host does: each placement's request times.
+std::map<std::string, std::vector<platform::Date>> simulate(const host::WidgetHost& widgets,
+                                                            host::Scheduler& scheduler,
+                                                            platform::Date from,
+                                                            platform::Date until) {
+    std::map<std::string, std::vector<platform::Date>> times;
     platform::ManualClock clock(from);
     while (clock.now() < until) {
-        for (auto& r : schedule.runDue(widgetHost, clock)) records.push_back(r);
-        clock.set(schedule.nextReload());
+        for (const auto& r : scheduler.runDue(widgets, clock))
+            times[r.placement.kind + " " + std::string(name(r.placement.family))].push_back(
+                r.requestedAt);
+        clock.set(scheduler.nextReload());
     }
-    return records;
+    return times;
 }
+
+// A brief provider whose timelines ask to be reloaded an hour before they were made.
+struct StaleProvider {
+    using Entry = DailyBriefEntry;
+    Entry placeholder(const TimelineProviderContext& context) const { return {context.now(), {}}; }
+    void getSnapshot(const TimelineProviderContext& context,
+                     const std::function<void(Entry)>& completion) const {
+        completion(placeholder(context));
+    }
+    void getTimeline(const TimelineProviderContext& context,
+                     const std::function<void(Timeline<Entry>)>& completion) const {
+        completion({{placeholder(context)},
+                    TimelineReloadPolicy::after(context.now() - std::chrono::hours(1))});
+    }
+};
 
 }  // namespace
 
-TEST(Schedule, ASimulatedDayAsksEveryQuarterHourForTheWatchlistAndOnceAtSixThirtyForTheBrief) {
-    const auto widgetHost = emptyStoreHost();
-    host::Scheduler schedule(widgetHost.allPlacements());
-    const auto records =
-        simulate(widgetHost, schedule, at("2025-11-16T00:00:00Z"), at("2025-11-17T00:00:00Z"));
-
-    std::map<std::pair<std::string, WidgetFamily>, std::vector<platform::Date>> byPlacement;
-    for (const auto& r : records)
-        byPlacement[{r.placement.kind, r.placement.family}].push_back(r.requestedAt);
-
-    ASSERT_EQ(byPlacement.size(), 5u);
-    for (auto family :
-         {WidgetFamily::systemSmall, WidgetFamily::systemMedium, WidgetFamily::systemLarge}) {
-        const auto& times = byPlacement[{"WatchlistGlance", family}];
-        ASSERT_EQ(times.size(), 96u) << name(family);
-        for (std::size_t i = 1; i < times.size(); ++i)
-            EXPECT_EQ(times[i] - times[i - 1], std::chrono::minutes(15));
-    }
-    for (auto family : {WidgetFamily::systemMedium, WidgetFamily::systemLarge}) {
-        const auto& times = byPlacement[{"DailyBrief", family}];
-        ASSERT_EQ(times.size(), 2u) << name(family);
-        EXPECT_EQ(times[0], at("2025-11-16T00:00:00Z"));
-        EXPECT_EQ(times[1], at("2025-11-16T06:30:00Z"));
-    }
-}
-
-TEST(Schedule, NeverAsksBeforeTheReloadDateItWasGiven) {
-    const auto widgetHost = emptyStoreHost();
-    host::Scheduler schedule(widgetHost.allPlacements());
-    const auto records =
-        simulate(widgetHost, schedule, at("2025-12-31T20:00:00Z"), at("2026-01-02T08:00:00Z"));
-
-    std::map<std::pair<std::string, WidgetFamily>, platform::Date> promised;
-    for (const auto& r : records) {
-        const auto key = std::make_pair(r.placement.kind, r.placement.family);
-        if (promised.count(key)) {
-            EXPECT_GE(r.requestedAt, promised[key]);
+// Every placement is asked at once, then at the reload dates its timelines named: every quarter
+// hour for the watchlist, at 06:30 UTC for the brief, across a day, a month and a year end.
+TEST(Schedule, AsksEachPlacementAtOnceThenAtTheReloadDatesItWasGiven) {
+    struct Case {
+        const char* from;
+        const char* until;
+        std::size_t watchlistRequests;
+        std::string briefRequests;  // the dates, each followed by a space
+    };
+    const std::vector<Case> cases{
+        {"2025-11-16T00:00:00Z", "2025-11-17T00:00:00Z", 96,
+         "2025-11-16T00:00:00Z 2025-11-16T06:30:00Z "},
+        {"2025-11-16T06:29:59.5Z", "2025-11-16T06:30:00.5Z", 1,
+         "2025-11-16T06:29:59.5Z 2025-11-16T06:30:00Z "},
+        {"2025-12-31T20:00:00Z", "2026-01-02T08:00:00Z", 144,
+         "2025-12-31T20:00:00Z 2026-01-01T06:30:00Z 2026-01-02T06:30:00Z "},
+    };
+    const auto widgets = hostOf(VelmoraWidgetsBundle().body());
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.from);
+        host::Scheduler scheduler(widgets.allPlacements());
+        const auto times = simulate(widgets, scheduler, at(c.from), at(c.until));
+        ASSERT_EQ(times.size(), 5u);
+        for (const auto* family : {"systemSmall", "systemMedium", "systemLarge"}) {
+            const auto& watchlist = times.at(std::string("WatchlistGlance ") + family);
+            ASSERT_EQ(watchlist.size(), c.watchlistRequests) << family;
+            EXPECT_EQ(watchlist.front(), at(c.from));
+            for (std::size_t i = 1; i < watchlist.size(); ++i)
+                EXPECT_EQ(watchlist[i] - watchlist[i - 1], std::chrono::minutes(15));
         }
-        promised[key] = r.timeline.policy.date;
-        EXPECT_GT(r.timeline.policy.date, r.requestedAt);
+        for (const auto* family : {"DailyBrief systemMedium", "DailyBrief systemLarge"}) {
+            std::string brief;
+            for (const auto date : times.at(family)) brief += platform::formatDate(date) + " ";
+            EXPECT_EQ(brief, c.briefRequests);
+        }
     }
-    // Across the year end the brief reloads at 06:30 on each new day.
-    std::vector<platform::Date> briefTimes;
-    for (const auto& r : records)
-        if (r.placement == host::Placement{"DailyBrief", WidgetFamily::systemLarge})
-            briefTimes.push_back(r.requestedAt);
-    EXPECT_EQ(briefTimes, (std::vector{at("2025-12-31T20:00:00Z"), at("2026-01-01T06:30:00Z"),
-                                       at("2026-01-02T06:30:00Z")}));
 }
 
-TEST(Schedule, AWaitingPlacementIsNotAskedAgainWhenTheClockHasNotMoved) {
-    const auto widgetHost = emptyStoreHost();
-    host::Scheduler schedule({{"WatchlistGlance", WidgetFamily::systemSmall}});
+TEST(Schedule, AReloadDateInThePastWaitsForTheNextMomentNotATightLoop) {
+    const auto widgets =
+        hostOf({StaticConfiguration(
+                    "Stale", StaleProvider(),
+                    [](const DailyBriefEntry&, const ui::EnvironmentValues&) { return ui::View(); })
+                    .supportedFamilies({WidgetFamily::systemMedium})});
+    host::Scheduler scheduler(widgets.allPlacements());
     platform::ManualClock clock(at("2025-11-16T10:00:00Z"));
-    std::size_t requests = schedule.runDue(widgetHost, clock).size();
-    requests += schedule.runDue(widgetHost, clock).size();
-    clock.set(at("2025-11-16T10:14:59.999Z"));
-    requests += schedule.runDue(widgetHost, clock).size();
-    EXPECT_EQ(requests, 1u);
-    clock.set(at("2025-11-16T10:15:00Z"));
-    requests += schedule.runDue(widgetHost, clock).size();
-    EXPECT_EQ(requests, 2u);
+    EXPECT_EQ(scheduler.nextReload(), platform::Date::min());
+    ASSERT_EQ(scheduler.runDue(widgets, clock).size(), 1u);
+    EXPECT_EQ(scheduler.nextReload(), clock.now() + std::chrono::microseconds(1));
+    EXPECT_TRUE(scheduler.runDue(widgets, clock).empty());
+    EXPECT_TRUE(scheduler.dueAt(clock.now()).empty());
+}
+
+TEST(Schedule, AReloadOfOneKindMakesOnlyItsPlacementsDueAtOnce) {
+    const auto widgets = hostOf(VelmoraWidgetsBundle().body());
+    host::Scheduler scheduler(widgets.allPlacements());
+    platform::ManualClock clock(at("2025-11-16T10:00:00Z"));
+    EXPECT_EQ(scheduler.runDue(widgets, clock).size(), 5u);
+    EXPECT_EQ(scheduler.nextReload(), at("2025-11-16T10:15:00Z"));
+    clock.set(at("2025-11-16T10:14:59.999999Z"));
+    EXPECT_TRUE(scheduler.dueAt(clock.now()).empty());
+
+    scheduler.reloadNow("DailyBrief");
+    EXPECT_EQ(scheduler.dueAt(clock.now()), (std::vector<std::size_t>{3, 4}));
+    const auto asked = scheduler.runDue(widgets, clock);
+    ASSERT_EQ(asked.size(), 2u);
+    EXPECT_EQ(asked[0].placement, (Placement{"DailyBrief", WidgetFamily::systemMedium}));
+    EXPECT_EQ(asked[1].number, 2u);
+    EXPECT_EQ(scheduler.nextReload(), at("2025-11-16T10:15:00Z"));
 }

@@ -102,6 +102,10 @@ TEST(Date, FormatsUtcWithFractionsOnlyWhenNotZero) {
         EXPECT_EQ(parseCommandLineDate(formatDate(date)), date) << formatDate(date);
     }
     EXPECT_EQ(parseRecordDate(formatDate(utc(2030, 6, 1, 12))), utc(2030, 6, 1, 12));
+    // No year outside 0000 to 9999 is ever written.
+    EXPECT_EQ(formatDate(platform::endOfDates - microseconds(1)), "9999-12-31T23:59:59.999999Z");
+    EXPECT_DEATH((void)formatDate(platform::firstDate - microseconds(1)), "endOfDates");
+    EXPECT_DEATH((void)formatDate(platform::endOfDates), "endOfDates");
 }
 
 }  // namespace

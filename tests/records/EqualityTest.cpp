@@ -53,8 +53,7 @@ TEST(Equality, NumbersCompareNumericallyAndDatesAsInstants) {
     WatchlistRow a{.ticker = "A", .price = 0.0};
     WatchlistRow b{.ticker = "A", .price = -0.0};
     EXPECT_EQ(a, b);  // +0 equals -0
-    a.score = nan;
-    b.score = nan;
+    a.score = b.score = nan;
     EXPECT_NE(a, b);  // a NaN equals nothing
     EXPECT_NE(a, a);  // not even itself
     a.score = std::nullopt;

@@ -4,33 +4,42 @@
 #include <gtest/gtest.h>
 
 using namespace ui;
-using namespace timeline;
 
 using namespace render;
 using namespace render::testing;
 
-TEST(LayoutGrid, TwoFlexibleColumnsShareTheWidthRowByRow) {
+// Cells of 10-point texts (5 a character, 12 high), centred in their columns.
+TEST(LayoutGrid, ColumnsShareTheWidthWithinTheirBoundsRowByRow) {
     auto text = [](const char* s, double size = 10) {
         return Text(Verbatim{s}).font(Font::system(size));
     };
-    std::vector<View> cells{text("a"), text("bb bb"), text("c", 20)};
-    auto grid = [&] {
-        return LazyVGrid({.columns = {GridItem::flexible(), GridItem::flexible()}, .spacing = 6},
-                         cells);
+    auto grid = [&](std::vector<GridItem> columns, std::vector<View> cells) {
+        return LazyVGrid({.columns = std::move(columns), .spacing = 6}, std::move(cells));
     };
-    // 200 wide: two columns of (200 - 8) / 2 = 96, the second starting at 104; rows 12 and 24
-    // high with 6 between them.
-    const auto three = layOut(grid(), {200, 100});
-    EXPECT_TRUE(sameRect(rectOf(three, "LazyVGrid"), {0, 29, 200, 42}));
-    EXPECT_TRUE(sameRect(rectOf(three, "Text \"a\""), {45.5, 29, 5, 12}));
-    EXPECT_TRUE(sameRect(rectOf(three, "Text \"bb bb\""), {139.5, 29, 25, 12}));
-    // The third cell starts the second row, in the leading column.
-    EXPECT_TRUE(sameRect(rectOf(three, "Text \"c\""), {43, 47, 10, 24}));
-
-    // A fourth cell fills the second row and is centred in its height.
-    cells.push_back(text("d"));
-    const auto four = layOut(grid(), {200, 100});
-    EXPECT_TRUE(sameRect(rectOf(four, "LazyVGrid"), {0, 29, 200, 42}));
-    EXPECT_TRUE(sameRect(rectOf(four, "Text \"c\""), {43, 47, 10, 24}));
-    EXPECT_TRUE(sameRect(rectOf(four, "Text \"d\""), {149.5, 53, 5, 12}));
+    const GridItem flexible = GridItem::flexible();
+    const std::vector<View> cells{text("a"), text("bb bb"), text("c", 20), text("d")};
+    const LayoutCase cases[] = {
+        // (200 - 8) / 2 = 96 each; rows 12 and 24 high with 6 between, the cells centred in both.
+        {"equal columns",
+         grid({flexible, flexible}, cells),
+         {200, 100},
+         {{"LazyVGrid", {0, 29, 200, 42}},
+          {"Text \"a\"", {45.5, 29, 5, 12}},
+          {"Text \"bb bb\"", {139.5, 29, 25, 12}},
+          {"Text \"c\"", {43, 47, 10, 24}},
+          {"Text \"d\"", {149.5, 53, 5, 12}}}},
+        // A column held at its minimum or maximum leaves the rest to the other.
+        {"minimum",
+         grid({GridItem::flexible(60), flexible}, {text("a"), text("b")}),
+         {100, 20},
+         {{"Text \"a\"", {27.5, 4, 5, 12}}, {"Text \"b\"", {81.5, 4, 5, 12}}}},
+        {"maximum",
+         grid({GridItem::flexible(10, 20), flexible}, {text("a"), text("b")}),
+         {100, 20},
+         {{"Text \"a\"", {7.5, 4, 5, 12}}, {"Text \"b\"", {61.5, 4, 5, 12}}}},
+    };
+    for (const LayoutCase& c : cases) expectFrames(c);
+    // Offered no width, each column is as wide as its widest cell: 10 + 8 + 25.
+    EXPECT_EQ(sizeThatFits(grid({flexible, flexible}, cells), {}, {}, fakeMeasurer()),
+              (Size{43, 42}));
 }

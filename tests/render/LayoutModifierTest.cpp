@@ -19,14 +19,13 @@ TEST(LayoutFrame, InfiniteMaximumsTakeTheProposalAndAlignTheChild) {
         {{HorizontalAlignment::leading, VerticalAlignment::bottom}, {0, 48}},
     };
     for (const auto& [alignment, child] : cases) {
-        const auto result = layOut(
-            Text(Verbatim{"ab"})
-                .font(Font::system(10))
-                .frame({.maxWidth = infinity, .maxHeight = infinity, .alignment = alignment}),
-            {100, 60});
-        SCOPED_TRACE(dumpFrames(result, Palette::names));
-        EXPECT_TRUE(sameRect(rectOf(result, "frame"), {0, 0, 100, 60}));
-        EXPECT_TRUE(sameRect(rectOf(result, "Text"), {child.x, child.y, 10, 12}));
+        expectFrames(
+            {"frame",
+             Text(Verbatim{"ab"})
+                 .font(Font::system(10))
+                 .frame({.maxWidth = infinity, .maxHeight = infinity, .alignment = alignment}),
+             {100, 60},
+             {{"frame", {0, 0, 100, 60}}, {"Text", {child.x, child.y, 10, 12}}}});
     }
 }
 

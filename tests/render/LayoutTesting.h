@@ -11,15 +11,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <ostream>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace render {
-
-inline void PrintTo(const Rect& r, std::ostream* out) {
-    *out << dumpRect(r);
-}
 
 namespace testing {
 
@@ -43,20 +40,30 @@ inline ::testing::AssertionResult sameRect(const Rect& actual, const Rect& expec
            << "rect " << dumpRect(actual) << ", expected " << dumpRect(expected);
 }
 
-// The rects of the frames whose description starts with `prefix`, in tree order.
-inline std::vector<Rect> rectsOf(const LayoutResult& result, std::string_view prefix) {
+// The one rect described as starting with `prefix`, or a failure.
+inline Rect rectOf(const LayoutResult& result, std::string_view prefix) {
     std::vector<Rect> rects;
     for (const auto& frame : result.frames)
         if (std::string_view(frame.description).starts_with(prefix)) rects.push_back(frame.rect);
-    return rects;
-}
-
-// The one rect described by `prefix`, or a failure.
-inline Rect rectOf(const LayoutResult& result, std::string_view prefix) {
-    const auto rects = rectsOf(result, prefix);
     EXPECT_EQ(rects.size(), 1u) << "frames described as " << prefix << " in\n"
                                 << dumpFrames(result, Palette::names);
     return rects.empty() ? Rect{-1, -1, -1, -1} : rects.front();
+}
+
+// A view laid out alone on a canvas, and the frames expected of it, each found by a prefix of
+// its description that no other frame starts with.
+struct LayoutCase {
+    const char* name;
+    ui::View view;
+    Size canvas;
+    std::vector<std::pair<std::string_view, Rect>> frames;
+};
+
+inline void expectFrames(const LayoutCase& c) {
+    const LayoutResult result = layOut(c.view, c.canvas);
+    SCOPED_TRACE(std::string(c.name) + "\n" + dumpFrames(result, Palette::names));
+    for (const auto& [prefix, rect] : c.frames)
+        EXPECT_TRUE(sameRect(rectOf(result, prefix), rect)) << prefix;
 }
 
 template <typename Command>

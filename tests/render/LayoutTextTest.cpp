@@ -1,35 +1,80 @@
 #include "render/Layout.h"
+#include "render/LayoutEngine.h"
 #include "tests/render/LayoutTesting.h"
 
 #include <gtest/gtest.h>
 
 using namespace ui;
-using namespace timeline;
 
 using namespace render;
 using namespace render::testing;
 
-namespace {
-
-DrawText onlyText(const LayoutResult& result) {
-    const auto texts = commandsOf<DrawText>(result);
-    EXPECT_EQ(texts.size(), 1u);
-    return texts.empty() ? DrawText{} : texts.front();
+// At 10 points a character is 5 wide and a line 12 high. Drawn at its frame's width with the
+// line limit it was fitted with, a text breaks and ends as it was measured.
+TEST(LayoutText, WrapsAndCutsToTheWidthAndTheLinesThatFit) {
+    const View phrase = Text(Verbatim{"alpha beta gamma delta"}).font(Font::system(10));
+    std::string words;
+    for (int i = 0; i < 200'000; ++i) words += "word ";
+    const struct {
+        const char* name;
+        View view;
+        Size canvas;
+        Rect frame;
+        std::optional<int> lineLimit;
+        std::vector<std::string> lines;
+    } cases[] = {
+        {"wrapped", phrase, {60, 40}, {2.5, 8, 55, 24}, {}, {"alpha beta", "gamma delta"}},
+        {"line limit", phrase.lineLimit(1), {60, 40}, {2.5, 14, 55, 12}, 1, {"alpha beta…"}},
+        // Four lines in 40 high: the three that fit, the last ending in "…".
+        {"short height", phrase, {30, 40}, {0, 2, 30, 36}, 3, {"alpha", "beta", "gamma…"}},
+        {"shorter than the limit",
+         phrase.lineLimit(2),
+         {60, 20},
+         {2.5, 4, 55, 12},
+         1,
+         {"alpha beta…"}},
+        // A megabyte reaches the measurer and the painter only as far as two lines can show.
+        {"a megabyte",
+         Text(Verbatim{words}).font(Font::system(10)).lineLimit(2).frame({.maxWidth = 30}),
+         {60, 40},
+         {17.5, 8, 25, 24},
+         2,
+         {"word", "word…"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto texts = commandsOf<DrawText>(layOut(c.view, c.canvas));
+        ASSERT_EQ(texts.size(), 1u);
+        const DrawText& drawn = texts.front();
+        EXPECT_TRUE(sameRect(drawn.frame, c.frame));
+        EXPECT_EQ(drawn.style.lineLimit, c.lineLimit);
+        EXPECT_EQ(FakeTextMeasurer::layOut(drawn.text, drawn.style, drawn.frame.width), c.lines);
+        EXPECT_LT(drawn.text.size(), 100u);
+    }
 }
 
-}  // namespace
-
-TEST(LayoutText, LineLimitsCutAtTheProposedWidth) {
-    // 22 characters, 110 wide at 10 points, in 60.
-    const View phrase = Text(Verbatim{"alpha beta gamma delta"}).font(Font::system(10));
-    const DrawText cut = onlyText(layOut(phrase.lineLimit(1), {60, 40}));
-    EXPECT_TRUE(sameRect(cut.frame, {2.5, 14, 55, 12}));
-    EXPECT_EQ(cut.style.lineLimit, 1);
-    // Drawn at its frame's width, the text breaks and ends as it was measured.
-    EXPECT_EQ(FakeTextMeasurer::layOut(cut.text, cut.style, cut.frame.width),
-              (std::vector<std::string>{"alpha beta…"}));
-    // Without a limit it wraps onto as many lines as it needs.
-    EXPECT_TRUE(sameRect(onlyText(layOut(phrase, {60, 40})).frame, {2.5, 8, 55, 24}));
+// Texts and sizes are remembered by what they depend on, not by where the view lives: the same
+// view measured in another environment measures anew.
+TEST(LayoutText, MeasuresAgainInAnotherEnvironment) {
+    const View view = Text(Verbatim{"ab cd"});
+    const EnvironmentValues environment;
+    detail::Engine engine(environment, fakeMeasurer(), 2, Size{100, 100});
+    detail::Env ten = engine.rootEnv(), twenty = ten, upper = ten;
+    ten.font = upper.font = Font::system(10);
+    twenty.font = Font::system(20);
+    upper.textCase = TextCase::uppercase;
+    const struct {
+        const detail::Env& env;
+        ProposedSize proposal;
+        Size size;
+    } cases[] = {
+        {ten, {100, 100}, {25, 12}},   {twenty, {100, 100}, {50, 24}}, {ten, {20, 100}, {10, 24}},
+        {twenty, {30, 100}, {20, 48}}, {upper, {100, 100}, {25, 12}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(engine.measure({&view, 0}, c.proposal, c.env).size, c.size);
+    engine.place({&view, 0}, {0, 0}, {100, 100}, upper, 0);
+    EXPECT_EQ(commandsOf<DrawText>(engine.result).front().text, "AB CD");
 }
 
 TEST(LayoutText, EnvironmentFlowsDownAndInnerValuesWin) {

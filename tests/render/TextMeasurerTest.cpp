@@ -1,6 +1,7 @@
 #include "render/PangoTextMeasurer.h"
 
 #include "render/Painter.h"
+#include "render/ShownText.h"
 #include "style/Palette.h"
 
 #include <gtest/gtest.h>
@@ -24,7 +25,6 @@ double width(std::string_view text, const TextStyle& s) {
 
 TEST(TextMeasurer, WidthsFollowTheTextTheWeightAndTheDesign) {
     const TextStyle body = style(Font::system(13));
-    EXPECT_GT(width("Watchlist glance", body), width("Watchlist", body));
     EXPECT_GT(width("Watchlist", style(Font::system(13, FontWeight::bold))),
               width("Watchlist", body));
     // Monospaced figures all advance the same, so columns of prices line up.
@@ -54,6 +54,45 @@ TEST(TextMeasurer, WrapsToTheWidthAndCutsAtTheLineLimit) {
     EXPECT_TRUE(cut.ellipsized);
     EXPECT_NEAR(pangoTextMeasurer().measure(summary, oneLine, 150).size.height, ideal.size.height,
                 1e-6);
+
+    // A word too long for its line breaks between two letters and gains no hyphen: the same
+    // glyphs as on one line.
+    const TextLayoutFacts word = describeTextLayout("VERYLONGTICKERSYMBOL", body, 40);
+    EXPECT_GT(word.lineCount, 1);
+    EXPECT_EQ(word.glyphs, describeTextLayout("VERYLONGTICKERSYMBOL", body, std::nullopt).glyphs);
+}
+
+// Pango is given a long text only as far as its lines can reach: that start measures and sets
+// as the whole text, and ends between two characters (grapheme clusters).
+TEST(TextMeasurer, TheShownStartOfALongTextSetsAsTheWhole) {
+    const std::string family = "👨‍👩‍👧",
+                      marked = "e\u0301\u0303";  // one character each
+    std::string mixed, families, marks;
+    for (int i = 0; i < 600; ++i) {
+        mixed += "Momentum holds " + family + " " + marked + " ";
+        families += family;
+        marks += marked;
+    }
+    const TextMeasurer& pango = pangoTextMeasurer();
+    for (const double width : {40.0, 150.0, 320.0}) {
+        // A line limit, or a height of three lines and a half (a line is 13.3 high).
+        for (const auto& [limit, height] :
+             {std::pair<std::optional<int>, std::optional<double>>{1, {}}, {3, {}}, {{}, 46.5}}) {
+            SCOPED_TRACE(std::to_string(width) + " wide, " + std::to_string(limit.value_or(0)));
+            const TextStyle s = style(Font::system(11), limit);
+            const std::string_view shown = pango.shownText(mixed, s, width, height);
+            EXPECT_LT(shown.size(), mixed.size() / 5);
+            const TextStyle drawn = style(Font::system(11), limit.value_or(3));
+            EXPECT_EQ(pango.measure(shown, drawn, width), pango.measure(mixed, drawn, width));
+            EXPECT_EQ(describeTextLayout(shown, drawn, width),
+                      describeTextLayout(mixed, drawn, width));
+            for (const auto& [text, unit] :
+                 {std::pair(&families, family.size()), {&marks, marked.size()}}) {
+                EXPECT_EQ(pango.shownText(*text, s, width, height).size() % unit, 0u);
+                EXPECT_EQ(estimatedShownText(*text, s, width, height).size() % unit, 0u);
+            }
+        }
+    }
 }
 
 // Colour emoji come as bitmaps of 136 pixels: set in a 12 pt text they must take about as much

@@ -81,15 +81,3 @@ TEST(Bundle, EveryEntryIsDrawnOnThePaletteBackgroundInEveryFamily) {
         }
     }
 }
-
-TEST(Bundle, TimelinesAskForTheirOwnReloadDates) {
-    const platform::FixedClock clock(*platform::parseRecordDate("2025-11-16T05:00:00Z"));
-    const auto widgets = VelmoraWidgetsBundle().body();
-    std::vector<platform::Date> reloads;
-    for (const auto& widget : widgets)
-        widget.getTimeline(emptyStoreContext(clock),
-                           [&](AnyTimeline timeline) { reloads.push_back(timeline.policy.date); });
-    ASSERT_EQ(reloads.size(), 2u);
-    EXPECT_EQ(platform::formatDate(reloads[0]), "2025-11-16T05:15:00Z");  // watchlist: 900 s
-    EXPECT_EQ(platform::formatDate(reloads[1]), "2025-11-16T06:30:00Z");  // brief: next 06:30
-}

@@ -1,0 +1,45 @@
+#include "host/DesktopBoard.h"
+
+#include <algorithm>
+
+namespace host {
+
+DesktopBoard::DesktopBoard(const std::vector<Placement>& placements) {
+    for (const auto& placement : placements) (void)place(placement);
+}
+
+bool DesktopBoard::place(const Placement& placement) {
+    if (std::find(m_placements.begin(), m_placements.end(), placement) != m_placements.end())
+        return false;
+    m_placements.push_back(placement);
+    m_schedules.emplace_back(std::vector<Placement>{placement});
+    return true;
+}
+
+void DesktopBoard::remove(std::size_t index) {
+    m_placements.erase(m_placements.begin() + std::ptrdiff_t(index));
+    m_schedules.erase(m_schedules.begin() + std::ptrdiff_t(index));
+}
+
+void DesktopBoard::reloadNow(std::string_view kind) {
+    for (std::size_t i = 0; i < m_placements.size(); ++i)
+        if (kind.empty() || m_placements[i].kind == kind)
+            m_schedules[i].reloadNow(m_placements[i].kind);
+}
+
+std::vector<std::size_t> DesktopBoard::runDue(const WidgetHost& host,
+                                              const platform::Clock& clock) {
+    std::vector<std::size_t> asked;
+    for (std::size_t i = 0; i < m_schedules.size(); ++i)
+        if (!m_schedules[i].runDue(host, clock).empty()) asked.push_back(i);
+    return asked;
+}
+
+std::optional<platform::Date> DesktopBoard::nextReload() const {
+    std::optional<platform::Date> earliest;
+    for (const auto& schedule : m_schedules)
+        if (const auto next = schedule.nextReload(); !earliest || next < *earliest) earliest = next;
+    return earliest;
+}
+
+}  // namespace host

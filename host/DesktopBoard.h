@@ -1,0 +1,49 @@
+#pragma once
+
+#include "host/Placement.h"
+#include "host/Scheduler.h"
+#include "platform/Clock.h"
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+class WidgetHost;
+
+// The widgets on the desktop board and their timelines: the placements the user made, in their
+// order, each with its own schedule (the host's scheduler over that one placement), so that
+// placing or removing a widget leaves the others' timelines and reload dates as they are.
+class DesktopBoard {
+public:
+    explicit DesktopBoard(const std::vector<Placement>& placements);
+
+    [[nodiscard]] const std::vector<Placement>& placements() const { return m_placements; }
+
+    // Adds `placement` at the end, due at once; false when it is on the board already.
+    [[nodiscard]] bool place(const Placement& placement);
+    void remove(std::size_t index);
+
+    // Makes the placements of `kind`, or every placement when `kind` is empty, due at once.
+    void reloadNow(std::string_view kind);
+
+    // Asks every due placement for a timeline; the indexes of those asked, in placement order.
+    std::vector<std::size_t> runDue(const WidgetHost& host, const platform::Clock& clock);
+
+    // The earliest date at which a placement falls due (platform::Date::min() while one is due
+    // already); none on an empty board.
+    [[nodiscard]] std::optional<platform::Date> nextReload() const;
+
+    // A placement's last request; none before its first.
+    [[nodiscard]] const std::optional<TimelineRequestRecord>& latest(std::size_t index) const {
+        return m_schedules[index].latest(0);
+    }
+
+private:
+    std::vector<Placement> m_placements;
+    std::vector<Scheduler> m_schedules;  // one per placement
+};
+
+}  // namespace host

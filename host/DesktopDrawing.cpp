@@ -1,0 +1,110 @@
+#include "host/DesktopDrawing.h"
+
+#include "host/WidgetHost.h"
+#include "render/ContinuousCorners.h"
+#include "render/Painter.h"
+#include "ui/LocalizedString.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <utility>
+#include <variant>
+
+namespace host {
+
+using namespace ui;
+
+namespace {
+
+void collectTexts(const View& view, std::optional<TextCase> textCase, std::string_view locale,
+                  std::vector<std::string>& texts) {
+    // Modifiers are listed innermost first, and the innermost letter case wins.
+    for (auto m = view.modifiers.rbegin(); m != view.modifiers.rend(); ++m)
+        if (const auto* letterCase = std::get_if<TextCaseModifier>(&*m))
+            textCase = letterCase->textCase;
+    if (const auto* text = std::get_if<TextNode>(&view.node)) {
+        if (auto resolved = resolveText(*text, textCase, locale); !resolved.empty())
+            texts.push_back(std::move(resolved));
+        return;
+    }
+    std::visit(
+        [&](const auto& node) {
+            if constexpr (requires { node.children; })
+                for (const View& child : node.children)
+                    collectTexts(child, textCase, locale, texts);
+        },
+        view.node);
+}
+
+}  // namespace
+
+std::vector<std::string> readingOrderTexts(const View& view, std::string_view locale) {
+    std::vector<std::string> texts;
+    collectTexts(view, std::nullopt, locale, texts);
+    return texts;
+}
+
+platform::Result<DrawnWidget> drawWidget(const WidgetHost& host, const Placement& placement,
+                                         const widgets::AnyEntry& entry, platform::Date now,
+                                         double cornerRadius) {
+    const double scale = host.settings().scale;
+    const View content = host.content(placement, entry, now);
+    const auto layout = host.draw(placement, entry, now);
+    const auto size = render::pixelSize(layout.drawList, scale);
+    if (!size)
+        return platform::Error{"cannot draw " + placement.kind + " at scale " +
+                               std::to_string(scale)};
+    const std::size_t bytes = std::size_t(size->stride) * std::size_t(size->height);
+    auto pixels = std::make_shared_for_overwrite<unsigned char[]>(bytes);
+    const render::PixelTarget target{pixels.get(), size->width, size->height, size->stride};
+    if (auto painted = render::paintPixels(layout.drawList, scale, target); !painted)
+        return painted.error();
+
+    // The corners go afterwards, by the coverage of the rounded canvas: drawn through a clip,
+    // the glyphs and hairlines near the edges would blend a shade differently from the
+    // renderer's own images.
+    render::DrawList shape;
+    shape.canvas = layout.drawList.canvas;
+    shape.commands.emplace_back(std::in_place_type<render::FillShape>,
+                                render::Rect{0, 0, shape.canvas.width, shape.canvas.height},
+                                cornerRadius, RoundedCornerStyle::continuous, Color::white());
+    auto coverage = std::make_unique_for_overwrite<unsigned char[]>(bytes);
+    if (auto painted = render::paintPixels(
+            shape, scale, {coverage.get(), size->width, size->height, size->stride});
+        !painted)
+        return painted.error();
+    // Only the bands along the top and bottom edges hold corners.
+    const int band = std::min(
+        size->height, int(std::ceil(render::continuousCornerExtent * cornerRadius * scale)) + 1);
+    const auto cutCorners = [&](int y) {
+        auto* row = reinterpret_cast<std::uint32_t*>(pixels.get() + y * size->stride);
+        const auto* mask =
+            reinterpret_cast<const std::uint32_t*>(coverage.get() + y * size->stride);
+        for (int x = 0; x < size->width; ++x) {
+            const std::uint32_t alpha = mask[x] >> 24;
+            if (alpha == 255) continue;
+            std::uint32_t pixel = 0;  // premultiplied: every channel scales with the coverage
+            for (int shift = 0; shift < 32; shift += 8)
+                pixel |= (((row[x] >> shift & 0xFF) * alpha + 127) / 255) << shift;
+            row[x] = pixel;
+        }
+    };
+    for (int y = 0; y < band; ++y) cutCorners(y);
+    for (int y = std::max(band, size->height - band); y < size->height; ++y) cutCorners(y);
+
+    DrawnWidget drawn;
+    drawn.pixels = std::move(pixels);
+    drawn.width = size->width;
+    drawn.height = size->height;
+    drawn.stride = size->stride;
+    drawn.link = layout.drawList.url;
+    const auto& locale = host.settings().locale;
+    drawn.label =
+        resolveText(TextNode{host.widget(placement.kind)->displayName}, std::nullopt, locale);
+    for (const auto& text : readingOrderTexts(content, locale))
+        drawn.description += (drawn.description.empty() ? "" : "\n") + text;
+    return drawn;
+}
+
+}  // namespace host

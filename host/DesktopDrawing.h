@@ -1,0 +1,45 @@
+#pragma once
+
+#include "host/Placement.h"
+#include "platform/Date.h"
+#include "platform/Result.h"
+#include "platform/Url.h"
+#include "ui/View.h"
+#include "widgets/AnyEntry.h"
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+class WidgetHost;
+
+// A widget as the board shows it: its pixels, what a tap opens and what a screen reader says.
+struct DrawnWidget {
+    // Cairo's ARGB32: premultiplied alpha, one native-endian word per pixel, `stride` bytes a row.
+    std::shared_ptr<const unsigned char[]> pixels;
+    int width = 0;
+    int height = 0;
+    int stride = 0;
+    std::optional<platform::Url> link;
+    std::string label;        // the widget's display name
+    std::string description;  // its texts in reading order, one a line
+};
+
+// Draws `entry` of `placement` as it stands at `now`, at the host's scale, clipped to continuous
+// corners of `cornerRadius` points. Everything the board shows of a widget comes from here.
+[[nodiscard]] platform::Result<DrawnWidget> drawWidget(const WidgetHost& host,
+                                                       const Placement& placement,
+                                                       const widgets::AnyEntry& entry,
+                                                       platform::Date now, double cornerRadius);
+
+// The texts a view shows, in reading order (the tree's order), as the layout resolves them:
+// fixed texts looked up and filled in, then the letter case they are drawn in.
+[[nodiscard]] std::vector<std::string> readingOrderTexts(const ui::View& view,
+                                                         std::string_view locale);
+
+}  // namespace host

@@ -1,0 +1,13 @@
+#include "render/TextMeasurer.h"
+
+#include "render/ShownText.h"
+
+namespace render {
+
+std::string_view TextMeasurer::shownText(std::string_view text, const TextStyle& style,
+                                         std::optional<double> width,
+                                         std::optional<double> height) const {
+    return estimatedShownText(text, style, width, height);
+}
+
+}  // namespace render

@@ -1,0 +1,202 @@
+#!/usr/bin/env bash
+# The desktop board on a real X server (Xvfb) with a private session bus, driven by real clicks
+# (xdotool) and read back from screenshots. Leaves the first screenshot in
+# BUILD_DIR/desktop-screenshot.png.
+#
+#   board_test.sh PROGRAM BUILD_DIR
+#
+# Exits 77 (skipped) when Xvfb or one of the tools is missing.
+set -euo pipefail
+program=${1:?usage: board_test.sh PROGRAM BUILD_DIR}
+build_dir=${2:?usage: board_test.sh PROGRAM BUILD_DIR}
+for tool in xvfb-run xdotool dbus-run-session import stream; do
+  command -v "$tool" >/dev/null ||
+    { echo "SKIP: $tool is not installed (scripts/install-deps.sh installs it)"; exit 77; }
+done
+/usr/bin/python3 -c "import dbus" 2>/dev/null ||
+  { echo "SKIP: python3-dbus is not installed (scripts/install-deps.sh installs it)"; exit 77; }
+if [ -z "${VELMORA_IN_XVFB:-}" ]; then
+  export VELMORA_IN_XVFB=1
+  exec dbus-run-session -- xvfb-run -a -s "-screen 0 1280x1024x24" bash "$0" "$@"
+fi
+
+work=$(mktemp -d)
+board=
+# The scratch folder stays when the test fails, for its screenshot and the board's log.
+trap 'status=$?; [ -n "$board" ] && kill "$board" 2>/dev/null; ((status)) || rm -rf "$work"' EXIT
+export HOME=$work/home XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
+export G_MESSAGES_DEBUG=velmora-desktop
+store=$work/store
+mkdir -p "$XDG_DATA_HOME/applications"  # watched by GIO from the start, so a handler put there is seen
+fail() {
+  echo "FAIL: $*" >&2
+  exit 1
+}
+v() { "$program" --store-dir "$store" --locale en_US --time-zone UTC "$@"; }
+write() { v defaults write "$1" --data "$2" >/dev/null; }
+rows() {
+  write vmWatchlistTickers "[{\"ticker\":\"BRK B\",\"price\":$1,\"changePct\":0.4,\"signal\":\"Hold\"},
+    {\"ticker\":\"AMD\",\"companyName\":\"Advanced Micro Devices\",\"price\":151.2,\"changePct\":2.4,\"signal\":\"Buy\"},
+    {\"ticker\":\"INTC\",\"price\":24.1,\"changePct\":-1.3,\"signal\":\"Sell\"}]"
+}
+write vmDailyBrief '{"ticker":"NVDA","companyName":"NVIDIA","summary":"Momentum continues with options flow signalling continuation through earnings.","signal":"Strong Buy","score":84,"generatedAt":"2025-11-16T06:30:00Z"}'
+write vmPortfolioSnapshot '{"totalValue":25400.5,"totalPnl":1200,"totalReturn":4.9,"dailyChange":-80,"dailyChangePct":-0.31,"holdingCount":3,"sourceLabel":"Broker","updatedAt":"2025-11-10T09:30:00Z"}'
+rows 412.5  # "BRK B" forms no URL: the small watchlist has no link
+
+# Where a widget drawn by `render --scale 1` stands on the screen, pixel for pixel inside its
+# rounded corners (the 35 x 35 squares where the corner curves run are left out).
+cat >"$work/find.py" <<'PY'
+import sys
+shot, sw, widget, w, h = open(sys.argv[1], "rb").read(), int(sys.argv[2]), open(sys.argv[3], "rb").read(), int(sys.argv[4]), int(sys.argv[5])
+c = 35
+row = lambda data, width, y, a, b: data[(y * width + a) * 3:(y * width + b) * 3]
+start = 0
+while (i := shot.find(row(widget, w, h // 2, 0, w), start)) >= 0:
+    start, x, y = i + 1, i // 3 % sw, i // 3 // sw - h // 2
+    if i % 3 == 0 and all(row(shot, sw, y + r, x + a, x + b) == row(widget, w, r, a, b) for r in range(h)
+                          for a, b in [(c, w - c) if r < c or r >= h - c else (0, w)]):
+        sys.exit(print(x, y))
+sys.exit(1)
+PY
+size() { case $1 in systemSmall) echo "170 170" ;; systemMedium) echo "364 170" ;; *) echo "364 382" ;; esac; }
+# expect NAME KIND FAMILY [RENDER OPTION...]: the widget as `render` draws it now, and its link.
+expect() {
+  local name=$1 kind=$2 family=$3
+  shift 3
+  v render "$kind" "$family" --scale 1 --out "$work/$name.png" "$@" | sed 's/^link: //' >"$work/$name.link"
+  stream -map rgb -storage-type char "$work/$name.png" "$work/$name.rgb"
+  echo "$(size "$family")" >"$work/$name.size"
+}
+# locate NAME: "x y" of the widget's top-left corner on the screen, waiting up to 15 s.
+locate() {
+  for _ in $(seq 30); do
+    import -window root "$work/shot.png"
+    stream -map rgb -storage-type char "$work/shot.png" "$work/shot.rgb"
+    /usr/bin/python3 "$work/find.py" "$work/shot.rgb" 1280 "$work/$1.rgb" $(cat "$work/$1.size") && return
+    sleep 0.5
+  done
+  fail "$1 is not on the screen as render draws it (screen: $work/shot.png, log: $work/board.log)"
+}
+# click NAME [BUTTON]: a real click in the middle of the widget.
+click() {
+  local at x y w h
+  at=$(locate "$1")
+  read -r x y <<<"$at"
+  read -r w h <"$work/$1.size"
+  xdotool mousemove $((x + w / 2)) $((y + h / 2)) click "${2:-1}"
+}
+wait_for() {  # SECONDS DESCRIPTION COMMAND...
+  local tries=$(($1 * 4)) what=$2
+  shift 2
+  for _ in $(seq "$tries"); do "$@" && return; sleep 0.25; done
+  fail "$what"
+}
+
+widgets=(WatchlistGlance:systemSmall WatchlistGlance:systemMedium WatchlistGlance:systemLarge
+  DailyBrief:systemMedium DailyBrief:systemLarge)
+placements=$work/placements.json
+printf '%s\n' "${widgets[@]}" | sed -E 's/(.*):(.*)/{"kind": "\1", "family": "\2"}/' | paste -sd, |
+  sed 's/.*/[&]/' >"$placements"
+v desktop --placements "$placements" >"$work/board.log" 2>&1 &
+board=$!
+for widget in "${widgets[@]}"; do expect "${widget/:/-}" "${widget%:*}" "${widget#*:}"; done
+# Once shown, six columns: every widget in view, the large watchlist beside a small and a medium.
+locate WatchlistGlance-systemSmall >/dev/null
+xdotool search --onlyvisible --name '^Velmora Widgets$' windowsize 1260 1000
+
+# --- The screen shows what render draws -----------------------------------------------------------
+for widget in "${widgets[@]}"; do locate "${widget/:/-}" >/dev/null; done
+cp "$work/shot.png" "$build_dir/desktop-screenshot.png"
+echo "all five widgets on screen as render draws them; screenshot: $build_dir/desktop-screenshot.png"
+
+# --- What a screen reader is told: one element per widget, its name and its texts in order ------
+a11y=$(/usr/bin/python3 - <<'PY'
+import dbus
+address = dbus.SessionBus().get_object("org.a11y.Bus", "/org/a11y/bus").GetAddress(dbus_interface="org.a11y.Bus")
+bus = dbus.bus.BusConnection(address)
+def walk(name, path):
+    node = bus.get_object(name, path)
+    get = lambda key: str(node.Get("org.a11y.atspi.Accessible", key, dbus_interface=dbus.PROPERTIES_IFACE))
+    if node.GetRoleName(dbus_interface="org.a11y.atspi.Accessible") == "button" and get("Description"):
+        print(get("Name") + ": " + " / ".join(get("Description").split("\n")))
+    for child in node.GetChildren(dbus_interface="org.a11y.atspi.Accessible"):
+        walk(*child)
+walk("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
+PY
+)
+a11y=$(grep -E "^(Watchlist Glance|Daily Brief): " <<<"$a11y")
+grep -qx "Watchlist Glance: BRK B / Hold / \$412.50 / +0.40%" <<<"$a11y" &&
+  grep -qx "Daily Brief: NVDA / NVIDIA / Strong Buy / 84 / Momentum .* / DAILY BRIEF · NOV 16, 6:30 AM / Read full analysis →" <<<"$a11y" &&
+  [ "$(cut -d: -f1 <<<"$a11y" | paste -sd,)" = "Watchlist Glance,Watchlist Glance,Watchlist Glance,Daily Brief,Daily Brief" ] ||
+  fail "accessible widgets:
+$a11y"
+echo "accessible: five buttons named after their widgets, described by their texts in reading order"
+
+# --- Clicks: no handler yet, then a handler in the scratch data folder ----------------------------
+click WatchlistGlance-systemMedium
+wait_for 5 "no message that nothing opens velmora: links" grep -q "opens velmora: links" "$work/board.log"
+kill -0 "$board" || fail "the board ended when no app opened its link"
+printf '#!/bin/sh\necho "$1" >>%s/opened\n' "$work" >"$work/handler.sh"
+chmod +x "$work/handler.sh"
+printf '[Desktop Entry]\nType=Application\nName=Handler\nExec=%s %%u\nMimeType=x-scheme-handler/velmora;\n' \
+  "$work/handler.sh" >"$XDG_DATA_HOME/applications/velmora-handler.desktop"
+update-desktop-database "$XDG_DATA_HOME/applications"  # as installing a package does
+sleep 1  # GIO notices the new entry through its folder monitor
+expected=()
+for widget in "${widgets[@]}"; do
+  click "${widget/:/-}"
+  link=$(cat "$work/${widget/:/-}.link")
+  [ "$link" = none ] || expected+=("$link")
+  sleep 0.5
+done
+wait_for 5 "the handler did not get ${#expected[@]} links" \
+  test "$(wc -l <"$work/opened" 2>/dev/null || echo 0)" -ge "${#expected[@]}"
+sleep 0.5
+[ "$(cat "$work/opened")" = "$(printf '%s\n' "${expected[@]}")" ] ||
+  fail "links opened: $(cat "$work/opened"); expected: ${expected[*]}"
+echo "clicks opened: ${expected[*]} (the small watchlist has none)"
+
+# --- Remove and add through the window's controls --------------------------------------------------
+click DailyBrief-systemLarge 3
+sleep 0.5
+xdotool mousemove_relative 0 22 click 1  # the menu opens just below the pointer
+wait_for 5 "removing did not rewrite the placements file" \
+  bash -c "! grep -q '\"systemLarge\"}' <(grep DailyBrief '$placements')"
+eval "$(xdotool search --onlyvisible --name '^Velmora Widgets$' getwindowgeometry --shell)"
+xdotool mousemove $((X + 60)) $((Y + 25)) click 1  # "Add Widget", first in the header bar
+expect gallery-brief-large DailyBrief systemLarge --request placeholder
+xdotool search --sync --onlyvisible --name '^Add Widget$' >/dev/null
+sleep 0.5
+xdotool search --onlyvisible --name '^Add Widget$' windowsize 1000 1000  # every preview in view
+click gallery-brief-large
+wait_for 5 "adding did not rewrite the placements file" \
+  bash -c "tail -2 '$placements' | grep -q '\"kind\":\"DailyBrief\",\"family\":\"systemLarge\"'"
+echo "removed and added DailyBrief systemLarge: $(tr -d '\n ' <"$placements")"
+
+# --- reload after a store write: the watchlist at once, the brief not asked -----------------------
+briefs=$(grep -c "timeline DailyBrief" "$work/board.log")
+rows 99.25
+expect reloaded WatchlistGlance systemMedium
+v reload WatchlistGlance || fail "reload did not reach the board"
+locate reloaded >/dev/null
+[ "$(grep -c "timeline DailyBrief" "$work/board.log")" = "$briefs" ] || fail "reload asked the brief too"
+echo "reload WatchlistGlance: new rows drawn, the brief not asked"
+
+# --- A corrupt store: the board stays up with what the providers fall back to ----------------------
+printf 'not a database' >"$store/group.app.velmora.shared.sqlite"
+expect corrupt-watchlist WatchlistGlance systemMedium
+expect corrupt-brief DailyBrief systemMedium
+v reload
+locate corrupt-watchlist >/dev/null
+locate corrupt-brief >/dev/null
+kill -0 "$board" || fail "the board ended on a corrupt store"
+echo "corrupt store: the board is up and shows the sample rows and the empty brief"
+
+# --- A second launch shows the running board; autostart on and off --------------------------------
+timeout 10 "$program" desktop --placements "$placements" || fail "a second launch did not end"
+kill -0 "$board" || fail "the board ended on a second launch"
+v desktop --autostart on >/dev/null
+desktop-file-validate "$XDG_CONFIG_HOME"/autostart/*.desktop || fail "the autostart entry is invalid"
+v desktop --autostart off >/dev/null
+[ -z "$(ls "$XDG_CONFIG_HOME/autostart")" ] || fail "autostart off left the entry"
+echo "second launch and autostart: ok"
