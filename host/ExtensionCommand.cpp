@@ -38,9 +38,17 @@ void warn(const std::string& message) {
     std::fprintf(stderr, "velmora-widgets extension: warning: %s\n", message.c_str());
 }
 
+// Adds the paths of `list`, and where one is a symbolic link (fontconfig's conf.d holds links
+// into conf.avail) the folder of what it points to.
 void addStrings(std::vector<std::filesystem::path>& paths, FcStrList* list) {
     if (list == nullptr) return;
-    while (FcChar8* path = FcStrListNext(list)) paths.emplace_back(reinterpret_cast<char*>(path));
+    while (FcChar8* item = FcStrListNext(list)) {
+        const std::filesystem::path path(reinterpret_cast<char*>(item));
+        paths.push_back(path);
+        std::error_code ignored;
+        if (std::filesystem::is_symlink(path, ignored))
+            paths.push_back(std::filesystem::canonical(path, ignored).parent_path());
+    }
     FcStrListDone(list);
 }
 
@@ -54,35 +62,39 @@ std::filesystem::path xdgFolder(const char* variable, const char* underHome) {
 
 // What the extension may read: the app group's store folder, and what drawing needs: fonts,
 // their configuration and caches, time-zone data and the libraries it loads, which it may also
-// map as code. The font folders are those of the widgets' own fontconfig configuration
-// (render/PangoTextMeasurer.cpp); a FONTCONFIG_FILE of the user's names its own, which only
-// fontconfig can tell, so then it is asked (loading that configuration costs milliseconds).
+// map as code. Text is drawn with the user's own fontconfig configuration, whose fallback fonts
+// cover every script, so fontconfig itself says which files and folders that takes (loading the
+// configuration here only does early what the first drawing would do). The usual folders are
+// listed too, for a configuration that adds a folder only once it exists.
 platform::ConfinementRules confinementRules(const std::filesystem::path& store) {
     platform::ConfinementRules rules;
     const auto home = xdgFolder("HOME", "");
     rules.readable = {store,
+                      "/etc/fonts",
+                      "/usr/share/fontconfig",
                       "/usr/share/fonts",
                       "/usr/local/share/fonts",
                       xdgFolder("XDG_DATA_HOME", ".local/share") / "fonts",
                       home / ".fonts",
                       "/var/cache/fontconfig",
                       xdgFolder("XDG_CACHE_HOME", ".cache") / "fontconfig",
+                      xdgFolder("XDG_CONFIG_HOME", ".config") / "fontconfig",
                       home / ".fontconfig",
-                      "/etc/fonts",
-                      "/usr/share/fontconfig",
+                      home / ".fonts.conf",
                       "/usr/share/zoneinfo",
                       "/etc/localtime",
                       "/etc/timezone",
+                      "/usr/share/icu",
                       "/usr/share/locale",
+                      "/usr/lib/locale",
                       "/etc/ld.so.cache",
                       "/sys/devices/system/cpu"};
-    if (const char* file = std::getenv("FONTCONFIG_FILE")) {
-        rules.readable.emplace_back(file);
-        if (FcConfig* fonts = FcConfigGetCurrent()) {
-            addStrings(rules.readable, FcConfigGetFontDirs(fonts));
-            addStrings(rules.readable, FcConfigGetCacheDirs(fonts));
-            addStrings(rules.readable, FcConfigGetConfigDirs(fonts));
-        }
+    if (const char* file = std::getenv("FONTCONFIG_FILE")) rules.readable.emplace_back(file);
+    if (FcConfig* fonts = FcConfigGetCurrent()) {
+        addStrings(rules.readable, FcConfigGetConfigFiles(fonts));
+        addStrings(rules.readable, FcConfigGetConfigDirs(fonts));
+        addStrings(rules.readable, FcConfigGetFontDirs(fonts));
+        addStrings(rules.readable, FcConfigGetCacheDirs(fonts));
     }
     rules.executable = {"/usr/lib", "/lib", "/usr/lib64", "/lib64", "/usr/local/lib"};
     if (const char* paths = std::getenv("LD_LIBRARY_PATH")) {

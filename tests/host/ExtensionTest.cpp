@@ -122,13 +122,20 @@ TEST(ExtensionProtocol, FramesRoundTripAndAnythingElseIsRefused) {
     }
 }
 
-// Requests and drawings through the confined extension give what the host's own process gives.
+// Requests and drawings through the confined extension give what the host's own process gives,
+// text in scripts that only the system's fallback fonts draw included.
 TEST(Extension, AnswersAsTheInProcessPathDoes) {
     SeededStore store;
     const WidgetHost local(widgets::VelmoraWidgetsBundle().body(), store.host());
     Extension extension(store.extension(VELMORA_PROGRAM));
     const platform::FixedClock clock(at);
-    for (const auto& placement : {brief, glance}) {
+    const std::string scripts =
+        samples::with(samples::with(samples::brief, "companyName", "トヨタ自動車株式会社"),
+                      "summary", "ผลประกอบการแข็งแกร่ง मजबूत नतीजों के बाद शेयर में तेजी आई।");
+    for (const auto& [placement, record] :
+         {std::pair{brief, samples::brief}, std::pair{glance, samples::brief},
+          std::pair{brief, scripts}}) {
+        store.temp.putData("vmDailyBrief", record);
         const auto timeline = extension.request(placement, Request::timeline, at);
         ASSERT_TRUE(timeline) << timeline.error().description;
         EXPECT_EQ(*timeline, local.request(placement, Request::timeline, clock));
