@@ -318,7 +318,8 @@ platform::Result<ExtensionDrawing> Extension::draw(const Placement& placement,
                             drawing->height,
                             drawing->stride,
                             {drawing->canvasWidth, drawing->canvasHeight},
-                            drawing->url};
+                            drawing->url,
+                            drawing->texts};
 }
 
 }  // namespace host

@@ -85,6 +85,7 @@ struct ExtensionDrawing {
     int stride = 0;
     render::Size canvas;
     std::optional<std::string> url;
+    std::string texts;  // for argb32: what the widget says in reading order, a line each
 };
 
 // A host's extension process. Launched for the first request, held to the memory limit, kept

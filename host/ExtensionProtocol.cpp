@@ -74,7 +74,7 @@ auto fields(T& m) {
 template <Is<DrawingReply> T>
 auto fields(T& m) {
     return std::tie(m.id, m.encoding, m.width, m.height, m.stride, m.byteCount, m.canvasWidth,
-                    m.canvasHeight, m.url);
+                    m.canvasHeight, m.url, m.texts);
 }
 template <Is<FailureReply> T>
 auto fields(T& m) {

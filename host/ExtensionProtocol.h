@@ -80,6 +80,7 @@ struct DrawingReply {
     double canvasWidth = 0;  // points
     double canvasHeight = 0;
     std::optional<std::string> url;  // the widget's tap link
+    std::string texts;               // for argb32: the texts it shows in reading order, a line each
 
     bool operator==(const DrawingReply&) const = default;
 };

@@ -1,5 +1,6 @@
 #include "host/ExtensionServer.h"
 
+#include "host/DesktopDrawing.h"
 #include "platform/Overloaded.h"
 #include "render/Painter.h"
 
@@ -148,6 +149,9 @@ ExtensionServer::Answer ExtensionServer::draw(const DrawRequest& r, OwnedFd fd) 
         reply.byteCount = std::uint64_t(size->stride) * std::uint64_t(size->height);
         unsigned char* pixels = r.bufferSize >= reply.byteCount ? buffer(r, fd) : nullptr;
         if (pixels == nullptr) return {failed(r.id, "no buffer for the drawing"), {}};
+        const auto view = m_widgets.content(r.placement, r.entry, r.now);
+        for (const auto& text : readingOrderTexts(view, m_widgets.settings().locale))
+            reply.texts += (reply.texts.empty() ? "" : "\n") + text;
         if (auto painted = render::paintPixels(list, r.scale,
                                                {pixels, size->width, size->height, size->stride});
             !painted)

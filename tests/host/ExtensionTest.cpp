@@ -83,7 +83,8 @@ TEST(ExtensionProtocol, FramesRoundTripAndAnythingElseIsRefused) {
         ProviderRequest{7, brief, Request::snapshot, at},
         DrawRequest{8, glance, rows, at, 3, ImageEncoding::png},
         TimelineReply{9, {{briefEntry, dailybrief::DailyBriefEntry{at, {}}}, {at}}},
-        DrawingReply{10, ImageEncoding::argb32, 340, 340, 1360, 462400, 170, 170, "velmora://x"},
+        DrawingReply{10, ImageEncoding::argb32, 340, 340, 1360, 462400, 170, 170, "velmora://x",
+                     "A\nB"},
         FailureReply{11, "no widget"},
         Goodbye{}};
     for (const auto& message : messages) {
