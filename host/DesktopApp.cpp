@@ -18,10 +18,13 @@
 #include <glib-unix.h>
 #include <gtk/gtk.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
+#include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <functional>
@@ -330,6 +333,24 @@ private:
     std::jthread m_thread;  // last: it starts once the rest is made, and ends first
 };
 
+// The board's extension: the command-line program beside it in the build tree, or in the folder
+// for programs once installed, which loads none of the toolkit's libraries; the board program
+// itself when neither is found.
+ExtensionSettings boardExtensionSettings(const HostSettings& settings) {
+    auto extension = extensionSettings(settings);
+    if (std::getenv("VELMORA_EXTENSION") != nullptr) return extension;
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    for (const auto& program :
+         {folder / "velmora-widgets",
+          (folder / VELMORA_DESKTOP_BINDIR_FROM_BOARD / "velmora-widgets").lexically_normal()})
+        if (::access(program.c_str(), X_OK) == 0) {
+            extension.program = program;
+            break;
+        }
+    return extension;
+}
+
 // What the extension gave for one placement: its timeline, asked for at `at`, and its entry
 // drawn as it stands then.
 struct Answer {
@@ -370,7 +391,7 @@ public:
                                ? userPlacementsFile()
                                : std::filesystem::path(options.placementsFile)),
           m_board({}),
-          m_worker(std::make_unique<ExtensionWorker>(extensionSettings(m_settings))) {
+          m_worker(std::make_unique<ExtensionWorker>(boardExtensionSettings(m_settings))) {
         m_app = gtk_application_new(std::string(desktopApplicationId()).c_str(),
                                     G_APPLICATION_DEFAULT_FLAGS);
         g_signal_connect_swapped(m_app, "startup",
