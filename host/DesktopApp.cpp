@@ -11,7 +11,6 @@
 #include "platform/Clock.h"
 #include "platform/Date.h"
 #include "platform/WakeTimer.h"
-#include "render/PangoTextMeasurer.h"
 #include "render/PlatformDefaults.h"
 #include "ui/LocalizedString.h"
 
@@ -863,9 +862,6 @@ private:
 }  // namespace
 
 CommandResult runDesktopBoard(const GlobalOptions& globals, const DesktopOptions& options) {
-    // The widgets' texts are drawn with the fonts their own configuration finds; it becomes the
-    // process's before the toolkit's first font map, which would otherwise load the system's.
-    (void)render::pangoTextMeasurer().measure("A", {}, std::nullopt);
     BoardApp app(globals, options);
     if (const int status = app.run("velmora-widgets"); status != 0)
         return CommandError{status, "the board ended with status " + std::to_string(status)};

@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 #include "host/DesktopApp.h"
+#include "host/DesktopPlacements.h"
 #include "platform/AtomicFile.h"
 
 #include <CLI/CLI.hpp>
@@ -53,14 +54,7 @@ std::string execArgument(const std::string& argument) {
 }
 
 std::filesystem::path autostartFile() {
-    std::filesystem::path config;
-    if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg != nullptr && xdg[0] == '/')
-        config = xdg;
-    else if (const char* home = std::getenv("HOME"); home != nullptr && home[0] != '\0')
-        config = std::filesystem::path(home) / ".config";
-    else
-        config = ".config";
-    return config / "autostart" / (std::string(desktopApplicationId()) + ".desktop");
+    return userConfigFolder() / "autostart" / (std::string(desktopApplicationId()) + ".desktop");
 }
 
 // The arguments that start this board again: the program, the options that chose the store and

@@ -66,9 +66,9 @@ platform::Result<DrawnWidget> drawWidget(Extension& extension, const WidgetHost&
     // The corners go afterwards, by the coverage of the rounded canvas: drawn through a clip,
     // the glyphs and hairlines near the edges would blend a shade differently from the
     // renderer's own images.
-    shape.commands.emplace_back(std::in_place_type<render::FillShape>,
-                                render::Rect{0, 0, shape.canvas.width, shape.canvas.height},
-                                cornerRadius, RoundedCornerStyle::continuous, Color::white());
+    shape.commands.push_back(
+        render::FillShape{render::Rect{0, 0, shape.canvas.width, shape.canvas.height}, cornerRadius,
+                          RoundedCornerStyle::continuous, Color::white()});
     auto coverage = std::make_unique_for_overwrite<unsigned char[]>(bytes);
     if (auto painted = render::paintPixels(
             shape, scale, {coverage.get(), size->width, size->height, size->stride});

@@ -12,16 +12,17 @@ namespace host {
 
 using timeline::WidgetFamily;
 
-std::filesystem::path userPlacementsFile() {
+std::filesystem::path userConfigFolder() {
     // XDG base directories must be absolute; a relative value is ignored.
-    std::filesystem::path config;
     if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg != nullptr && xdg[0] == '/')
-        config = xdg;
-    else if (const char* home = std::getenv("HOME"); home != nullptr && home[0] != '\0')
-        config = std::filesystem::path(home) / ".config";
-    else
-        config = ".config";
-    return config / "velmora" / "placements.json";
+        return xdg;
+    if (const char* home = std::getenv("HOME"); home != nullptr && home[0] != '\0')
+        return std::filesystem::path(home) / ".config";
+    return ".config";
+}
+
+std::filesystem::path userPlacementsFile() {
+    return userConfigFolder() / "velmora" / "placements.json";
 }
 
 std::vector<Placement> firstRunPlacements() {

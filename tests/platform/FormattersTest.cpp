@@ -167,15 +167,6 @@ TEST(Fixed, MatchesPrintfInTheCLocaleSpecialValuesIncluded) {
                 << value << " with " << digits << " digits";
         }
     }
-    EXPECT_EQ(platform::formatFixed(-nan, 2), "-nan");
-    EXPECT_EQ(platform::formatFixed(-0.001, 2), "-0.00");
-    // 1e300 in full: 301 digits, then the fraction.
-    EXPECT_EQ(
-        platform::formatFixed(1e300, 2),
-        "100000000000000005250476025520442024870446858110815915491585411551180245798890819578637137"
-        "508044786404370444383288387817694252323536043057564479218478670698284838720092657580373783"
-        "023379478809005936895323497079994508111903896764088007465274278014249457925878882005684283"
-        "8115669472196386865459400540160.00");
 }
 
 TEST(Shortest, PrintsADoubleAsThePlatformDoes) {

@@ -1,40 +1,18 @@
 #include "platform/Logger.h"
 
+#include "tests/support/RecordingSink.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <mutex>
 #include <string>
-#include <vector>
 
 namespace {
 
 using platform::LogLevel;
 using platform::LogSinkKind;
-
-// Keeps what it is given; error level on or off as the test says.
-class RecordingSink final : public platform::LogSink {
-public:
-    explicit RecordingSink(bool enabled) : m_enabled(enabled) {}
-    bool isEnabled(LogLevel) const override { return m_enabled; }
-    void write(LogLevel level, std::string_view subsystem, std::string_view category,
-               std::string_view message) const override {
-        std::lock_guard lock(m_mutex);
-        m_lines.push_back(std::string(subsystem) + "|" + std::string(category) + "|" +
-                          (level == LogLevel::error ? "error" : "other") + "|" +
-                          std::string(message));
-    }
-    std::vector<std::string> lines() const {
-        std::lock_guard lock(m_mutex);
-        return m_lines;
-    }
-
-private:
-    bool m_enabled;
-    mutable std::mutex m_mutex;
-    mutable std::vector<std::string> m_lines;
-};
+using recording::RecordingSink;
 
 TEST(Logger, ChoosesItsSinkFromTheEnvironment) {
     EXPECT_EQ(platform::chooseLogSink("journal", false), LogSinkKind::journal);
@@ -64,10 +42,9 @@ TEST(Logger, BuildsTheMessageOnlyWhenErrorIsEnabled) {
     const platform::Logger logger(VELMORA_BUNDLE_ID, "app", on);
     logger.error(message);
     EXPECT_EQ(built, 1);
-    EXPECT_THAT(on.lines(),
-                testing::ElementsAre(std::string(VELMORA_BUNDLE_ID) +
-                                     "|app|error|AppGroup decode failed for vmDailyBrief: "
-                                     "missing key \"ticker\""));
+    EXPECT_THAT(on.lines(), testing::ElementsAre(std::string(VELMORA_BUNDLE_ID) +
+                                                 "[app] AppGroup decode failed for vmDailyBrief: "
+                                                 "missing key \"ticker\""));
     EXPECT_EQ(logger.subsystem(), VELMORA_BUNDLE_ID);
     EXPECT_EQ(logger.category(), "app");
 }

@@ -2,6 +2,7 @@
 #include "records/JSONDecoder.h"
 #include "records/JSONEncoder.h"
 #include "tests/support/Samples.h"
+#include "tests/support/Times.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@ namespace {
 using namespace AppGroupContainer;
 using Json = nlohmann::json;
 using samples::with;
+using testtime::utc;
 
 const JSONDecoder decoder;
 
@@ -38,11 +40,6 @@ void expectAll(const std::vector<Case>& cases) {
         SCOPED_TRACE(c.want);
         EXPECT_EQ(c.got, c.want);
     }
-}
-
-platform::Date utc(int y, unsigned m, unsigned d, int hh, int mm) {
-    using namespace std::chrono;
-    return platform::Date(sys_days(year(y) / month(m) / day(d))) + hours(hh) + minutes(mm);
 }
 
 TEST(Decoding, ReadsEveryFieldOfEachRecordVerbatimWhateverTheOrderAndExtraMembers) {

@@ -27,7 +27,7 @@ TEST(LayoutStack, SharesOutTheLengthAndAlignsTheChildren) {
         return VStack({.alignment = alignment, .spacing = 0}, {text("a"), text("bbb")});
     };
     const auto center = VerticalAlignment::center, baseline = VerticalAlignment::firstTextBaseline;
-    const LayoutCase cases[] = {
+    std::vector<LayoutCase> cases = {
         // The least flexible child first: "bbb" is offered half and takes 15 of it.
         {"least flexible first",
          row(center, {eight, text("bbb")}),
@@ -45,31 +45,6 @@ TEST(LayoutStack, SharesOutTheLengthAndAlignsTheChildren) {
          {{"Text \"a", {2.5, 38, 15, 24}},
           {"Text \"b", {17.5, 38, 15, 24}},
           {"Text \"c", {32.5, 38, 25, 24}}}},
-        {"leading",
-         column(HorizontalAlignment::leading),
-         {100, 100},
-         {{"Text \"a\"", {42.5, 38, 5, 12}}}},
-        {"center",
-         column(HorizontalAlignment::center),
-         {100, 100},
-         {{"Text \"a\"", {47.5, 38, 5, 12}}}},
-        {"trailing",
-         column(HorizontalAlignment::trailing),
-         {100, 100},
-         {{"Text \"a\"", {52.5, 38, 5, 12}}}},
-        {"top",
-         row(VerticalAlignment::top, {big, text("s")}),
-         {100, 100},
-         {{"Text \"s\"", {62.5, 38, 5, 12}}}},
-        {"bottom",
-         row(VerticalAlignment::bottom, {big, text("s")}),
-         {100, 100},
-         {{"Text \"s\"", {62.5, 50, 5, 12}}}},
-        // Baselines line up: 18 - 9 lower.
-        {"first text baseline",
-         row(baseline, {big, text("s")}),
-         {100, 100},
-         {{"Text \"s\"", {62.5, 47, 5, 12}}}},
         // A padded child's baseline moves down by the top inset, a framed one's by its place
         // in the frame.
         {"padded baseline",
@@ -83,5 +58,18 @@ TEST(LayoutStack, SharesOutTheLengthAndAlignsTheChildren) {
          {100, 100},
          {{"Text \"a\"", {32.5, 51.5, 5, 12}}, {"Text \"Big\"", {37.5, 42.5, 30, 24}}}},
     };
+    // A column aligns "a" over "bbb"; a row aligns "s" beside "Big", baselines 18 - 9 lower.
+    for (const auto& [alignment, x] : {std::pair{HorizontalAlignment::leading, 42.5},
+                                       {HorizontalAlignment::center, 47.5},
+                                       {HorizontalAlignment::trailing, 52.5}})
+        cases.push_back(
+            {"column", column(alignment), {100, 100}, {{"Text \"a\"", {x, 38, 5, 12}}}});
+    for (const auto& [alignment, y] : {std::pair{VerticalAlignment::top, 38.0},
+                                       {VerticalAlignment::bottom, 50.0},
+                                       {baseline, 47.0}})
+        cases.push_back({"row",
+                         row(alignment, {big, text("s")}),
+                         {100, 100},
+                         {{"Text \"s\"", {62.5, y, 5, 12}}}});
     for (const LayoutCase& c : cases) expectFrames(c);
 }

@@ -135,19 +135,14 @@ TEST(Pixels, ContinuousClipLeavesTheCornerOut) {
     EXPECT_EQ(bitmap.at(40, 30), opaque(Palette::accent)) << "centre";
 }
 
-TEST(Painter, EncodesEachFormatAtItsSize) {
+// The PNG at each scale is checked pixel by pixel below.
+TEST(Painter, EncodesEachFormat) {
     const DrawList list = withBackground(
         {DrawText{{4, 4, 30, 16}, "Buy", {Font::system(11), Palette::bullish}},
          DrawSymbol{{24, 14, 13, 13}, "star", Font::system(13), Palette::textSecondary}});
-    for (int scale : {1, 2, 3}) {
-        const auto png = paintToBytes(list, ImageFormat::png, scale);
-        ASSERT_TRUE(png.ok()) << png.error().description;
-        const Bitmap decoded = decodePng(*png);
-        EXPECT_EQ(std::pair(decoded.width, decoded.height), std::pair(40 * scale, 30 * scale));
-    }
     const auto svg = paintToBytes(list, ImageFormat::svg, 2);
     ASSERT_TRUE(svg.ok());
-    EXPECT_TRUE(svg->starts_with("<?xml") || svg->starts_with("<svg"));
+    EXPECT_NE(svg->find("<svg"), std::string::npos);
     const auto pdf = paintToBytes(list, ImageFormat::pdf, 2);
     ASSERT_TRUE(pdf.ok());
     EXPECT_TRUE(pdf->starts_with("%PDF-"));
@@ -166,7 +161,11 @@ TEST(Painter, PngHoldsThePaintedPixels) {
     const std::vector<Case> cases = {
         // Odd widths leave a tail after the wide loops.
         {"opaque, odd width", withBackground({text}, {41, 23}), 1},
-        {"opaque at 3x", withBackground({text}, {41, 23}), 3},
+        {"opaque at 3x, with a symbol",
+         withBackground(
+             {text, DrawSymbol{{24, 4, 13, 13}, "star", Font::system(13), Palette::accent}},
+             {41, 23}),
+         3},
         // Opaque rows first, then transparent ones: the writer starts over as RGBA.
         {"transparent lower half",
          DrawList{canvas,
@@ -187,8 +186,9 @@ TEST(Painter, PngHoldsThePaintedPixels) {
         ASSERT_TRUE(png.ok()) << c.name;
         const Bitmap painted = renderBitmap(c.list, c.scale);
         const Bitmap decoded = decodePng(*png);
-        ASSERT_EQ(decoded.width, painted.width) << c.name;
-        ASSERT_EQ(decoded.height, painted.height) << c.name;
+        ASSERT_EQ(decoded.width, std::lround(c.list.canvas.width * c.scale)) << c.name;
+        ASSERT_EQ(std::pair(decoded.width, decoded.height),
+                  std::pair(painted.width, painted.height));
         // Straight alpha goes through premultiplication in the reader: a unit of rounding.
         EXPECT_EQ(differingPixels(decoded, painted, 1), 0) << c.name;
 

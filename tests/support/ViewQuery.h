@@ -5,6 +5,8 @@
 
 #include "ui/View.h"
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <optional>
 #include <string>
@@ -33,27 +35,6 @@ inline const std::vector<ui::View>* childrenOf(const ui::View& view) {
 }
 
 inline const std::vector<ui::View>* childrenOf(ui::View&&) = delete;
-
-// The children a container lays out: groups and repetitions written in place, the untaken
-// side of a condition dropped.
-inline std::vector<const ui::View*> laidOutChildren(const ui::View& view) {
-    std::vector<const ui::View*> out;
-    std::function<void(const ui::View&)> add = [&](const ui::View& child) {
-        if (std::holds_alternative<ui::EmptyView>(child.node) && child.modifiers.empty()) return;
-        if ((std::holds_alternative<ui::GroupNode>(child.node) ||
-             std::holds_alternative<ui::ForEachNode>(child.node)) &&
-            child.modifiers.empty()) {
-            for (const ui::View& inner : *childrenOf(child)) add(inner);
-            return;
-        }
-        out.push_back(&child);
-    };
-    if (const auto* children = childrenOf(view))
-        for (const ui::View& child : *children) add(child);
-    return out;
-}
-
-inline std::vector<const ui::View*> laidOutChildren(ui::View&&) = delete;
 
 // Every node of the tree, depth first, the root included.
 inline std::vector<const ui::View*> allNodes(const ui::View& root) {
@@ -89,16 +70,6 @@ inline std::optional<ui::LocalizedStringKey> keyOf(const ui::View& view) {
     return std::nullopt;
 }
 
-// The text nodes whose key or verbatim text is `text`.
-inline std::vector<const ui::View*> textsNamed(const ui::View& root, const std::string& text) {
-    std::vector<const ui::View*> out;
-    for (const ui::View* node : allNodes(root))
-        if (textOf(*node) == text) out.push_back(node);
-    return out;
-}
-
-inline std::vector<const ui::View*> textsNamed(ui::View&&, const std::string&) = delete;
-
 inline std::vector<const ui::View*> nodesWhere(const ui::View& root,
                                                const std::function<bool(const ui::View&)>& test) {
     std::vector<const ui::View*> out;
@@ -109,6 +80,13 @@ inline std::vector<const ui::View*> nodesWhere(const ui::View& root,
 
 inline std::vector<const ui::View*> nodesWhere(
     ui::View&&, const std::function<bool(const ui::View&)>&) = delete;
+
+// The text nodes whose key or verbatim text is `text`.
+inline std::vector<const ui::View*> textsNamed(const ui::View& root, const std::string& text) {
+    return nodesWhere(root, [&](const ui::View& v) { return textOf(v) == text; });
+}
+
+inline std::vector<const ui::View*> textsNamed(ui::View&&, const std::string&) = delete;
 
 template <typename Node>
 std::vector<const ui::View*> nodesOfKind(const ui::View& root) {
@@ -133,15 +111,12 @@ std::optional<M> modifierOf(const ui::View& view) {
     return all.front();
 }
 
-// The names of a node's modifiers, innermost first ("font", "padding", ...).
-inline std::vector<std::string> modifierKinds(const ui::View& view) {
-    static const char* const names[] = {
-        "font",    "foregroundColor", "lineLimit", "textCase",  "multilineTextAlignment", "frame",
-        "padding", "background",      "clipShape", "widgetURL", "containerBackground"};
-    static_assert(std::variant_size_v<ui::Modifier> == std::size(names));
-    std::vector<std::string> out;
-    for (const ui::Modifier& m : view.modifiers) out.emplace_back(names[m.index()]);
-    return out;
+// The URL of a tree's one widgetURL modifier; none when that modifier holds no URL.
+inline std::optional<std::string> linkOf(const ui::View& root) {
+    auto links = modifiersOf<ui::WidgetURLModifier>(root);
+    EXPECT_EQ(links.size(), 1u);
+    if (links.empty() || !links.front().url) return std::nullopt;
+    return links.front().url->text();
 }
 
 }  // namespace viewquery

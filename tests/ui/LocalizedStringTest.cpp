@@ -15,29 +15,25 @@ TextNode key(std::string text, std::optional<LocalizedStringKey::Argument> argum
 
 }  // namespace
 
-TEST(LocalizedString, FixedTextsShowAsWrittenWithoutATranslation) {
-    EXPECT_TRUE(builtInStringTable().empty());
-    EXPECT_EQ(resolveText(key("Watchlist"), std::nullopt, "en_US"), "Watchlist");
-    EXPECT_EQ(resolveText(key("Watchlist"), std::nullopt, "de_DE"), "Watchlist");
-    // Without an argument a key is not a format: a lone percent sign stays.
-    EXPECT_EQ(resolveText(key("100% sure"), std::nullopt, "en_US"), "100% sure");
-}
-
-TEST(LocalizedString, ArgumentsFillTheirPlaceholders) {
-    EXPECT_EQ(resolveText(key("%lld", std::int64_t{78}), std::nullopt, "en_US"), "78");
-    EXPECT_EQ(resolveText(key("%lld", std::int64_t{-3}), std::nullopt, "en_US"), "-3");
-    // Plain decimal: no grouping, whatever the locale.
-    EXPECT_EQ(resolveText(key("%lld", std::int64_t{1234567}), std::nullopt, "de_DE"), "1234567");
-    EXPECT_EQ(
-        resolveText(key("%lld", std::numeric_limits<std::int64_t>::min()), std::nullopt, "en_US"),
-        "-9223372036854775808");
-    EXPECT_EQ(
-        resolveText(key("Daily Brief · %@", std::string("Nov 16, 6:30 AM")), std::nullopt, "en_US"),
-        "Daily Brief · Nov 16, 6:30 AM");
-    // "%%" is a percent sign once the key is a format; an unknown directive stays.
-    EXPECT_EQ(resolveText(key("%lld%% of %d", std::int64_t{5}), std::nullopt, "en_US"), "5% of %d");
-    // The argument is not itself read as a format.
-    EXPECT_EQ(resolveText(key("%@!", std::string("%@ %lld")), std::nullopt, "en_US"), "%@ %lld!");
+// Without a translation a key shows as written. Without an argument a key is not a format (a
+// lone percent sign stays); with one, "%%" is a percent sign, an unknown directive stays, the
+// argument is not itself read as a format, and integers are plain decimals in any locale.
+TEST(LocalizedString, FixedTextsShowAsWrittenAndArgumentsFillTheirPlaceholders) {
+    const struct {
+        TextNode node;
+        const char* locale;
+        const char* shown;
+    } cases[] = {
+        {key("Watchlist"), "de_DE", "Watchlist"},
+        {key("100% sure"), "en_US", "100% sure"},
+        {key("%lld", std::int64_t{-3}), "en_US", "-3"},
+        {key("%lld", std::int64_t{1234567}), "de_DE", "1234567"},
+        {key("%lld", std::numeric_limits<std::int64_t>::min()), "en_US", "-9223372036854775808"},
+        {key("Daily Brief · %@", std::string("Nov 16, 6:30 AM")), "en_US",
+         "Daily Brief · Nov 16, 6:30 AM"},
+        {key("%lld%% of %d", std::int64_t{5}), "en_US", "5% of %d"},
+        {key("%@!", std::string("%@ %lld")), "en_US", "%@ %lld!"}};
+    for (const auto& c : cases) EXPECT_EQ(resolveText(c.node, std::nullopt, c.locale), c.shown);
 }
 
 TEST(LocalizedString, TranslationsComeFromTheTableByLocaleThenLanguage) {

@@ -16,36 +16,20 @@ struct Ticker {
     [[nodiscard]] const std::string& id() const { return symbol; }
 };
 
-// A tree that uses every primitive and every modifier once at least.
+// A tree of what the widgets' golden dumps do not show: the values that mean "none", colours
+// outside the palette, fractional sizes, a grid column's maximum, minimum frames, the container
+// background, an empty view and texts that need escaping. The rest of every primitive and
+// modifier is in those dumps.
 View everyPrimitive() {
     const std::vector<Ticker> tickers{{"AAPL"}, {"NVDA"}};
     return VStack(
                {.alignment = HorizontalAlignment::leading, .spacing = 8},
                {
-                   HStack({.alignment = VerticalAlignment::firstTextBaseline},
-                          {
-                              Text(Verbatim{"NVDA"})
-                                  .font(Font::system(18, FontWeight::bold, FontDesign::monospaced))
-                                  .foregroundColor(Palette::textPrimary),
-                              Spacer(),
-                              Text(Verbatim{"Buy"})
-                                  .font(Font::system(9, FontWeight::semibold))
-                                  .padding(Edges::horizontal, 5)
-                                  .padding(Edges::vertical, 2)
-                                  .background(Palette::bullish.opacity(0.18))
-                                  .foregroundColor(Palette::bullish)
-                                  .clipShape({3, RoundedCornerStyle::continuous}),
-                          }),
-                   Text(LocalizedStringKey("Daily Brief \u00B7 %@", std::string("NOV 16, 6:30 AM")))
-                       .font(Font::system(8, FontWeight::medium))
-                       .textCase(TextCase::uppercase)
-                       .lineLimit(5),
                    Text(LocalizedStringKey("%lld", std::int64_t{-3})).lineLimit(std::nullopt),
                    Text("Open Velmora to set a ticker \u2014 the morning brief will appear here.")
                        .multilineTextAlignment(TextAlignment::center)
                        .textCase(std::nullopt),
                    Image(SystemName{"sparkles"})
-                       .foregroundColor(Palette::accent)
                        .font(Font::system(12.5))
                        .frame(
                            {.minHeight = 20, .maxHeight = 40, .alignment = Alignment::topLeading}),
@@ -74,29 +58,12 @@ TEST(TreeDump, WritesEveryPrimitiveAndModifier) {
   .frame(maxWidth: infinity, maxHeight: infinity, alignment: center)
   .widgetURL(velmora://stock-detail?ticker=NVDA)
   .containerBackground(Palette.background, for: widget)
-  HStack(alignment: firstTextBaseline)
-    Text(verbatim: "NVDA")
-      .font(system(size: 18, weight: bold, design: monospaced))
-      .foregroundColor(Palette.textPrimary)
-    Spacer()
-    Text(verbatim: "Buy")
-      .font(system(size: 9, weight: semibold, design: default))
-      .padding(leading: 5, trailing: 5)
-      .padding(top: 2, bottom: 2)
-      .background(Palette.bullish.opacity(0.18))
-      .foregroundColor(Palette.bullish)
-      .clipShape(RoundedRectangle(cornerRadius: 3, style: continuous))
-  Text("Daily Brief · %@", "NOV 16, 6:30 AM")
-    .font(system(size: 8, weight: medium, design: default))
-    .textCase(uppercase)
-    .lineLimit(5)
   Text("%lld", -3)
     .lineLimit(none)
   Text("Open Velmora to set a ticker — the morning brief will appear here.")
     .multilineTextAlignment(center)
     .textCase(none)
   Image(systemName: "sparkles")
-    .foregroundColor(Palette.accent)
     .font(system(size: 12.5, weight: regular, design: default))
     .frame(minHeight: 20, maxHeight: 40, alignment: topLeading)
   Spacer(minLength: 0)
@@ -146,26 +113,18 @@ TEST(TreeDump, DistinguishesWhatTheViewsDistinguish) {
 }
 
 TEST(TreeDump, NamesColoursAndAlignments) {
-    EXPECT_EQ(dumpColor(Palette::bearish, Palette::names), "Palette.bearish");
-    EXPECT_EQ(dumpColor(Palette::bearish.opacity(0.18), Palette::names),
-              "Palette.bearish.opacity(0.18)");
     EXPECT_EQ(dumpColor(Color::white()), "#FFFFFF");
-    EXPECT_EQ(dumpColor(Color::black().opacity(0.85)), "#000000.opacity(0.85)");
     EXPECT_EQ(dumpColor(Color::rgb8(84, 84, 88).opacity(0.6)), "#545458.opacity(0.6)");
 
     const auto frame = [](Alignment alignment) {
         return dumpTree(Divider().frame({.alignment = alignment}));
     };
-    EXPECT_EQ(frame(Alignment::topLeading), "Divider()\n  .frame(alignment: topLeading)\n");
     EXPECT_EQ(frame({HorizontalAlignment::trailing, VerticalAlignment::bottom}),
               "Divider()\n  .frame(alignment: bottomTrailing)\n");
     EXPECT_EQ(frame(Alignment::top), "Divider()\n  .frame(alignment: top)\n");
     EXPECT_EQ(frame({HorizontalAlignment::leading, VerticalAlignment::firstTextBaseline}),
               "Divider()\n  .frame(alignment: leadingFirstTextBaseline)\n");
 
-    EXPECT_EQ(dumpNumber(8), "8");
-    EXPECT_EQ(dumpNumber(0.18), "0.18");
-    EXPECT_EQ(dumpNumber(12.5), "12.5");
     EXPECT_EQ(dumpNumber(-infinity), "-infinity");
 }
 

@@ -1,6 +1,6 @@
 #include "records/JSONEncoder.h"
 #include "store/AppGroupStore.h"
-#include "tests/support/TempStore.h"
+#include "tests/support/ProviderRequest.h"
 #include "watchlist/WatchlistTimelineProvider.h"
 
 #include <gtest/gtest.h>
@@ -15,109 +15,47 @@ using AppGroupContainer::portfolioSnapshotKey;
 using AppGroupContainer::WatchlistRow;
 using AppGroupContainer::watchlistTickersKey;
 
-const platform::Date start = platform::Date(sys_days(year(2025) / November / 16)) + hours(9);
+const platform::Date start = testtime::utc(2025, 11, 16, 9);
 
 const std::string storedPortfolio =
     R"({"totalValue":12500.5,"totalPnl":250,"totalReturn":2.04,"dailyChange":-30,)"
     R"("dailyChangePct":-0.24,"holdingCount":7,"sourceLabel":"Broker",)"
     R"("updatedAt":"2025-11-16T08:55:00Z"})";
 
-class TickingClock final : public platform::Clock {
-public:
-    explicit TickingClock(platform::Date first) : m_next(first) {}
-    platform::Date now() const override {
-        const platform::Date now = m_next;
-        m_next += seconds(1);
-        return now;
-    }
+using Request = providerrequest::Request<WatchlistTimelineProvider>;
 
-private:
-    mutable platform::Date m_next;
-};
-
-// A provider request against a store folder of its own.
-struct Request {
-    tempstore::TempStore store;
-    TickingClock clock{start};
-    TimelineProviderContext context{clock};
-    WatchlistTimelineProvider provider;
-
-    Request() { context.storeDirectory = store.directory(); }
-
-    WatchlistEntry snapshot() const {
-        std::optional<WatchlistEntry> result;
-        int calls = 0;
-        provider.getSnapshot(context, [&](WatchlistEntry entry) {
-            ++calls;
-            result = std::move(entry);
-        });
-        EXPECT_EQ(calls, 1);
-        return *result;
-    }
-
-    Timeline<WatchlistEntry> timeline() const {
-        std::optional<Timeline<WatchlistEntry>> result;
-        int calls = 0;
-        provider.getTimeline(context, [&](Timeline<WatchlistEntry> timeline) {
-            ++calls;
-            result = std::move(timeline);
-        });
-        EXPECT_EQ(calls, 1);
-        EXPECT_EQ(result->entries.size(), 1u);
-        return *result;
-    }
-};
-
-std::vector<std::string> tickers(const std::vector<WatchlistRow>& rows) {
-    std::vector<std::string> result;
-    for (const auto& row : rows) result.push_back(row.ticker);
-    return result;
-}
-
-const std::vector<std::string> sampleTickers{"AAPL", "NVDA", "TSLA"};
-
-TEST(WatchlistProvider, SampleRowsAreTheThreeFixedOnes) {
-    const auto& rows = sampleWatchlistRows();
-    ASSERT_EQ(rows.size(), 3u);
-    EXPECT_EQ(rows[0], (WatchlistRow{"AAPL", "Apple Inc.", 187.32, 0.84, "Buy", 72.0}));
-    EXPECT_EQ(rows[1], (WatchlistRow{"NVDA", "NVIDIA", 488.5, 1.92, "Strong Buy", 84.0}));
-    EXPECT_EQ(rows[2], (WatchlistRow{"TSLA", "Tesla", 251.4, -0.55, "Neutral", 51.0}));
-}
-
+// The sample rows themselves are in the golden dumps of the view.
 TEST(WatchlistProvider, PlaceholderHasTheSampleRowsAndNoPortfolioWhateverIsStored) {
-    Request request;
+    Request request(start);
     request.store.putData(watchlistTickersKey, R"([{"ticker":"ONE","price":1,"changePct":0}])");
     request.store.putData(portfolioSnapshotKey, storedPortfolio);
     const auto entry = request.provider.placeholder(request.context);
-    EXPECT_EQ(tickers(entry.rows), sampleTickers);
     EXPECT_EQ(entry.rows, sampleWatchlistRows());
     EXPECT_FALSE(entry.portfolio);
     EXPECT_EQ(entry.date, start);
 }
 
 TEST(WatchlistProvider, NoUsableRowsGiveTheSampleRows) {
-    Request request;
+    Request request(start);
     // Nothing stored at all.
     auto entry = request.snapshot();
-    EXPECT_EQ(tickers(entry.rows), sampleTickers);
+    EXPECT_EQ(entry.rows, sampleWatchlistRows());
     EXPECT_FALSE(entry.portfolio);
-    EXPECT_EQ(tickers(request.timeline().entries[0].rows), sampleTickers);
+    EXPECT_EQ(request.timeline().entries[0].rows, sampleWatchlistRows());
     // An empty list, undecodable rows and a text value all count as none.
     for (const char* stored : {"[]", R"([{"ticker":"A","price":1,"changePct":0},{"ticker":"B"}])",
                                R"({"ticker":"A"})"}) {
         request.store.putData(watchlistTickersKey, stored);
-        EXPECT_EQ(tickers(request.snapshot().rows), sampleTickers) << stored;
+        EXPECT_EQ(request.snapshot().rows, sampleWatchlistRows()) << stored;
     }
     request.store.putString(watchlistTickersKey, R"([{"ticker":"A","price":1,"changePct":0}])");
-    EXPECT_EQ(tickers(request.snapshot().rows), sampleTickers);
+    EXPECT_EQ(request.snapshot().rows, sampleWatchlistRows());
 }
 
 TEST(WatchlistProvider, StoredRowsReachTheEntryWholeAndInOrder) {
-    Request request;
+    Request request(start);
     request.store.putData(watchlistTickersKey, R"([{"ticker":"ONE","price":0,"changePct":0}])");
-    const auto one = request.snapshot();
-    ASSERT_EQ(one.rows.size(), 1u);
-    EXPECT_EQ(one.rows[0], (WatchlistRow{.ticker = "ONE"}));
+    EXPECT_EQ(request.snapshot().rows, std::vector<WatchlistRow>{{.ticker = "ONE"}});
 
     std::vector<WatchlistRow> many;
     for (int i = 0; i < 25; ++i)
@@ -132,11 +70,11 @@ TEST(WatchlistProvider, StoredRowsReachTheEntryWholeAndInOrder) {
 }
 
 TEST(WatchlistProvider, RowsAndPortfolioAreReadIndependently) {
-    Request request;
+    Request request(start);
     // A stored portfolio with no rows: the samples and the portfolio.
     request.store.putData(portfolioSnapshotKey, storedPortfolio);
     auto entry = request.snapshot();
-    EXPECT_EQ(tickers(entry.rows), sampleTickers);
+    EXPECT_EQ(entry.rows, sampleWatchlistRows());
     ASSERT_TRUE(entry.portfolio);
     EXPECT_EQ(entry.portfolio->totalValue, 12500.5);
     EXPECT_EQ(entry.portfolio->holdingCount, 7);
@@ -145,12 +83,12 @@ TEST(WatchlistProvider, RowsAndPortfolioAreReadIndependently) {
     request.store.putData(watchlistTickersKey, R"([{"ticker":"ONE","price":1,"changePct":2}])");
     request.store.putData(portfolioSnapshotKey, R"({"totalValue":1})");
     entry = request.snapshot();
-    EXPECT_EQ(tickers(entry.rows), std::vector<std::string>{"ONE"});
+    EXPECT_EQ(entry.rows, (std::vector<WatchlistRow>{{"ONE", {}, 1, 2}}));
     EXPECT_FALSE(entry.portfolio);
 }
 
 TEST(WatchlistProvider, TimelineIsOneEntryReloadedNineHundredSecondsAfterTheRequest) {
-    Request request;
+    Request request(start);
     request.store.putData(watchlistTickersKey, R"([{"ticker":"ONE","price":1,"changePct":2}])");
     request.store.putData(portfolioSnapshotKey, storedPortfolio);
     const auto snapshot = request.snapshot();  // reads the clock once: start

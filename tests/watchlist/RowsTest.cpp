@@ -17,13 +17,7 @@ using AppGroupContainer::WatchlistRow;
 namespace {
 
 WatchlistRow apple() {
-    WatchlistRow r;
-    r.ticker = "AAPL";
-    r.companyName = "Apple Inc.";
-    r.price = 187.456;
-    r.changePct = 0.84;
-    r.signal = "Buy";
-    return r;
+    return {"AAPL", "Apple Inc.", 187.456, 0.84, "Buy"};
 }
 
 std::vector<const View*> badges(const View& root) {

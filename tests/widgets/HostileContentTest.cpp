@@ -235,6 +235,20 @@ struct Case {
     std::function<void(const Drawn&)> expect;
 };
 
+// Every placement's drawing of its timeline entry, for the records in `store`, in `locale`.
+void forEachDrawing(const tempstore::TempStore& store, const char* locale,
+                    const std::function<void(const Drawn&)>& check) {
+    const host::WidgetHost widgets(VelmoraWidgetsBundle().body(),
+                                   {.locale = locale, .storeDirectory = store.directory()});
+    const platform::FixedClock clock(*platform::parseRecordDate("2025-11-16T09:00:00Z"));
+    for (const auto& placement : widgets.allPlacements()) {
+        SCOPED_TRACE(std::string(locale) + " " + placement.kind + " " +
+                     std::string(name(placement.family)));
+        const auto entry = widgets.request(placement, host::Request::timeline, clock).entries[0];
+        check({placement, entry, widgets.draw(placement, entry, clock.now())});
+    }
+}
+
 // The whole pipeline for every placement of a store holding the case's records, with the checks
 // above: the content area is the canvas less its margins (the sides only where the grid may
 // overflow), checked pixel by pixel unless marks overhang.
@@ -245,26 +259,19 @@ void drawAndCheck(const Case& c) {
     if (c.brief) store.putData(dailyBriefKey, *c.brief);
     if (c.rows) store.putData(watchlistTickersKey, *c.rows);
     if (c.portfolio) store.putData(portfolioSnapshotKey, *c.portfolio);
-    host::HostSettings settings;
-    settings.storeDirectory = store.directory();
-    const host::WidgetHost widgets(VelmoraWidgetsBundle().body(), settings);
-    const platform::FixedClock clock(*platform::parseRecordDate("2025-11-16T09:00:00Z"));
-    for (const auto& placement : widgets.allPlacements()) {
-        SCOPED_TRACE(placement.kind + " " + std::string(name(placement.family)));
-        const auto entry = widgets.request(placement, host::Request::timeline, clock).entries[0];
-        const Drawn drawn{placement, entry, widgets.draw(placement, entry, clock.now())};
+    forEachDrawing(store, "en_US", [&](const Drawn& drawn) {
         const auto& list = drawn.layout.drawList;
-        EXPECT_EQ(list.canvas, render::defaults::canvasSize(placement.family));
+        EXPECT_EQ(list.canvas, render::defaults::canvasSize(drawn.placement.family));
         constexpr double margin = render::defaults::contentMargin;
         Rect content{margin, margin, list.canvas.width - 2 * margin,
                      list.canvas.height - 2 * margin};
         if (c.allowances.gridOverflows && !drawn.isBrief() &&
-            placement.family == WidgetFamily::systemMedium)
+            drawn.placement.family == WidgetFamily::systemMedium)
             content = {content.x, 0, content.width, list.canvas.height};
         expectDrawnWithin(list, content);
         expectPaintedWithin(list, content, !c.allowances.marksOverhang);
         c.expect(drawn);
-    }
+    });
 }
 
 }  // namespace
@@ -368,29 +375,21 @@ TEST(HostileContent, EveryScriptDrawsInEachLocaleWithoutEmptyBoxes) {
     tempstore::TempStore store;
     store.putData(watchlistTickersKey, rowsJson(rows));
     store.putData(portfolioSnapshotKey, portfolioJson("125000.5"));
-    const platform::FixedClock clock(*platform::parseRecordDate("2025-11-16T09:00:00Z"));
     for (const char* locale : {"en_US", "de_DE", "ar_EG", "he_IL", "ja_JP", "ko_KR", "zh_CN",
                                "th_TH", "hi_IN", "ru_RU"}) {
-        host::HostSettings settings{.locale = locale, .storeDirectory = store.directory()};
-        const host::WidgetHost widgets(VelmoraWidgetsBundle().body(), settings);
         for (std::size_t i = 0; i < names.size(); ++i) {
             BriefJson brief{"T", names[i].first, names[i].second,
                             names[(i + 1) % names.size()].first};
             store.putData(dailyBriefKey, brief.json());
-            for (const auto& placement : widgets.allPlacements()) {
-                SCOPED_TRACE(std::string(locale) + " " + placement.kind + " " +
-                             std::string(name(placement.family)));
-                const auto entry =
-                    widgets.request(placement, host::Request::timeline, clock).entries[0];
-                const auto layout = widgets.draw(placement, entry, clock.now());
-                for (const auto& command : layout.drawList.commands) {
+            forEachDrawing(store, locale, [](const Drawn& drawn) {
+                for (const auto& command : drawn.layout.drawList.commands) {
                     const auto* text = std::get_if<render::DrawText>(&command);
                     if (text == nullptr) continue;
                     const auto facts =
                         render::describeTextLayout(text->text, text->style, text->frame.width);
                     EXPECT_EQ(facts.unknownGlyphs, 0) << text->text;
                 }
-            }
+            });
         }
     }
 }
