@@ -230,6 +230,7 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     registerHostCommand(app, globals);
     registerDesktopCommand(app, globals);
     registerReloadCommand(app, globals);
+    registerExtensionCommand(app, globals);
 
     // main blocked SIGINT and SIGTERM for the host, which takes them itself; every other command
     // ends on them as usual. Parsing is done here, and no thread has started yet.

@@ -115,6 +115,8 @@ void registerHostCommand(CLI::App& app, GlobalOptions& globals);
 void registerDesktopCommand(CLI::App& app, GlobalOptions& globals);
 // `reload [KIND]`: asks the running hosts for new timelines now.
 void registerReloadCommand(CLI::App& app, GlobalOptions& globals);
+// `extension`: the confined process that answers a host's requests and drawings.
+void registerExtensionCommand(CLI::App& app, GlobalOptions& globals);
 
 // Writes "velmora-widgets: error: MESSAGE" to standard error.
 void printError(const std::string& message);

@@ -6,6 +6,7 @@
 #include "host/DesktopGrid.h"
 #include "host/DesktopPlacements.h"
 #include "host/DesktopSettings.h"
+#include "host/Extension.h"
 #include "host/WidgetHost.h"
 #include "platform/Clock.h"
 #include "platform/Date.h"
@@ -16,14 +17,22 @@
 #include <glib-unix.h>
 #include <gtk/gtk.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <csignal>
+#include <cstdlib>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace host {
@@ -277,6 +286,79 @@ void velmora_board_grid_class_init(VelmoraBoardGridClass* gridClass) {
 
 void velmora_board_grid_init(VelmoraBoardGrid*) {}
 
+// ---- The extension, off the main loop -----------------------------------------------------------
+
+// Runs the board's requests and drawings in the extension on a thread of its own, one job at a
+// time in order, so that a slow or hung extension (2 s at most a request) never holds up the
+// window. What a job returns then runs on the main loop.
+class ExtensionWorker {
+public:
+    using Job = std::function<std::function<void()>(Extension&)>;
+
+    explicit ExtensionWorker(ExtensionSettings settings)
+        : m_extension(std::move(settings)),
+          m_thread([this](const std::stop_token& stop) { work(stop); }) {}
+
+    void post(Job job) {
+        const std::lock_guard lock(m_mutex);
+        m_jobs.push_back(std::move(job));
+        m_wake.notify_one();
+    }
+
+private:
+    void work(const std::stop_token& stop) {
+        while (true) {
+            Job job;
+            {
+                std::unique_lock lock(m_mutex);
+                if (!m_wake.wait(lock, stop, [&] { return !m_jobs.empty(); })) return;
+                job = std::move(m_jobs.front());
+                m_jobs.pop_front();
+            }
+            g_idle_add_once(
+                [](gpointer done) {
+                    std::unique_ptr<std::function<void()>> then(
+                        static_cast<std::function<void()>*>(done));
+                    (*then)();
+                },
+                new std::function<void()>(job(m_extension)));
+        }
+    }
+
+    Extension m_extension;
+    std::mutex m_mutex;
+    std::condition_variable_any m_wake;
+    std::deque<Job> m_jobs;
+    std::jthread m_thread;  // last: it starts once the rest is made, and ends first
+};
+
+// The board's extension: the command-line program beside it in the build tree, or in the folder
+// for programs once installed, which loads none of the toolkit's libraries; the board program
+// itself when neither is found.
+ExtensionSettings boardExtensionSettings(const HostSettings& settings) {
+    auto extension = extensionSettings(settings);
+    if (std::getenv("VELMORA_EXTENSION") != nullptr) return extension;
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    for (const auto& program :
+         {folder / "velmora-widgets",
+          (folder / VELMORA_DESKTOP_BINDIR_FROM_BOARD / "velmora-widgets").lexically_normal()})
+        if (::access(program.c_str(), X_OK) == 0) {
+            extension.program = program;
+            break;
+        }
+    return extension;
+}
+
+// What the extension gave for one placement: its timeline, asked for at `at`, and its entry
+// drawn as it stands then.
+struct Answer {
+    Placement placement;
+    platform::Date at;
+    platform::Result<widgets::AnyTimeline> timeline = platform::Error{"not asked"};
+    std::optional<platform::Result<DrawnWidget>> drawn;
+};
+
 // ---- The application ---------------------------------------------------------------------------
 
 const char* familyCaption(WidgetFamily family) {
@@ -307,7 +389,8 @@ public:
           m_placementsFile(options.placementsFile.empty()
                                ? userPlacementsFile()
                                : std::filesystem::path(options.placementsFile)),
-          m_board({}) {
+          m_board({}),
+          m_worker(std::make_unique<ExtensionWorker>(boardExtensionSettings(m_settings))) {
         m_app = gtk_application_new(std::string(desktopApplicationId()).c_str(),
                                     G_APPLICATION_DEFAULT_FLAGS);
         g_signal_connect_swapped(m_app, "startup",
@@ -325,6 +408,7 @@ public:
         g_object_unref(reload);
     }
     ~BoardApp() {
+        m_worker.reset();  // ends the extension
         if (m_timerSource != 0) g_source_remove(m_timerSource);
         g_object_unref(m_app);
     }
@@ -458,7 +542,17 @@ private:
         if (scale == m_scale) return;
         m_scale = scale;
         setHostScale();
-        for (std::size_t i = 0; i < m_views.size(); ++i) drawPlacement(i);
+        std::vector<Answer> answers;
+        for (std::size_t i = 0; i < m_views.size(); ++i)
+            if (const auto& record = m_board.latest(i))
+                answers.push_back({record->placement, record->requestedAt, record->timeline});
+        m_worker->post([this, answers, host = m_host](Extension& extension) mutable {
+            for (auto& answer : answers) drawAnswer(extension, host, answer);
+            return [this, answers] {
+                for (const auto& answer : answers)
+                    if (*answer.drawn) show(answer.placement, **answer.drawn);
+            };
+        });
     }
 
     void addView(const Placement& placement) {
@@ -474,29 +568,75 @@ private:
 
     void updateEmptyState() { gtk_widget_set_visible(m_emptyLabel, m_views.empty()); }
 
-    // Asks every due placement for a timeline, draws what came back and sleeps until the next
-    // reload date.
+    // Asks every due placement for a timeline and draws its entry, in the extension off the main
+    // loop; shows what came back and sleeps until the next reload date. A placement whose request
+    // or drawing failed keeps what it shows and is asked again after a back-off.
     void refresh() {
-        for (auto index : m_board.runDue(m_host, platform::systemClock())) {
+        if (m_asking) {
+            m_askAgain = true;
+            return;
+        }
+        const auto now = platform::systemClock().now();
+        std::vector<Answer> answers;
+        for (auto index : m_board.dueAt(now)) answers.push_back({m_board.placements()[index], now});
+        if (answers.empty()) return armTimer();
+        m_asking = true;
+        m_worker->post([this, answers, now, host = m_host,
+                        changes = m_boardChanges](Extension& extension) mutable {
+            for (auto& answer : answers) {
+                answer.timeline = extension.request(answer.placement, Request::timeline, now);
+                if (answer.timeline) drawAnswer(extension, host, answer);
+            }
+            return [this, answers, now, changes] { answered(answers, now, changes); };
+        });
+    }
+
+    static void drawAnswer(Extension& extension, const WidgetHost& host, Answer& answer) {
+        answer.drawn =
+            drawWidget(extension, host, answer.placement, answer.timeline->entries.front(),
+                       answer.at, boardSettings.cornerRadius);
+    }
+
+    void answered(const std::vector<Answer>& answers, platform::Date now, std::size_t changes) {
+        m_asking = false;
+        if (changes != m_boardChanges) return refresh();  // placed, removed or reloaded meanwhile
+        const auto answerOf = [&](const Placement& placement) -> const Answer& {
+            return *std::find_if(answers.begin(), answers.end(),
+                                 [&](const Answer& a) { return a.placement == placement; });
+        };
+        std::vector<RequestFailure> failures;
+        const platform::FixedClock clock(now);
+        const auto asked =
+            m_board.runDue([&](const Placement& placement,
+                               const platform::Clock&) { return answerOf(placement).timeline; },
+                           clock, failures);
+        for (auto index : asked) {
             const auto& record = *m_board.latest(index);
             g_log(logDomain, G_LOG_LEVEL_DEBUG, "timeline %s %s -> reload after %s",
                   record.placement.kind.c_str(), std::string(name(record.placement.family)).c_str(),
                   platform::formatDate(record.timeline.policy.date).c_str());
-            drawPlacement(index);
+            const auto& drawn = *answerOf(record.placement).drawn;
+            if (!drawn) {
+                failures.push_back(m_board.drawingFailed(index, drawn.error(), now));
+                continue;
+            }
+            m_board.drawn(index);
+            showDrawing(m_views[index], *drawn);
         }
+        for (const auto& failure : failures)
+            g_warning("%s %s: %s; asking again at %s", failure.placement.kind.c_str(),
+                      std::string(name(failure.placement.family)).c_str(),
+                      failure.error.description.c_str(),
+                      platform::formatDate(failure.retryAt).c_str());
+        if (std::exchange(m_askAgain, false)) return refresh();
         armTimer();
     }
 
-    void drawPlacement(std::size_t index) {
-        const auto& record = m_board.latest(index);
-        if (!record) return;
-        auto drawn = drawWidget(m_host, record->placement, record->timeline.entries.front(),
-                                record->requestedAt, boardSettings.cornerRadius);
-        if (!drawn) {
-            g_warning("%s", drawn.error().description.c_str());
-            return;
-        }
-        showDrawing(m_views[index], *drawn);
+    // Shows a drawing on the view of its placement, if that is still on the board.
+    void show(const Placement& placement, const DrawnWidget& drawn) {
+        const auto& placed = m_board.placements();
+        const auto found = std::find(placed.begin(), placed.end(), placement);
+        if (found != placed.end()) showDrawing(m_views[std::size_t(found - placed.begin())], drawn);
     }
 
     // The timer fires at the next reload date on the real-time clock, and also when the clock is
@@ -518,6 +658,7 @@ private:
         if (!kind.empty() && m_host.widget(kind) == nullptr) return;
         m_redrawStarted = std::chrono::steady_clock::now();
         m_board.reloadNow(kind);
+        ++m_boardChanges;
         refresh();
     }
 
@@ -574,6 +715,7 @@ private:
 
     void place(const Placement& placement) {
         if (!m_board.place(placement)) return;
+        ++m_boardChanges;
         addView(placement);
         updateEmptyState();
         save();
@@ -599,6 +741,7 @@ private:
         if (found == m_views.end()) return;
         const auto index = std::size_t(found - m_views.begin());
         m_board.remove(index);
+        ++m_boardChanges;
         m_views.erase(found);
         gtk_widget_unparent(view);
         updateEmptyState();
@@ -665,14 +808,21 @@ private:
                 place(placement);
             },
             nullptr);
-        const auto timeline =
-            m_host.request(placement, Request::placeholder, platform::systemClock());
-        auto drawn = drawWidget(m_host, placement, timeline.entries.front(),
-                                platform::systemClock().now(), boardSettings.cornerRadius);
-        if (drawn) {
-            drawn.value().label += std::string(", ") + familyCaption(placement.family);
-            showDrawing(view, drawn.value());
-        }
+        // The placeholder comes from the extension; the view waits for it, held until then.
+        g_object_ref(view);
+        m_worker->post([view, answer = Answer{placement, platform::systemClock().now()},
+                        host = m_host](Extension& extension) mutable {
+            answer.timeline = extension.request(answer.placement, Request::placeholder, answer.at);
+            if (answer.timeline) drawAnswer(extension, host, answer);
+            return [view, answer]() mutable {
+                if (answer.drawn && *answer.drawn && gtk_widget_get_root(view) != nullptr) {
+                    answer.drawn->value().label +=
+                        std::string(", ") + familyCaption(answer.placement.family);
+                    showDrawing(view, answer.drawn->value());
+                }
+                g_object_unref(view);
+            };
+        });
         const auto& placed = m_board.placements();
         if (std::find(placed.begin(), placed.end(), placement) != placed.end()) {
             gtk_widget_set_sensitive(view, FALSE);
@@ -690,6 +840,9 @@ private:
     WidgetHost m_host;  // drawing at the window's scale
     std::filesystem::path m_placementsFile;
     DesktopBoard m_board;
+    std::size_t m_boardChanges = 0;  // placements placed, removed or reloaded so far
+    bool m_asking = false;           // the worker is asking for the due timelines
+    bool m_askAgain = false;         // refresh once it has answered
     GtkApplication* m_app = nullptr;
     GtkWidget* m_window = nullptr;
     GtkWidget* m_grid = nullptr;
@@ -703,6 +856,7 @@ private:
     guint m_timerSource = 0;
     guint m_messageTimeout = 0;
     std::optional<std::chrono::steady_clock::time_point> m_redrawStarted;
+    std::unique_ptr<ExtensionWorker> m_worker;  // last: its jobs see the rest
 };
 
 }  // namespace

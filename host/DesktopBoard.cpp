@@ -27,12 +27,31 @@ void DesktopBoard::reloadNow(std::string_view kind) {
             m_schedules[i].reloadNow(m_placements[i].kind);
 }
 
-std::vector<std::size_t> DesktopBoard::runDue(const WidgetHost& host,
-                                              const platform::Clock& clock) {
-    std::vector<std::size_t> asked;
+std::vector<std::size_t> DesktopBoard::dueAt(platform::Date now) const {
+    std::vector<std::size_t> due;
     for (std::size_t i = 0; i < m_schedules.size(); ++i)
-        if (!m_schedules[i].runDue(host, clock).empty()) asked.push_back(i);
-    return asked;
+        if (!m_schedules[i].dueAt(now).empty()) due.push_back(i);
+    return due;
+}
+
+std::vector<std::size_t> DesktopBoard::runDue(const TimelineSource& source,
+                                              const platform::Clock& clock,
+                                              std::vector<RequestFailure>& failures) {
+    std::vector<std::size_t> answered;
+    for (std::size_t i = 0; i < m_schedules.size(); ++i) {
+        const auto failed = failures.size();
+        if (!m_schedules[i].runDue(source, clock, failures).empty()) answered.push_back(i);
+        for (auto f = failures.begin() + std::ptrdiff_t(failed); f != failures.end(); ++f)
+            f->index = i;  // the board's index, not the schedule's
+    }
+    return answered;
+}
+
+RequestFailure DesktopBoard::drawingFailed(std::size_t index, platform::Error error,
+                                           platform::Date now) {
+    auto failure = m_schedules[index].drawingFailed(0, std::move(error), now);
+    failure.index = index;
+    return failure;
 }
 
 std::optional<platform::Date> DesktopBoard::nextReload() const {

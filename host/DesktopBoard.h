@@ -11,8 +11,6 @@
 
 namespace host {
 
-class WidgetHost;
-
 // The widgets on the desktop board and their timelines: the placements the user made, in their
 // order, each with its own schedule (the host's scheduler over that one placement), so that
 // placing or removing a widget leaves the others' timelines and reload dates as they are.
@@ -29,8 +27,15 @@ public:
     // Makes the placements of `kind`, or every placement when `kind` is empty, due at once.
     void reloadNow(std::string_view kind);
 
-    // Asks every due placement for a timeline; the indexes of those asked, in placement order.
-    std::vector<std::size_t> runDue(const WidgetHost& host, const platform::Clock& clock);
+    // The placements due at `now`, by index, in placement order.
+    [[nodiscard]] std::vector<std::size_t> dueAt(platform::Date now) const;
+    // Asks every due placement for a timeline; the indexes of those answered, in placement
+    // order. One whose request failed is in `failures` and asked again after a back-off.
+    std::vector<std::size_t> runDue(const TimelineSource& source, const platform::Clock& clock,
+                                    std::vector<RequestFailure>& failures);
+    // A placement's drawing failed at `now`, or was drawn (Scheduler::drawingFailed, drawn).
+    RequestFailure drawingFailed(std::size_t index, platform::Error error, platform::Date now);
+    void drawn(std::size_t index) { m_schedules[index].drawn(0); }
 
     // The earliest date at which a placement falls due (platform::Date::min() while one is due
     // already); none on an empty board.

@@ -1,5 +1,6 @@
 #include "host/DesktopDrawing.h"
 
+#include "host/Extension.h"
 #include "host/WidgetHost.h"
 #include "render/ContinuousCorners.h"
 #include "render/Painter.h"
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 #include <variant>
 
@@ -45,27 +47,25 @@ std::vector<std::string> readingOrderTexts(const View& view, std::string_view lo
     return texts;
 }
 
-platform::Result<DrawnWidget> drawWidget(const WidgetHost& host, const Placement& placement,
-                                         const widgets::AnyEntry& entry, platform::Date now,
-                                         double cornerRadius) {
+platform::Result<DrawnWidget> drawWidget(Extension& extension, const WidgetHost& host,
+                                         const Placement& placement, const widgets::AnyEntry& entry,
+                                         platform::Date now, double cornerRadius) {
     const double scale = host.settings().scale;
-    const View content = host.content(placement, entry, now);
-    const auto layout = host.draw(placement, entry, now);
-    const auto size = render::pixelSize(layout.drawList, scale);
-    if (!size)
-        return platform::Error{"cannot draw " + placement.kind + " at scale " +
-                               std::to_string(scale)};
+    auto drawing = extension.draw(placement, entry, now, scale, ImageEncoding::argb32);
+    if (!drawing) return drawing.error();
+    render::DrawList shape;
+    shape.canvas = drawing->canvas;
+    const auto size = render::pixelSize(shape, scale);
+    if (!size || size->width != drawing->width || size->height != drawing->height ||
+        size->stride != drawing->stride)
+        return platform::Error{"the extension drew " + placement.kind + " at another size"};
     const std::size_t bytes = std::size_t(size->stride) * std::size_t(size->height);
     auto pixels = std::make_shared_for_overwrite<unsigned char[]>(bytes);
-    const render::PixelTarget target{pixels.get(), size->width, size->height, size->stride};
-    if (auto painted = render::paintPixels(layout.drawList, scale, target); !painted)
-        return painted.error();
+    std::memcpy(pixels.get(), drawing->image.data(), bytes);
 
     // The corners go afterwards, by the coverage of the rounded canvas: drawn through a clip,
     // the glyphs and hairlines near the edges would blend a shade differently from the
     // renderer's own images.
-    render::DrawList shape;
-    shape.canvas = layout.drawList.canvas;
     shape.commands.push_back(
         render::FillShape{render::Rect{0, 0, shape.canvas.width, shape.canvas.height}, cornerRadius,
                           RoundedCornerStyle::continuous, Color::white()});
@@ -98,12 +98,10 @@ platform::Result<DrawnWidget> drawWidget(const WidgetHost& host, const Placement
     drawn.width = size->width;
     drawn.height = size->height;
     drawn.stride = size->stride;
-    drawn.link = layout.drawList.url;
-    const auto& locale = host.settings().locale;
-    drawn.label =
-        resolveText(TextNode{host.widget(placement.kind)->displayName}, std::nullopt, locale);
-    for (const auto& text : readingOrderTexts(content, locale))
-        drawn.description += (drawn.description.empty() ? "" : "\n") + text;
+    if (drawing->url) drawn.link = platform::Url::parse(*drawing->url);
+    drawn.label = resolveText(TextNode{host.widget(placement.kind)->displayName}, std::nullopt,
+                              host.settings().locale);
+    drawn.description = std::move(drawing->texts);
     return drawn;
 }
 

@@ -16,6 +16,7 @@
 
 namespace host {
 
+class Extension;
 class WidgetHost;
 
 // A widget as the board shows it: its pixels, what a tap opens and what a screen reader says.
@@ -30,9 +31,10 @@ struct DrawnWidget {
     std::string description;  // its texts in reading order, one a line
 };
 
-// Draws `entry` of `placement` as it stands at `now`, at the host's scale, clipped to continuous
-// corners of `cornerRadius` points. Everything the board shows of a widget comes from here.
-[[nodiscard]] platform::Result<DrawnWidget> drawWidget(const WidgetHost& host,
+// Draws `entry` of `placement` as it stands at `now` in the extension, at the host's scale, then
+// cuts it to continuous corners of `cornerRadius` points. Everything the board shows of a widget
+// comes from here.
+[[nodiscard]] platform::Result<DrawnWidget> drawWidget(Extension& extension, const WidgetHost& host,
                                                        const Placement& placement,
                                                        const widgets::AnyEntry& entry,
                                                        platform::Date now, double cornerRadius);

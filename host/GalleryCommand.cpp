@@ -1,4 +1,5 @@
 #include "host/CommandLine.h"
+#include "host/Extension.h"
 #include "host/GalleryFiles.h"
 #include "host/GalleryPage.h"
 #include "host/WidgetHost.h"
@@ -9,6 +10,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 namespace host {
 
@@ -32,13 +34,23 @@ CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals
     if (auto prepared = prepareOutputDirectory(out); !prepared)
         return CommandError::failure(prepared.error().description);
     const auto& clock = globals.clock();
+    // Requests and drawings run in the extension process. One that fails there is left out of
+    // the page with an error line; the gallery goes on, and exits 1 at the end.
+    Extension extension(extensionSettings(widgets.settings()));
+    std::optional<CommandError> failed;
     std::vector<GalleryCard> cards;
     for (const auto& placement : widgets.allPlacements()) {
         for (const auto& shot : shots) {
-            const auto timeline = widgets.request(placement, shot.request, clock);
-            auto drawn = drawCard(widgets, placement, shot.label, timeline,
-                                  shot.request == Request::timeline, clock.now());
-            if (!drawn) return CommandError::failure(drawn.error().description);
+            const auto timeline = extension.request(placement, shot.request, clock.now());
+            auto drawn = timeline
+                             ? drawCard(extension, widgets.settings().scale, placement, shot.label,
+                                        *timeline, shot.request == Request::timeline, clock.now())
+                             : platform::Result<DrawnCard>(timeline.error());
+            if (!drawn) {
+                printError(placementName(placement) + ": " + drawn.error().description);
+                failed = CommandError::failure("the gallery misses the cards above");
+                continue;
+            }
             auto card = std::move(drawn).value();
             if (auto written = platform::writeFileAtomically(out / card.card.image, card.png);
                 !written)
@@ -60,6 +72,7 @@ CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals
         return CommandError::failure(written.error().description);
     std::error_code ignored;
     std::printf("%s\n", std::filesystem::absolute(out / "index.html", ignored).c_str());
+    if (failed) return *failed;
     return {};
 }
 

@@ -1,7 +1,7 @@
 #include "host/GalleryFiles.h"
 
+#include "host/Extension.h"
 #include "host/WidgetHost.h"
-#include "render/Painter.h"
 #include "ui/LocalizedString.h"
 
 namespace host {
@@ -23,34 +23,33 @@ std::string pageDate(platform::Date date) {
     return platform::formatDate(std::chrono::floor<std::chrono::seconds>(date));
 }
 
+std::string placementName(const Placement& placement) {
+    return placement.kind + " " + std::string(name(placement.family));
+}
+
 std::string galleryImageName(const Placement& placement, std::string_view request) {
     return placement.kind + "-" + std::string(name(placement.family)) + "-" + std::string(request) +
            ".png";
 }
 
-platform::Result<DrawnCard> drawCard(const WidgetHost& widgets, const Placement& placement,
+platform::Result<DrawnCard> drawCard(Extension& extension, double scale, const Placement& placement,
                                      std::string_view request, const AnyTimeline& timeline,
                                      bool showReload, platform::Date now) {
     const auto& entry = timeline.entries.front();
-    const auto layout = widgets.draw(placement, entry, now);
-    auto png =
-        render::paintToBytes(layout.drawList, render::ImageFormat::png, widgets.settings().scale);
-    if (!png)
-        return platform::Error{"cannot draw " + placement.kind + " " +
-                               std::string(name(placement.family)) + ": " +
-                               png.error().description};
+    auto drawing = extension.draw(placement, entry, now, scale, ImageEncoding::png);
+    if (!drawing) return drawing.error();
 
     DrawnCard drawn;
     drawn.card.image = galleryImageName(placement, request);
-    drawn.card.width = layout.drawList.canvas.width;
-    drawn.card.height = layout.drawList.canvas.height;
+    drawn.card.width = drawing->canvas.width;
+    drawn.card.height = drawing->canvas.height;
     drawn.card.kind = placement.kind;
     drawn.card.family = std::string(name(placement.family));
     drawn.card.request = std::string(request);
     drawn.card.entryDate = pageDate(entryDate(entry));
     drawn.card.nextReload = showReload ? pageDate(timeline.policy.date) : "—";
-    if (layout.drawList.url) drawn.card.url = layout.drawList.url->text();
-    drawn.png = std::move(png).value();
+    drawn.card.url = drawing->url;
+    drawn.png = std::string(drawing->image.bytes());
     return drawn;
 }
 

@@ -15,7 +15,11 @@
 // PNG, grouping cards per widget, and writing the files of an output folder.
 namespace host {
 
+class Extension;
 class WidgetHost;
+
+// "WatchlistGlance systemSmall": a placement as error lines name it.
+[[nodiscard]] std::string placementName(const Placement& placement);
 
 // "WatchlistGlance-systemSmall-current.png": the image of a placement's entry for a request.
 [[nodiscard]] std::string galleryImageName(const Placement& placement, std::string_view request);
@@ -30,10 +34,10 @@ struct DrawnCard {
     std::string png;
 };
 
-// Draws the first entry of `timeline` for `placement` at `now`. `showReload`: the card names the
-// timeline's reload date (a timeline request), else "—" (a placeholder). An error when the
-// image cannot be made.
-[[nodiscard]] platform::Result<DrawnCard> drawCard(const WidgetHost& widgets,
+// Draws the first entry of `timeline` for `placement` at `now` in the extension process, as PNG
+// at `scale`. `showReload`: the card names the timeline's reload date (a timeline request), else
+// "—" (a placeholder). An error when the extension could not draw it.
+[[nodiscard]] platform::Result<DrawnCard> drawCard(Extension& extension, double scale,
                                                    const Placement& placement,
                                                    std::string_view request,
                                                    const widgets::AnyTimeline& timeline,

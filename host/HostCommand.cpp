@@ -1,4 +1,5 @@
 #include "host/CommandLine.h"
+#include "host/Extension.h"
 #include "host/GalleryFiles.h"
 #include "host/LivePage.h"
 #include "host/Placements.h"
@@ -43,6 +44,15 @@ void printRequests(const std::vector<TimelineRequestRecord>& records) {
                     platform::formatDate(record.timeline.policy.date).c_str());
 }
 
+// One line per request or drawing that failed in the extension: the placement, what happened,
+// and when it is asked again.
+void printFailures(const std::vector<RequestFailure>& failures) {
+    for (const auto& failure : failures)
+        printError(placementName(failure.placement) + ": " + failure.error.description +
+                   "; asking again at " + pageDate(failure.retryAt));
+    std::fflush(stderr);
+}
+
 std::string pagePath(const std::filesystem::path& out) {
     std::error_code ignored;
     return std::filesystem::absolute(out / "index.html", ignored).string();
@@ -61,14 +71,15 @@ void printStopped(std::string_view signal) {
 // The host's run: the scheduler and the page on a worker thread, everything else here. The main
 // thread only waits (for the worker, a stop signal or the next reload date) and writes the files
 // the worker made, so a stop signal is taken within moments whatever the worker is doing, and
-// no file is ever left half-written.
+// no file is ever left half-written. Requests and drawings run in the extension process; one
+// that fails there is one error line, and the host goes on.
 class HostRun {
 public:
     HostRun(const WidgetHost& widgets, std::vector<Placement> placements, std::filesystem::path out,
             platform::StopSignals signals)
-        : m_widgets(widgets),
+        : m_extension(extensionSettings(widgets.settings())),
           m_scheduler(std::move(placements)),
-          m_page(widgets, m_scheduler.placements().size()),
+          m_page(widgets, m_extension, m_scheduler.placements().size()),
           m_out(std::move(out)),
           m_signals(std::move(signals)) {}
 
@@ -78,16 +89,13 @@ public:
     CommandResult simulate(platform::Date start, platform::Date until) {
         platform::ManualClock clock(start);
         while (clock.now() < until) {
-            std::vector<TimelineRequestRecord> requests;
-            if (auto ran = onWorker([&] { requests = m_scheduler.runDue(m_widgets, clock); }); !ran)
-                return ran;
-            printRequests(requests);
+            if (auto ran = runDue(clock); !ran) return ran.error();
             clock.set(m_scheduler.nextReload());
         }
         std::vector<TimelineRequestRecord> latest;
         for (std::size_t i = 0; i < m_scheduler.placements().size(); ++i)
             if (m_scheduler.latest(i)) latest.push_back(*m_scheduler.latest(i));
-        if (auto published = publish(latest); !published) return published;
+        if (auto published = publish(latest, clock.now()); !published) return published;
         std::printf("simulated %s to %s\n%s\n", platform::formatDate(start).c_str(),
                     platform::formatDate(until).c_str(), pagePath(m_out).c_str());
         return {};
@@ -109,13 +117,9 @@ public:
             }
             const platform::Date next = m_scheduler.nextReload();
             if (next <= now) {
-                std::vector<TimelineRequestRecord> requests;
-                if (auto ran = onWorker([&] { requests = m_scheduler.runDue(m_widgets, clock); });
-                    !ran)
-                    return ran;
-                printRequests(requests);
-                std::fflush(stdout);
-                if (auto published = publish(requests); !published) return published;
+                auto requests = runDue(clock);
+                if (!requests) return requests.error();
+                if (auto published = publish(*requests, clock.now()); !published) return published;
                 if (!pageAnnounced) {
                     std::printf("page: %s\n", pagePath(m_out).c_str());
                     std::fflush(stdout);
@@ -165,19 +169,44 @@ private:
         }
     }
 
-    // Draws the requests' entries and the page on the worker, then writes the files here.
-    CommandResult publish(const std::vector<TimelineRequestRecord>& requests) {
-        platform::Result<std::vector<OutputFile>> files = std::vector<OutputFile>{};
-        if (auto ran = onWorker([&] { files = m_page.update(requests); }); !ran) return ran;
-        if (!files) return CommandError::failure(files.error().description);
-        for (const auto& file : *files)
+    // Runs the due requests on the worker and prints them, and those that failed.
+    platform::Result<std::vector<TimelineRequestRecord>, CommandError> runDue(
+        const platform::Clock& clock) {
+        std::vector<TimelineRequestRecord> requests;
+        std::vector<RequestFailure> failures;
+        const auto source = [this](const Placement& placement, const platform::Clock& clock) {
+            return m_extension.request(placement, Request::timeline, clock.now());
+        };
+        if (auto ran = onWorker([&] { requests = m_scheduler.runDue(source, clock, failures); });
+            !ran)
+            return ran.error();
+        printRequests(requests);
+        std::fflush(stdout);
+        printFailures(failures);
+        return requests;
+    }
+
+    // Draws the requests' entries and the page on the worker, then writes the files here. A
+    // placement whose drawing failed is reported and asked again after a back-off.
+    CommandResult publish(const std::vector<TimelineRequestRecord>& requests, platform::Date now) {
+        PageUpdate update;
+        if (auto ran = onWorker([&] { update = m_page.update(requests, now); }); !ran) return ran;
+        std::vector<RequestFailure> failures;
+        for (auto& [index, error] : update.failures)
+            failures.push_back(m_scheduler.drawingFailed(index, std::move(error), now));
+        printFailures(failures);
+        for (const auto& request : requests)
+            if (std::none_of(failures.begin(), failures.end(),
+                             [&](const auto& f) { return f.index == request.index; }))
+                m_scheduler.drawn(request.index);
+        for (const auto& file : update.files)
             if (auto written = platform::writeFileAtomically(m_out / file.name, file.bytes);
                 !written)
                 return CommandError::failure(written.error().description);
         return {};
     }
 
-    const WidgetHost& m_widgets;
+    Extension m_extension;
     Scheduler m_scheduler;
     LivePage m_page;
     std::filesystem::path m_out;

@@ -1,20 +1,32 @@
 #include "host/LivePage.h"
 
+#include "host/Extension.h"
 #include "host/GalleryFiles.h"
 #include "host/WidgetHost.h"
 
 namespace host {
 
-LivePage::LivePage(const WidgetHost& widgets, std::size_t placementCount)
-    : m_widgets(widgets), m_cards(placementCount) {}
+LivePage::LivePage(const WidgetHost& widgets, Extension& extension, std::size_t placementCount)
+    : m_widgets(widgets), m_extension(extension), m_cards(placementCount) {}
 
-platform::Result<std::vector<OutputFile>> LivePage::update(
-    const std::vector<TimelineRequestRecord>& requests) {
-    std::vector<OutputFile> files;
+PageUpdate LivePage::update(const std::vector<TimelineRequestRecord>& requests,
+                            platform::Date now) {
+    PageUpdate update;
+    auto& files = update.files;
+    const double scale = m_widgets.settings().scale;
     for (const auto& request : requests) {
-        auto drawn = drawCard(m_widgets, request.placement, "current", request.timeline, true,
-                              request.requestedAt);
-        if (!drawn) return drawn.error();
+        auto drawn = drawCard(m_extension, scale, request.placement, "current", request.timeline,
+                              true, request.requestedAt);
+        if (!drawn) {
+            update.failures.emplace_back(request.index, drawn.error());
+            if (m_cards[request.index]) continue;
+            const auto placeholder =
+                m_extension.request(request.placement, Request::placeholder, now);
+            if (!placeholder) continue;
+            drawn = drawCard(m_extension, scale, request.placement, "current", *placeholder, false,
+                             now);
+            if (!drawn) continue;
+        }
         auto card = std::move(drawn).value();
         files.push_back({card.card.image, std::move(card.png)});
         // A new address per version, so a refreshing browser never shows a cached image.
@@ -31,7 +43,7 @@ platform::Result<std::vector<OutputFile>> LivePage::update(
                     std::to_string(refreshSeconds) + " s.";
     page.refreshSeconds = refreshSeconds;
     files.push_back({"index.html", galleryPage(gallerySections(m_widgets, cards), page)});
-    return files;
+    return update;
 }
 
 }  // namespace host

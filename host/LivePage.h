@@ -7,10 +7,12 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace host {
 
+class Extension;
 class WidgetHost;
 
 // A file of an output folder, made in memory: its name in the folder and its bytes.
@@ -21,22 +23,31 @@ struct OutputFile {
     bool operator==(const OutputFile&) const = default;
 };
 
-// The live host's page: one card per placement with the entry of its latest timeline, drawn at
-// the time it was asked for, in a page that an open browser refreshes.
+// What an update of the page made: the files to write, the images first and the page last; and
+// the placements whose drawing failed, by index, with what happened.
+struct PageUpdate {
+    std::vector<OutputFile> files;
+    std::vector<std::pair<std::size_t, platform::Error>> failures;
+};
+
+// The live host's page: one card per placement with the entry of its latest timeline, drawn in
+// the extension process at the time it was asked for, in a page that an open browser refreshes.
 class LivePage {
 public:
     // An open browser reloads the page this often, in seconds.
     static constexpr int refreshSeconds = 5;
 
-    LivePage(const WidgetHost& widgets, std::size_t placementCount);
+    LivePage(const WidgetHost& widgets, Extension& extension, std::size_t placementCount);
 
     // Draws each request's entry into its placement's card and image, then the page with every
-    // card drawn so far: the files to write, the images first and the page last.
-    [[nodiscard]] platform::Result<std::vector<OutputFile>> update(
-        const std::vector<TimelineRequestRecord>& requests);
+    // card drawn so far. A placement whose drawing fails keeps its card; one that has none yet
+    // gets its placeholder, drawn at `now`, when that can be drawn.
+    [[nodiscard]] PageUpdate update(const std::vector<TimelineRequestRecord>& requests,
+                                    platform::Date now);
 
 private:
     const WidgetHost& m_widgets;
+    Extension& m_extension;
     std::vector<std::optional<GalleryCard>> m_cards;  // per placement
 };
 

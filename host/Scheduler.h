@@ -1,10 +1,13 @@
 #pragma once
 
+#include "host/ExtensionBackoff.h"
 #include "host/Placement.h"
 #include "host/WidgetHost.h"
 #include "platform/Clock.h"
+#include "platform/Result.h"
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -19,6 +22,19 @@ struct TimelineRequestRecord {
     platform::Date requestedAt;
     widgets::AnyTimeline timeline;
 };
+
+// A placement whose request or drawing failed, and when it is asked again.
+struct RequestFailure {
+    std::size_t index = 0;
+    Placement placement;
+    platform::Error error;
+    platform::Date retryAt;
+};
+
+// Where timelines come from: the extension process, whose requests may fail, or the widgets in
+// this process.
+using TimelineSource =
+    std::function<platform::Result<widgets::AnyTimeline>(const Placement&, const platform::Clock&)>;
 
 // The host's core, whatever shows the widgets (the `host` command's folder, a desktop board):
 // the placed widgets and when each wants its next timeline. A placement is due when it has never
@@ -36,8 +52,19 @@ public:
     [[nodiscard]] std::vector<std::size_t> dueAt(platform::Date now) const;
 
     // Asks every placement due at the clock's now for a timeline, in placement order, and
-    // remembers the reload date each answer names. The requests made.
+    // remembers the reload date each answer names. The requests made; a request that failed is
+    // in `failures`, and its placement is asked again after a back-off.
+    std::vector<TimelineRequestRecord> runDue(const TimelineSource& source,
+                                              const platform::Clock& clock,
+                                              std::vector<RequestFailure>& failures);
+    // The same in this process, where requests do not fail.
     std::vector<TimelineRequestRecord> runDue(const WidgetHost& host, const platform::Clock& clock);
+
+    // A placement's drawing failed at `now`: it is asked again after the back-off, by its next
+    // reload date at the latest.
+    RequestFailure drawingFailed(std::size_t index, platform::Error error, platform::Date now);
+    // A placement's entry was drawn: its next failure waits the shortest back-off again.
+    void drawn(std::size_t index) { m_backoff.succeeded(index); }
 
     // The earliest moment at which a placement falls due; platform::Date::min() while one is due
     // whatever the time (never asked, or a reload requested).
@@ -56,6 +83,7 @@ private:
     std::vector<Placement> m_placements;
     std::vector<platform::Date> m_reloadAfter;  // per placement
     std::vector<std::optional<TimelineRequestRecord>> m_latest;
+    ExtensionBackoff m_backoff;
 };
 
 }  // namespace host

@@ -7,8 +7,8 @@
 # of its data files).
 set -euo pipefail
 packages=(cmake ninja-build g++ clang libclang-rt-dev pkg-config
-  libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libpng-dev zlib1g-dev libisal-dev
-  liburiparser-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
+  libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libfontconfig-dev libpng-dev zlib1g-dev libisal-dev
+  liburiparser-dev libseccomp-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
   fonts-inter fonts-jetbrains-mono fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
   chromium time pango1.0-tools
   libgtk-4-dev xvfb xauth xdotool dbus imagemagick desktop-file-utils appstream

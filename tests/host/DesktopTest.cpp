@@ -2,6 +2,7 @@
 #include "host/DesktopDrawing.h"
 #include "host/DesktopGrid.h"
 #include "host/DesktopPlacements.h"
+#include "host/Extension.h"
 #include "host/WidgetHost.h"
 #include "render/Painter.h"
 #include "tests/support/TempStore.h"
@@ -69,21 +70,36 @@ TEST(DesktopBoard, AsksNewPlacementsAndReloadedKindsOnlyAndKeepsTheOthersOnRemov
     DesktopBoard board({{"WatchlistGlance", WidgetFamily::systemSmall},
                         {"DailyBrief", WidgetFamily::systemMedium}});
     const platform::FixedClock clock(*platform::parseCommandLineDate("2025-11-16T05:00:00Z"));
-    EXPECT_EQ(board.runDue(host, clock), (std::vector<std::size_t>{0, 1}));
-    EXPECT_TRUE(board.runDue(host, clock).empty());
+    std::vector<RequestFailure> failures;
+    const auto runDue = [&](bool briefFails = false) {
+        return board.runDue(
+            [&](const Placement& placement,
+                const platform::Clock& at) -> platform::Result<widgets::AnyTimeline> {
+                if (briefFails && placement.kind == "DailyBrief") return platform::Error{"hung"};
+                return host.request(placement, Request::timeline, at);
+            },
+            clock, failures);
+    };
+    EXPECT_EQ(runDue(), (std::vector<std::size_t>{0, 1}));
+    EXPECT_TRUE(runDue().empty());
     EXPECT_EQ(board.nextReload(), clock.now() + std::chrono::seconds(900));
 
     EXPECT_FALSE(board.place({"DailyBrief", WidgetFamily::systemMedium}));
     EXPECT_TRUE(board.place({"DailyBrief", WidgetFamily::systemLarge}));
-    EXPECT_EQ(board.runDue(host, clock), (std::vector<std::size_t>{2}));
+    EXPECT_EQ(runDue(), (std::vector<std::size_t>{2}));
     board.reloadNow("DailyBrief");
-    EXPECT_EQ(board.runDue(host, clock), (std::vector<std::size_t>{1, 2}));
+    EXPECT_EQ(board.dueAt(clock.now()), (std::vector<std::size_t>{1, 2}));
+    EXPECT_TRUE(runDue(true).empty());
+    ASSERT_EQ(failures.size(), 2u);
+    EXPECT_EQ(failures[1].index, 2u);  // the board's index
+    EXPECT_EQ(board.nextReload(), clock.now() + ExtensionBackoff::first);
+    EXPECT_EQ(board.latest(1)->number, 1u);  // keeps its last timeline
 
     board.remove(0);
     EXPECT_EQ(board.latest(0)->placement, (Placement{"DailyBrief", WidgetFamily::systemMedium}));
-    EXPECT_TRUE(board.runDue(host, clock).empty());
+    EXPECT_TRUE(runDue().empty());
     board.reloadNow("");
-    EXPECT_EQ(board.runDue(host, clock), (std::vector<std::size_t>{0, 1}));
+    EXPECT_EQ(runDue(), (std::vector<std::size_t>{0, 1}));
 }
 
 TEST(DesktopPlacements, SavedPlacementsLoadBackAndAMissingFileGivesTheFirstRun) {
@@ -113,7 +129,10 @@ TEST(DesktopDrawing, DrawsTheRenderersPixelsInsideContinuousCornersWithLinkAndTe
     const Placement brief{"DailyBrief", WidgetFamily::systemMedium};
     const auto entry = host.request(brief, Request::placeholder, platform::systemClock());
     const auto now = entry.policy.date;
-    const auto drawn = drawWidget(host, brief, entry.entries.front(), now, 22);
+    auto settings = extensionSettings(host.settings());
+    settings.program = VELMORA_PROGRAM;
+    Extension extension(std::move(settings));
+    const auto drawn = drawWidget(extension, host, brief, entry.entries.front(), now, 22);
     ASSERT_TRUE(drawn.ok()) << drawn.error().description;
 
     const auto layout = host.draw(brief, entry.entries.front(), now);

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/Result.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+// What a confined process may still do: read beneath some paths, map code beneath others,
+// and use at most so much memory. Writing is allowed nowhere, nor binding, listening or
+// accepting on network sockets, running programs, tracing, mounting or making namespaces;
+// outgoing connections stay allowed.
+struct ConfinementRules {
+    std::vector<std::filesystem::path> readable;    // files and folders, read only
+    std::vector<std::filesystem::path> executable;  // read and mapped as code (libraries)
+    std::uint64_t dataLimitBytes = 0;               // RLIMIT_DATA; 0: none
+};
+
+// What confineProcess put in place. A kernel may lack Landlock or seccomp: the process then
+// runs with what there is.
+struct Confinement {
+    bool noNewPrivileges = false;
+    int landlockAbi = 0;  // 0: no Landlock
+    bool tcpBindRefused = false;
+    bool systemCallFilter = false;
+    bool dataLimit = false;
+
+    // What a fully confined process has and this one lacks, in words ("Landlock (not offered by
+    // this kernel)"); empty when nothing is missing.
+    [[nodiscard]] std::vector<std::string> missing() const;
+
+    bool operator==(const Confinement&) const = default;
+};
+
+// Confines the calling process for the rest of its life, children included. It must still
+// have one thread: Landlock binds only the calling thread and those it starts later. Paths that
+// do not exist are skipped. An error when a part the kernel offers could not be applied.
+[[nodiscard]] Result<Confinement> confineProcess(const ConfinementRules& rules);
+
+}  // namespace platform

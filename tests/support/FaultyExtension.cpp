@@ -1,0 +1,88 @@
+// An extension that misbehaves on purpose, launched by the hosts through VELMORA_EXTENSION.
+// It answers as the real one does (unconfined) until its fault comes:
+//   VELMORA_FAULT=crash     dies of SIGSEGV (at once when VELMORA_FAULT_AFTER is 0)
+//                 hang      never answers
+//                 garbage   answers with bytes that are no frame
+//                 allocate  allocates and touches memory without end
+//                 cut       sends half of a drawing's reply, then exits
+//                 goodbye   says goodbye, as after its idle time, and exits
+// VELMORA_FAULT_AFTER=N answers N requests first (default 0); VELMORA_FAULT_KIND=KIND keeps
+// the fault to one widget kind's requests. The command line is the host's; only the global
+// options before `extension` are read.
+#include "host/CommandLine.h"
+#include "host/ExtensionServer.h"
+#include "widgets/Widgets.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string setting(const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+const std::string& kindOf(const host::ExtensionMessage& message) {
+    if (const auto* r = std::get_if<host::ProviderRequest>(&message)) return r->placement.kind;
+    return std::get<host::DrawRequest>(message).placement.kind;
+}
+
+[[noreturn]] void misbehave(const std::string& fault, host::ExtensionChannel& channel,
+                            const host::ExtensionMessage& request) {
+    if (fault == "crash") ::raise(SIGSEGV);
+    if (fault == "garbage") {
+        const std::string noise = "HTTP/1.1 200 OK\r\n\r\nnot a frame at all";
+        (void)!::write(channel.fd(), noise.data(), noise.size());
+    }
+    if (fault == "allocate")
+        for (;;) std::memset(new char[1 << 20], 1, 1 << 20);
+    if (fault == "cut" && std::holds_alternative<host::DrawRequest>(request)) {
+        host::DrawingReply half;
+        half.id = std::get<host::DrawRequest>(request).id;
+        half.url = std::string(200, 'x');
+        const auto frame = host::encodeFrame(half);
+        (void)!::write(channel.fd(), frame.data(), frame.size() / 2);
+        std::_Exit(0);
+    }
+    if (fault == "goodbye") {
+        (void)channel.send(host::Goodbye{});
+        std::_Exit(0);
+    }
+    for (;;) ::pause();  // hang, or a garbage answer that never ends
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    host::HostSettings settings;
+    for (std::size_t i = 0; i + 1 < arguments.size(); i += 2) {
+        if (arguments[i] == "--store-dir") settings.storeDirectory = arguments[i + 1];
+        if (arguments[i] == "--locale") settings.locale = arguments[i + 1];
+        if (arguments[i] == "--time-zone") settings.timeZone = arguments[i + 1];
+    }
+    host::prepareExtensionMemory();
+    const std::string fault = setting("VELMORA_FAULT");
+    const std::string faultKind = setting("VELMORA_FAULT_KIND");
+    int answered = std::atoi(setting("VELMORA_FAULT_AFTER").c_str());
+    if (fault == "crash" && answered == 0 && faultKind.empty()) ::raise(SIGSEGV);
+
+    host::ExtensionChannel channel{host::OwnedFd(STDIN_FILENO)};
+    host::ExtensionServer server(
+        host::WidgetHost(widgets::VelmoraWidgetsBundle().body(), std::move(settings)));
+    while (auto received = channel.receive(std::nullopt)) {
+        const auto& request = received->message;
+        if (!fault.empty() && (faultKind.empty() || faultKind == kindOf(request)) &&
+            answered-- <= 0)
+            misbehave(fault, channel, request);
+        auto answer = server.answer(request, std::move(received.value().fd));
+        if (!channel.send(answer.reply, answer.image.get())) break;
+    }
+    return 0;
+}
