@@ -117,7 +117,11 @@ bus = dbus.bus.BusConnection(address)
 def walk(name, path):
     node = bus.get_object(name, path)
     get = lambda key: str(node.Get("org.a11y.atspi.Accessible", key, dbus_interface=dbus.PROPERTIES_IFACE))
-    if node.GetRoleName(dbus_interface="org.a11y.atspi.Accessible") == "button" and get("Description"):
+    role = node.GetRoleName(dbus_interface="org.a11y.atspi.Accessible")
+    # The board's window alone: the gallery's previews live in a window of their own.
+    if role in ("frame", "window", "dialog") and get("Name") != "Velmora Widgets":
+        return
+    if role == "button" and get("Description"):
         print(get("Name") + ": " + " / ".join(get("Description").split("\n")))
     for child in node.GetChildren(dbus_interface="org.a11y.atspi.Accessible"):
         walk(*child)
