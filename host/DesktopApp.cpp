@@ -477,6 +477,7 @@ private:
     // Asks every due placement for a timeline, draws what came back and sleeps until the next
     // reload date.
     void refresh() {
+        const auto started = std::chrono::steady_clock::now();
         for (auto index : m_board.runDue(m_host, platform::systemClock())) {
             const auto& record = *m_board.latest(index);
             g_log(logDomain, G_LOG_LEVEL_DEBUG, "timeline %s %s -> reload after %s",
@@ -485,6 +486,7 @@ private:
             drawPlacement(index);
         }
         armTimer();
+        if (m_redrawStarted) m_ourPart = std::chrono::steady_clock::now() - started;
     }
 
     void drawPlacement(std::size_t index) {
@@ -523,10 +525,14 @@ private:
 
     void painted() {
         if (!m_redrawStarted) return;
+        // Ours: the requests, their layouts and the painting into pixel buffers; the rest is the
+        // toolkit's (uploading, composing, presenting).
+        using Milliseconds = std::chrono::duration<double, std::milli>;
         const auto elapsed = std::chrono::steady_clock::now() - *m_redrawStarted;
         m_redrawStarted.reset();
-        g_log(logDomain, G_LOG_LEVEL_DEBUG, "new timelines on screen %.2f ms after they were due",
-              std::chrono::duration<double, std::milli>(elapsed).count());
+        g_log(logDomain, G_LOG_LEVEL_DEBUG,
+              "new timelines on screen %.2f ms after they were due, ours %.2f ms",
+              Milliseconds(elapsed).count(), Milliseconds(m_ourPart).count());
     }
 
     void openLink(const platform::Url& link) {
@@ -703,6 +709,7 @@ private:
     guint m_timerSource = 0;
     guint m_messageTimeout = 0;
     std::optional<std::chrono::steady_clock::time_point> m_redrawStarted;
+    std::chrono::steady_clock::duration m_ourPart{};  // of the redraw under way
 };
 
 }  // namespace
