@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The desktop board's figures on Xvfb, beside a bare GTK 4 window measured in the same run, under
 # GTK's default renderer and under its cairo renderer: resident memory with all five families
-# placed, split by mapping (from /proc/PID/smaps); wake-ups (voluntary context switches of every
+# placed, after the redraws below, split by mapping (from /proc/PID/smaps); wake-ups (voluntary context switches of every
 # thread, from /proc) over IDLE idle seconds between reload dates; and the time from a reload to
 # the new pixels on screen (the board's own measure, from the trigger to the frame's paint, with
 # the board's own part of it), beside the floor: the bare window repainting its whole content.
@@ -101,13 +101,17 @@ mappings() {
     END { n = split(kinds, order, " "); for (i = 1; i <= n; ++i) print order[i], kib[order[i]] + 0 }
   ' "/proc/$1/smaps"
 }
-measure() {  # NAME PID: settles, then prints "NAME RSS_KIB SWITCHES THREADS", mappings to NAME.maps
+idling() {  # PID: settles, then prints "SWITCHES THREADS" over the idle seconds
   sleep 10
   local before
-  before=$(switches "$2")
+  before=$(switches "$1")
   sleep "$idle"
+  echo "$(woken "$before" "$(switches "$1")") $(threads "$1")"
+}
+resident() {  # NAME PID: after the redraws, prints RSS_KIB, mappings to NAME.maps
+  sleep 1
   mappings "$2" >"$work/$1.maps"
-  echo "$1 $(rss "$2") $(woken "$before" "$(switches "$2")") $(threads "$2")"
+  rss "$2"
 }
 median() { sort -n | awk '{a[NR] = $1} END {print a[int((NR + 1) / 2)]}'; }
 worst() { sort -n | tail -1; }
@@ -119,11 +123,12 @@ figures() {
   "$work/bare" >"$work/bare-$name.log" 2>&1 &
   pids+=($!)
   local bare_pid=${pids[-1]}
-  bare=$(measure "bare-$name" "$bare_pid")
+  bare=$(idling "$bare_pid")
   for _ in $(seq "$reloads"); do
     kill -USR1 "$bare_pid"
     sleep 0.5
   done
+  bare="$(resident "bare-$name" "$bare_pid") $bare"
   kill "$bare_pid"
 
   # Not through v: the process measured is the board itself (`desktop` replaces itself with it).
@@ -133,11 +138,12 @@ figures() {
   local board_pid=${pids[-1]}
   sleep 3
   xdotool search --onlyvisible --name '^Velmora Widgets$' windowsize 1260 1000
-  board=$(measure "board-$name" "$board_pid")
+  board=$(idling "$board_pid")
   for _ in $(seq "$reloads"); do
     v reload
     sleep 0.5
   done
+  board="$(resident "board-$name" "$board_pid") $board"
   kill "$board_pid"
 
   local screen ours floor
@@ -145,10 +151,10 @@ figures() {
   ours=$(grep -o 'ours [0-9.]* ms' "$work/board-$name.log" | awk '{print $2}')
   floor=$(grep -o 'repainted in [0-9.]* ms' "$work/bare-$name.log" | awk '{print $3}')
   local bare_rss bare_wakes bare_threads board_rss board_wakes board_threads
-  read -r _ bare_rss bare_wakes bare_threads <<<"$bare"
-  read -r _ board_rss board_wakes board_threads <<<"$board"
+  read -r bare_rss bare_wakes bare_threads <<<"$bare"
+  read -r board_rss board_wakes board_threads <<<"$board"
   mb() { awk -v k="$1" 'BEGIN {printf "%.1f", k / 1024}'; }
-  rows+="| $name: resident memory (VmRSS) | $(mb "$board_rss") MB | $(mb "$bare_rss") MB | ≤ bare + 10 MB ($(mb $((board_rss - bare_rss))) MB over) |"$'\n'
+  rows+="| $name: resident memory (VmRSS) after the redraws | $(mb "$board_rss") MB | $(mb "$bare_rss") MB | ≤ bare + 10 MB ($(mb $((board_rss - bare_rss))) MB over) |"$'\n'
   rows+="| $name: wake-ups in ${idle} s idle (voluntary switches, all threads) | $board_wakes ($board_threads threads) | $bare_wakes ($bare_threads threads) | none of ours |"$'\n'
   rows+="| $name: reload to new pixels on screen / whole-window repaint, median / worst of $(echo "$screen" | wc -l) and $(echo "$floor" | wc -l) | $(echo "$screen" | median) ms / $(echo "$screen" | worst) ms | $(echo "$floor" | median) ms / $(echo "$floor" | worst) ms | ≤ 16 ms |"$'\n'
   rows+="| $name: of which the board's (requests, layout, painting into pixel buffers), median / worst | $(echo "$ours" | median) ms / $(echo "$ours" | worst) ms | | |"$'\n'
