@@ -630,6 +630,8 @@ private:
                       platform::formatDate(failure.retryAt).c_str());
         if (std::exchange(m_askAgain, false)) return refresh();
         armTimer();
+        // Ours ends here, with the new pixels handed to the toolkit.
+        if (m_redrawStarted) m_ourPart = std::chrono::steady_clock::now() - *m_redrawStarted;
     }
 
     // Shows a drawing on the view of its placement, if that is still on the board.
@@ -664,10 +666,14 @@ private:
 
     void painted() {
         if (!m_redrawStarted) return;
+        // Ours: the requests, their layouts and the painting into pixel buffers; the rest is the
+        // toolkit's (uploading, composing, presenting).
+        using Milliseconds = std::chrono::duration<double, std::milli>;
         const auto elapsed = std::chrono::steady_clock::now() - *m_redrawStarted;
         m_redrawStarted.reset();
-        g_log(logDomain, G_LOG_LEVEL_DEBUG, "new timelines on screen %.2f ms after they were due",
-              std::chrono::duration<double, std::milli>(elapsed).count());
+        g_log(logDomain, G_LOG_LEVEL_DEBUG,
+              "new timelines on screen %.2f ms after they were due, ours %.2f ms",
+              Milliseconds(elapsed).count(), Milliseconds(m_ourPart).count());
     }
 
     void openLink(const platform::Url& link) {
@@ -856,7 +862,8 @@ private:
     guint m_timerSource = 0;
     guint m_messageTimeout = 0;
     std::optional<std::chrono::steady_clock::time_point> m_redrawStarted;
-    std::unique_ptr<ExtensionWorker> m_worker;  // last: its jobs see the rest
+    std::chrono::steady_clock::duration m_ourPart{};  // of the redraw under way
+    std::unique_ptr<ExtensionWorker> m_worker;        // last: its jobs see the rest
 };
 
 }  // namespace

@@ -65,33 +65,43 @@ platform::Result<DrawnWidget> drawWidget(Extension& extension, const WidgetHost&
 
     // The corners go afterwards, by the coverage of the rounded canvas: drawn through a clip,
     // the glyphs and hairlines near the edges would blend a shade differently from the
-    // renderer's own images.
-    shape.commands.push_back(
-        render::FillShape{render::Rect{0, 0, shape.canvas.width, shape.canvas.height}, cornerRadius,
-                          RoundedCornerStyle::continuous, Color::white()});
-    auto coverage = std::make_unique_for_overwrite<unsigned char[]>(bytes);
-    if (auto painted = render::paintPixels(
-            shape, scale, {coverage.get(), size->width, size->height, size->stride});
-        !painted)
-        return painted.error();
-    // Only the bands along the top and bottom edges hold corners.
+    // renderer's own images. Only the bands along the top and bottom edges hold corners, so the
+    // coverage is painted for their rows alone, into one band's buffer.
+    const render::Size canvas = drawing->canvas;
     const int band = std::min(
         size->height, int(std::ceil(render::continuousCornerExtent * cornerRadius * scale)) + 1);
-    const auto cutCorners = [&](int y) {
-        auto* row = reinterpret_cast<std::uint32_t*>(pixels.get() + y * size->stride);
-        const auto* mask =
-            reinterpret_cast<const std::uint32_t*>(coverage.get() + y * size->stride);
-        for (int x = 0; x < size->width; ++x) {
-            const std::uint32_t alpha = mask[x] >> 24;
-            if (alpha == 255) continue;
-            std::uint32_t pixel = 0;  // premultiplied: every channel scales with the coverage
-            for (int shift = 0; shift < 32; shift += 8)
-                pixel |= (((row[x] >> shift & 0xFF) * alpha + 127) / 255) << shift;
-            row[x] = pixel;
+    auto coverage = std::make_unique_for_overwrite<unsigned char[]>(std::size_t(size->stride) *
+                                                                    std::size_t(band));
+    const auto cutCorners = [&](int firstRow, int rows) -> platform::Result<void> {
+        render::DrawList edge;
+        edge.canvas = {canvas.width, rows / scale};
+        edge.commands.push_back(
+            render::FillShape{render::Rect{0, -firstRow / scale, canvas.width, canvas.height},
+                              cornerRadius, RoundedCornerStyle::continuous, Color::white()});
+        if (auto painted =
+                render::paintPixels(edge, scale, {coverage.get(), size->width, rows, size->stride});
+            !painted)
+            return painted;
+        for (int y = 0; y < rows; ++y) {
+            auto* row =
+                reinterpret_cast<std::uint32_t*>(pixels.get() + (firstRow + y) * size->stride);
+            const auto* mask =
+                reinterpret_cast<const std::uint32_t*>(coverage.get() + y * size->stride);
+            for (int x = 0; x < size->width; ++x) {
+                const std::uint32_t alpha = mask[x] >> 24;
+                if (alpha == 255) continue;
+                std::uint32_t pixel = 0;  // premultiplied: every channel scales with the coverage
+                for (int shift = 0; shift < 32; shift += 8)
+                    pixel |= (((row[x] >> shift & 0xFF) * alpha + 127) / 255) << shift;
+                row[x] = pixel;
+            }
         }
+        return {};
     };
-    for (int y = 0; y < band; ++y) cutCorners(y);
-    for (int y = std::max(band, size->height - band); y < size->height; ++y) cutCorners(y);
+    if (auto cut = cutCorners(0, band); !cut) return cut.error();
+    const int bottom = std::max(band, size->height - band);
+    if (bottom < size->height)
+        if (auto cut = cutCorners(bottom, size->height - bottom); !cut) return cut.error();
 
     DrawnWidget drawn;
     drawn.pixels = std::move(pixels);
