@@ -115,7 +115,7 @@ public:
             put(std::int64_t(value.time_since_epoch().count()));
         } else if constexpr (std::is_same_v<T, widgets::AnyEntry>) {
             put(std::uint8_t(value.index()));
-            std::visit([this](const auto& entry) { put(entry); }, value);
+            std::visit([&](const auto& entry) { put(entry); }, value);
         } else if constexpr (std::is_enum_v<T>) {
             put(std::uint8_t(value));
         } else if constexpr (std::is_arithmetic_v<T>) {
@@ -123,7 +123,7 @@ public:
             std::memcpy(bytes, &value, sizeof(T));
             m_out.append(bytes, sizeof(T));
         } else {
-            std::apply([this](const auto&... field) { (put(field), ...); }, fields(value));
+            std::apply([&](const auto&... field) { (put(field), ...); }, fields(value));
         }
     }
 
