@@ -179,7 +179,7 @@ public:
         } else if constexpr (std::is_arithmetic_v<T>) {
             if (take(sizeof(T))) std::memcpy(&value, m_in.data() + m_at - sizeof(T), sizeof(T));
         } else {
-            std::apply([this](auto&... field) { (get(field), ...); }, fields(value));
+            std::apply([&](auto&... field) { (get(field), ...); }, fields(value));
         }
     }
 
