@@ -11,14 +11,12 @@ namespace dailybrief {
 
 // The brief the placeholder carries. Its generatedAt is the clock's now, so it is made afresh
 // for every placeholder.
-[[nodiscard]] AppGroupContainer::DailyBrief sampleDailyBrief(
-    const platform::Clock& clock);
+[[nodiscard]] AppGroupContainer::DailyBrief sampleDailyBrief(const platform::Clock& clock);
 
 // When a daily brief timeline asks to be rebuilt: the next 06:30:00 UTC strictly after the
 // clock's now (today's when now is earlier, else tomorrow's). The machine's time zone plays no
 // part.
-[[nodiscard]] platform::Date nextMorningRefresh(
-    const platform::Clock& clock);
+[[nodiscard]] platform::Date nextMorningRefresh(const platform::Clock& clock);
 
 // The daily brief widget's timeline provider. Holds nothing; every snapshot and timeline reads
 // "vmDailyBrief" afresh, and each completion is called exactly once before the call returns.

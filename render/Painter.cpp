@@ -59,7 +59,7 @@ platform::Result<void> checkCanvas(const Size& canvas) {
     if (!(canvas.width > 0 && canvas.height > 0 && canvas.width <= maxCanvasSide &&
           canvas.height <= maxCanvasSide)) {
         return platform::Error{"cannot draw a canvas of " + number(canvas.width) + " x " +
-                          number(canvas.height) + " points"};
+                               number(canvas.height) + " points"};
     }
     return {};
 }
@@ -274,9 +274,8 @@ platform::Result<void> paintPixels(const DrawList& list, double scale, PixelTarg
         target.height != size->height || target.stride < size->stride)
         return platform::Error{"the pixel buffer does not fit the canvas"};
     std::memset(target.data, 0, std::size_t(target.stride) * std::size_t(target.height));
-    SurfacePtr surface(cairo_image_surface_create_for_data(target.data, CAIRO_FORMAT_ARGB32,
-                                                           target.width, target.height,
-                                                           target.stride));
+    SurfacePtr surface(cairo_image_surface_create_for_data(
+        target.data, CAIRO_FORMAT_ARGB32, target.width, target.height, target.stride));
     if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS)
         return platform::Error{"cannot draw into the pixel buffer"};
     ContextPtr cairo(cairo_create(surface.get()));

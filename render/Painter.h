@@ -68,7 +68,7 @@ struct PixelSize {
 // Draws the list into `target`, which must be pixelSize(list, scale) large and is cleared
 // first.
 [[nodiscard]] platform::Result<void> paintPixels(const DrawList& list, double scale,
-                                                PixelTarget target);
+                                                 PixelTarget target);
 
 // The list drawn as PNG would be, before encoding: canvas × scale pixels, transparent where
 // nothing is drawn. An invalid canvas or scale gives an empty bitmap.
