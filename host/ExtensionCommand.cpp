@@ -113,11 +113,12 @@ CommandResult confine(const std::filesystem::path& store) {
         warn("running unconfined (VELMORA_SANDBOX=off)");
         return {};
     }
-    auto confined = platform::confineProcess(confinementRules(store));
+    const platform::ConfinementRules rules = confinementRules(store);
+    auto confined = platform::confineProcess(rules);
     if (!confined)
         return CommandError::failure("cannot confine the extension: " +
                                      confined.error().description);
-    if (const auto missing = confined->missing(); !missing.empty()) {
+    if (const auto missing = confined->missing(rules); !missing.empty()) {
         std::string parts;
         for (const auto& part : missing) parts += (parts.empty() ? "" : ", ") + part;
         warn("running without " + parts);

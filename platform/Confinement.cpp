@@ -177,7 +177,7 @@ bool seccompOffered() {
 
 }  // namespace
 
-std::vector<std::string> Confinement::missing() const {
+std::vector<std::string> Confinement::missing(const ConfinementRules& asked) const {
     std::vector<std::string> parts;
     if (!noNewPrivileges) parts.emplace_back("no-new-privileges");
     if (landlockAbi == 0) parts.emplace_back("Landlock (not offered by this kernel)");
@@ -185,7 +185,7 @@ std::vector<std::string> Confinement::missing() const {
         parts.emplace_back("Landlock's TCP rules (Landlock ABI " + std::to_string(landlockAbi) +
                            " has none)");
     if (!systemCallFilter) parts.emplace_back("seccomp (not offered by this kernel)");
-    if (!dataLimit) parts.emplace_back("the memory limit");
+    if (!dataLimit && asked.dataLimitBytes != 0) parts.emplace_back("the memory limit");
     return parts;
 }
 

@@ -28,9 +28,10 @@ struct Confinement {
     bool systemCallFilter = false;
     bool dataLimit = false;
 
-    // What a fully confined process has and this one lacks, in words ("Landlock (not offered by
-    // this kernel)"); empty when nothing is missing.
-    [[nodiscard]] std::vector<std::string> missing() const;
+    // What a process confined by `asked` would have and this one lacks, in words ("Landlock
+    // (not offered by this kernel)"); empty when nothing is missing. A memory limit that was not
+    // asked for is not missing.
+    [[nodiscard]] std::vector<std::string> missing(const ConfinementRules& asked) const;
 
     bool operator==(const Confinement&) const = default;
 };

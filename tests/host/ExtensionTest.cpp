@@ -265,7 +265,9 @@ TEST(Extension, ADayOfTheHostWithACrashingExtension) {
               3 * 96);
     std::ifstream file(out.folder() / "errors");
     std::vector<std::string> errors;
-    for (std::string line; std::getline(file, line);) errors.push_back(line);
+    // The host's own lines; a sanitizer build's runtime may add its own from dying children.
+    for (std::string line; std::getline(file, line);)
+        if (line.starts_with("velmora-widgets")) errors.push_back(line);
     EXPECT_GE(errors.size(), 2u);
     for (const auto& line : errors)
         EXPECT_THAT(line,
