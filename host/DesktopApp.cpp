@@ -357,6 +357,10 @@ struct Answer {
     platform::Date at;
     platform::Result<widgets::AnyTimeline> timeline = platform::Error{"not asked"};
     std::optional<platform::Result<DrawnWidget>> drawn;
+    // For a placement that shows nothing yet: its placeholder, drawn when the timeline or its
+    // drawing failed, so that the widget is never left empty.
+    bool blank = false;
+    std::optional<DrawnWidget> placeholder;
 };
 
 // ---- The application ---------------------------------------------------------------------------
@@ -578,7 +582,10 @@ private:
         }
         const auto now = platform::systemClock().now();
         std::vector<Answer> answers;
-        for (auto index : m_board.dueAt(now)) answers.push_back({m_board.placements()[index], now});
+        for (auto index : m_board.dueAt(now)) {
+            answers.push_back({m_board.placements()[index], now});
+            answers.back().blank = stateOf(m_views[index]).texture == nullptr;
+        }
         if (answers.empty()) return armTimer();
         m_asking = true;
         m_worker->post([this, answers, now, host = m_host,
@@ -586,6 +593,8 @@ private:
             for (auto& answer : answers) {
                 answer.timeline = extension.request(answer.placement, Request::timeline, now);
                 if (answer.timeline) drawAnswer(extension, host, answer);
+                if (answer.blank && !(answer.drawn && *answer.drawn))
+                    drawPlaceholder(extension, host, answer);
             }
             return [this, answers, now, changes] { answered(answers, now, changes); };
         });
@@ -595,6 +604,15 @@ private:
         answer.drawn =
             drawWidget(extension, host, answer.placement, answer.timeline->entries.front(),
                        answer.at, boardSettings.cornerRadius);
+    }
+
+    static void drawPlaceholder(Extension& extension, const WidgetHost& host, Answer& answer) {
+        const auto placeholder =
+            extension.request(answer.placement, Request::placeholder, answer.at);
+        if (!placeholder) return;
+        auto drawn = drawWidget(extension, host, answer.placement, placeholder->entries.front(),
+                                answer.at, boardSettings.cornerRadius);
+        if (drawn) answer.placeholder = std::move(drawn).value();
     }
 
     void answered(const std::vector<Answer>& answers, platform::Date now, std::size_t changes) {
@@ -623,6 +641,10 @@ private:
             m_board.drawn(index);
             showDrawing(m_views[index], *drawn);
         }
+        for (const auto& failure : failures)
+            if (const auto& placeholder = answerOf(failure.placement).placeholder;
+                placeholder && stateOf(m_views[failure.index]).texture == nullptr)
+                showDrawing(m_views[failure.index], *placeholder);
         for (const auto& failure : failures)
             g_warning("%s %s: %s; asking again at %s", failure.placement.kind.c_str(),
                       std::string(name(failure.placement.family)).c_str(),

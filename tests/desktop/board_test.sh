@@ -204,3 +204,17 @@ desktop-file-validate "$XDG_CONFIG_HOME"/autostart/*.desktop || fail "the autost
 v desktop --autostart off >/dev/null
 [ -z "$(ls "$XDG_CONFIG_HOME/autostart")" ] || fail "autostart off left the entry"
 echo "second launch and autostart: ok"
+
+# --- An extension that fails every timeline: a new widget shows its placeholder, not nothing ------
+# $board is the shell that runs `v desktop`; the board is its child.
+pkill -TERM -P "$board" || true
+wait "$board" 2>/dev/null || true
+board=
+echo '[{"kind": "WatchlistGlance", "family": "systemSmall"}]' >"$work/failing.json"
+expect placeholder-small WatchlistGlance systemSmall --request placeholder
+VELMORA_EXTENSION=$build_dir/tests/velmora-faulty-extension VELMORA_FAULT=garbage \
+  VELMORA_FAULT_REQUEST=timeline v desktop --placements "$work/failing.json" >"$work/failing.log" 2>&1 &
+board=$!
+locate placeholder-small >/dev/null
+wait_for 5 "no warning naming the failing widget" grep -q "WatchlistGlance systemSmall: " "$work/failing.log"
+echo "failing extension: the widget shows its placeholder and the board says why"

@@ -7,8 +7,8 @@
 //                 cut       sends half of a drawing's reply, then exits
 //                 goodbye   says goodbye, as after its idle time, and exits
 // VELMORA_FAULT_AFTER=N answers N requests first (default 0); VELMORA_FAULT_KIND=KIND keeps
-// the fault to one widget kind's requests. The command line is the host's; only the global
-// options before `extension` are read.
+// the fault to one widget kind's requests, VELMORA_FAULT_REQUEST=timeline to timeline requests. The
+// command line is the host's; only the global options before `extension` are read.
 #include "host/CommandLine.h"
 #include "host/ExtensionServer.h"
 #include "widgets/Widgets.h"
@@ -75,6 +75,7 @@ int main(int argc, char** argv) {
     host::prepareExtensionMemory();
     const std::string fault = setting("VELMORA_FAULT");
     const std::string faultKind = setting("VELMORA_FAULT_KIND");
+    const bool timelinesOnly = setting("VELMORA_FAULT_REQUEST") == "timeline";
     int answered = std::atoi(setting("VELMORA_FAULT_AFTER").c_str());
     if (fault == "crash" && answered == 0 && faultKind.empty()) ::raise(SIGSEGV);
 
@@ -83,8 +84,10 @@ int main(int argc, char** argv) {
         host::WidgetHost(widgets::VelmoraWidgetsBundle().body(), std::move(settings)));
     while (auto received = channel.receive(std::nullopt)) {
         const auto& request = received->message;
+        const auto* provider = std::get_if<host::ProviderRequest>(&request);
+        const bool timeline = provider != nullptr && provider->request == host::Request::timeline;
         if (!fault.empty() && (faultKind.empty() || faultKind == kindOf(request)) &&
-            answered-- <= 0)
+            (!timelinesOnly || timeline) && answered-- <= 0)
             misbehave(fault, channel, request);
         auto answer = server.answer(request, std::move(received.value().fd));
         if (!channel.send(answer.reply, answer.image.get())) break;
