@@ -18,18 +18,6 @@ ChannelError socketError(const char* what, int error) {
 
 }  // namespace
 
-OwnedFd& OwnedFd::operator=(OwnedFd&& other) noexcept {
-    if (this != &other) {
-        if (m_fd >= 0) ::close(m_fd);
-        m_fd = std::exchange(other.m_fd, -1);
-    }
-    return *this;
-}
-
-OwnedFd::~OwnedFd() {
-    if (m_fd >= 0) ::close(m_fd);
-}
-
 platform::Result<void, ChannelError> ExtensionChannel::send(const ExtensionMessage& message,
                                                             int fd) {
     const std::string frame = encodeFrame(message);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/ExtensionProtocol.h"
+#include "platform/OwnedFd.h"
 #include "platform/Result.h"
 
 #include <chrono>
@@ -10,21 +11,7 @@
 
 namespace host {
 
-// A file descriptor this object closes: the channel's socket, an image's memfd.
-class OwnedFd {
-public:
-    OwnedFd() = default;
-    explicit OwnedFd(int fd) : m_fd(fd) {}
-    OwnedFd(OwnedFd&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
-    OwnedFd& operator=(OwnedFd&& other) noexcept;
-    ~OwnedFd();
-
-    [[nodiscard]] int get() const { return m_fd; }
-    [[nodiscard]] bool valid() const { return m_fd >= 0; }
-
-private:
-    int m_fd = -1;
-};
+using platform::OwnedFd;
 
 // Why a message did not come: its deadline passed, the other end closed the socket, what came
 // was not a message of ours, or the socket failed.

@@ -1,5 +1,7 @@
 #include "platform/AtomicFile.h"
 
+#include "platform/OwnedFd.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,27 +12,6 @@
 
 namespace platform {
 namespace {
-
-// A file descriptor closed when it goes.
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : m_fd(fd) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (m_fd >= 0) ::close(m_fd);
-    }
-    [[nodiscard]] int get() const { return m_fd; }
-    // Closes it now; close reports the last write errors of some file systems (NFS).
-    [[nodiscard]] bool close() {
-        const int fd = m_fd;
-        m_fd = -1;
-        return ::close(fd) == 0;
-    }
-
-private:
-    int m_fd;
-};
 
 bool writeAll(int fd, std::string_view bytes) {
     while (!bytes.empty()) {
@@ -56,7 +37,7 @@ Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_
     };
     if (path.filename().empty()) return fail(EISDIR);
     const auto folder = folderOf(path);
-    Descriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    OwnedFd directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (directory.get() < 0) return fail(errno);
 
     // A file of no name vanishes by itself if the process dies before it is linked in. Naming
@@ -71,7 +52,7 @@ Result<void> writeFileAtomically(const std::filesystem::path& path, std::string_
         fd = ::mkostemp(temporary.data(), O_CLOEXEC);
         if (fd < 0) return fail(errno);
     }
-    Descriptor file(fd);
+    OwnedFd file(fd);
     const auto abandon = [&](int error) {
         if (!temporary.empty()) ::unlink(temporary.c_str());
         return fail(error);

@@ -29,12 +29,8 @@ Result<BackgroundTask> BackgroundTask::start(std::function<void()> work) {
     }
 }
 
-BackgroundTask::BackgroundTask(BackgroundTask&& other) noexcept
-    : m_fd(std::exchange(other.m_fd, -1)), m_thread(std::move(other.m_thread)) {}
-
 BackgroundTask::~BackgroundTask() {
     if (m_thread.joinable()) m_thread.join();
-    if (m_fd >= 0) ::close(m_fd);
 }
 
 }  // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/OwnedFd.h"
 #include "platform/Result.h"
 
 #include <functional>
@@ -14,7 +15,7 @@ namespace platform {
 class BackgroundTask {
 public:
     [[nodiscard]] static Result<BackgroundTask> start(std::function<void()> work);
-    BackgroundTask(BackgroundTask&& other) noexcept;
+    BackgroundTask(BackgroundTask&& other) noexcept = default;
     BackgroundTask& operator=(BackgroundTask&&) = delete;
     BackgroundTask(const BackgroundTask&) = delete;
     BackgroundTask& operator=(const BackgroundTask&) = delete;
@@ -23,11 +24,11 @@ public:
     ~BackgroundTask();
 
     // Readable once the function has returned; after that, what it wrote is visible here.
-    [[nodiscard]] int fd() const { return m_fd; }
+    [[nodiscard]] int fd() const { return m_fd.get(); }
 
 private:
     BackgroundTask(int fd, std::thread thread) : m_fd(fd), m_thread(std::move(thread)) {}
-    int m_fd = -1;
+    OwnedFd m_fd;  // closed after the thread is joined
     std::thread m_thread;
 };
 

@@ -1,5 +1,7 @@
 #include "platform/InputFile.h"
 
+#include "platform/OwnedFd.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,12 +15,9 @@ namespace platform {
 Result<std::string> readInputFile(const std::filesystem::path& path, std::size_t limit) {
     const std::string name = "\"" + path.string() + "\": ";
     // Non-blocking, so that opening a FIFO with no writer returns at once.
-    const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (fd < 0) return Error{name + "cannot be read: " + std::strerror(errno)};
-    struct Closer {
-        int fd;
-        ~Closer() { ::close(fd); }
-    } closer{fd};
+    const OwnedFd file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!file.valid()) return Error{name + "cannot be read: " + std::strerror(errno)};
+    const int fd = file.get();
 
     struct stat status {};
     if (::fstat(fd, &status) != 0) return Error{name + "cannot be read: " + std::strerror(errno)};

@@ -42,21 +42,10 @@ Result<StopSignals> StopSignals::open() {
     return StopSignals(fd);
 }
 
-StopSignals::StopSignals(StopSignals&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
-
-StopSignals& StopSignals::operator=(StopSignals&& other) noexcept {
-    std::swap(m_fd, other.m_fd);
-    return *this;
-}
-
-StopSignals::~StopSignals() {
-    if (m_fd >= 0) ::close(m_fd);
-}
-
 std::optional<std::string_view> StopSignals::take() const {
     signalfd_siginfo info{};
     ssize_t n = 0;
-    do n = ::read(m_fd, &info, sizeof info);
+    do n = ::read(m_fd.get(), &info, sizeof info);
     while (n < 0 && errno == EINTR);
     if (n != sizeof info) return std::nullopt;
     return info.ssi_signo == SIGINT ? "SIGINT" : "SIGTERM";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/OwnedFd.h"
 #include "platform/Result.h"
 
 #include <optional>
@@ -27,20 +28,15 @@ void unblockStopSignals();
 class StopSignals {
 public:
     [[nodiscard]] static Result<StopSignals> open();
-    StopSignals(StopSignals&& other) noexcept;
-    StopSignals& operator=(StopSignals&& other) noexcept;
-    StopSignals(const StopSignals&) = delete;
-    StopSignals& operator=(const StopSignals&) = delete;
-    ~StopSignals();
 
     // Readable while a stop signal is pending.
-    [[nodiscard]] int fd() const { return m_fd; }
+    [[nodiscard]] int fd() const { return m_fd.get(); }
     // The pending stop signal's name ("SIGINT", "SIGTERM"), taking it; none when none is pending.
     [[nodiscard]] std::optional<std::string_view> take() const;
 
 private:
     explicit StopSignals(int fd) : m_fd(fd) {}
-    int m_fd = -1;
+    OwnedFd m_fd;
 };
 
 }  // namespace platform

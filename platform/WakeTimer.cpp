@@ -17,17 +17,6 @@ Result<WakeTimer> WakeTimer::create() {
     return WakeTimer(fd);
 }
 
-WakeTimer::WakeTimer(WakeTimer&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
-
-WakeTimer& WakeTimer::operator=(WakeTimer&& other) noexcept {
-    std::swap(m_fd, other.m_fd);
-    return *this;
-}
-
-WakeTimer::~WakeTimer() {
-    if (m_fd >= 0) ::close(m_fd);
-}
-
 Result<void> WakeTimer::wakeAt(Date date) {
     using namespace std::chrono;
     const auto sinceEpoch = date.time_since_epoch();
@@ -44,7 +33,7 @@ Result<void> WakeTimer::wakeAt(Date date) {
     deadline.it_value.tv_nsec = static_cast<long>(nanos);
     // A clock change not yet read out may refuse the setting; reading it clears that.
     for (int attempt = 0; attempt < 3; ++attempt) {
-        if (::timerfd_settime(m_fd, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &deadline,
+        if (::timerfd_settime(m_fd.get(), TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &deadline,
                               nullptr) == 0)
             return {};
         if (errno != ECANCELED) break;
@@ -57,7 +46,7 @@ void WakeTimer::acknowledge() const {
     // The expiry count, or ECANCELED when the clock was set; either way the descriptor is
     // quiet again until the next setting.
     std::uint64_t expirations = 0;
-    while (::read(m_fd, &expirations, sizeof expirations) < 0 && errno == EINTR) {
+    while (::read(m_fd.get(), &expirations, sizeof expirations) < 0 && errno == EINTR) {
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Date.h"
+#include "platform/OwnedFd.h"
 #include "platform/Result.h"
 
 namespace platform {
@@ -13,17 +14,12 @@ namespace platform {
 class WakeTimer {
 public:
     [[nodiscard]] static Result<WakeTimer> create();
-    WakeTimer(WakeTimer&& other) noexcept;
-    WakeTimer& operator=(WakeTimer&& other) noexcept;
-    WakeTimer(const WakeTimer&) = delete;
-    WakeTimer& operator=(const WakeTimer&) = delete;
-    ~WakeTimer();
 
     // Fires at `date` (at once when it has passed), replacing any earlier setting.
     [[nodiscard]] Result<void> wakeAt(Date date);
 
     // Readable once the date has come or the clock was set.
-    [[nodiscard]] int fd() const { return m_fd; }
+    [[nodiscard]] int fd() const { return m_fd.get(); }
 
     // After fd() turned readable: clears it. Whether it fired or the clock was set, the caller
     // looks at the time and sets it again.
@@ -31,7 +27,7 @@ public:
 
 private:
     explicit WakeTimer(int fd) : m_fd(fd) {}
-    int m_fd = -1;
+    OwnedFd m_fd;
 };
 
 }  // namespace platform
