@@ -3,7 +3,7 @@
 // confined process answering its first request). Real time: the extension's work is done in
 // another process, which the benchmark's CPU time does not see.
 
-#include "host/Extension.h"
+#include "hosting/Extension.h"
 #include "bench/SeededStore.h"
 #include "render/Painter.h"
 #include "widgets/Widgets.h"
@@ -18,7 +18,10 @@
 #include <string>
 #include <vector>
 
-using namespace host;
+using namespace timeline;
+using namespace widgets;
+using namespace ipc;
+using namespace hosting;
 using timeline::WidgetFamily;
 
 namespace {

@@ -2,16 +2,16 @@
 // about forty nodes. Once with a measurer of fixed advances (layout's own cost), once with
 // Pango (what a drawing costs). Then the hostile records: the longest texts a record can hold,
 // each widget drawn with them (layout and 2x PNG) in every family.
-#include "render/Layout.h"
+#include "layout/Layout.h"
 #include "dailybrief/DailyBriefEntry.h"
-#include "host/WidgetHost.h"
-#include "render/FrameDump.h"
+#include "layout/FrameDump.h"
 #include "render/Painter.h"
 #include "render/PangoTextMeasurer.h"
 #include "store/DefaultsStore.h"
 #include "style/Palette.h"
 #include "watchlist/WatchlistEntry.h"
 #include "widgets/AnyEntry.h"
+#include "widgets/WidgetHost.h"
 #include "widgets/Widgets.h"
 
 #include <benchmark/benchmark.h>
@@ -22,8 +22,10 @@
 #include <utility>
 #include <vector>
 
+using namespace timeline;
 using namespace ui;
 using namespace timeline;
+using namespace layout;
 using namespace render;
 
 namespace {
@@ -200,16 +202,16 @@ void hostileCases(benchmark::internal::Benchmark* b) {
 const char* const hostileNames[] = {"8,000-M signal", "8,000-character ticker",
                                     "5,000 M everywhere", "1 MB texts"};
 
-const host::WidgetHost& drawingHost() {
-    static const host::WidgetHost host(widgets::VelmoraWidgetsBundle().body(), {});
+const widgets::WidgetHost& drawingHost() {
+    static const widgets::WidgetHost host(widgets::VelmoraWidgetsBundle().body(), {});
     return host;
 }
 
 // The whole drawing, as the host does it: the view built from the entry, laid out, painted.
 void BM_DrawHostileRecord(benchmark::State& state) {
     const bool brief = state.range(1) == 1;
-    const host::Placement placement{brief ? "DailyBrief" : "WatchlistGlance",
-                                    static_cast<WidgetFamily>(state.range(2))};
+    const timeline::Placement placement{brief ? "DailyBrief" : "WatchlistGlance",
+                                        static_cast<WidgetFamily>(state.range(2))};
     const widgets::AnyEntry entry = hostileEntry(static_cast<Hostile>(state.range(0)), brief);
     const platform::Date now = widgets::entryDate(entry);
     for (auto _ : state) {
@@ -224,8 +226,8 @@ BENCHMARK(BM_DrawHostileRecord)->Apply(hostileCases)->Unit(benchmark::kMilliseco
 // The renderer's part alone: the view built once, then laid out and painted.
 void BM_RenderHostileRecord(benchmark::State& state) {
     const bool brief = state.range(1) == 1;
-    const host::Placement placement{brief ? "DailyBrief" : "WatchlistGlance",
-                                    static_cast<WidgetFamily>(state.range(2))};
+    const timeline::Placement placement{brief ? "DailyBrief" : "WatchlistGlance",
+                                        static_cast<WidgetFamily>(state.range(2))};
     const widgets::AnyEntry entry = hostileEntry(static_cast<Hostile>(state.range(0)), brief);
     const platform::Date now = widgets::entryDate(entry);
     const View content = drawingHost().content(placement, entry, now);

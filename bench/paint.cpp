@@ -10,8 +10,10 @@
 
 using namespace ui;
 using namespace timeline;
+using namespace layout;
 using namespace render;
 
+using namespace layout;
 using namespace render;
 
 namespace {

@@ -2,13 +2,13 @@
 // disk, layout of each family's view, and layout plus painting to 2x PNG bytes.
 
 #include "widgets/Widgets.h"
-#include "host/WidgetHost.h"
-#include "render/Layout.h"
+#include "layout/Layout.h"
 #include "render/Painter.h"
 #include "render/PangoTextMeasurer.h"
 #include "store/AppGroupStore.h"
 #include "store/DefaultsStore.h"
 #include "store/StoreLocation.h"
+#include "widgets/WidgetHost.h"
 
 #include "bench/SeededStore.h"
 
@@ -19,11 +19,13 @@
 #include <filesystem>
 #include <string>
 
+using namespace timeline;
 using namespace ui;
 using namespace timeline;
+using namespace layout;
 using namespace render;
 using namespace widgets;
-using namespace host;
+using namespace widgets;
 using namespace store;
 
 namespace {
@@ -59,11 +61,11 @@ const std::string& storeFolder() {
     return folder;
 }
 
-const host::WidgetHost& widgetHost() {
-    static const host::WidgetHost instance = [] {
-        host::HostSettings settings;
+const widgets::WidgetHost& widgetHost() {
+    static const widgets::WidgetHost instance = [] {
+        widgets::HostSettings settings;
         settings.storeDirectory = storeFolder();
-        return host::WidgetHost(VelmoraWidgetsBundle().body(), settings);
+        return widgets::WidgetHost(VelmoraWidgetsBundle().body(), settings);
     }();
     return instance;
 }
@@ -73,7 +75,7 @@ const platform::FixedClock& clock() {
     return fixed;
 }
 
-host::Placement placement(const benchmark::State& state) {
+timeline::Placement placement(const benchmark::State& state) {
     const auto family = static_cast<WidgetFamily>(state.range(1));
     return {state.range(0) == 0 ? "WatchlistGlance" : "DailyBrief", family};
 }
@@ -85,9 +87,10 @@ void label(benchmark::State& state) {
 
 void Request(benchmark::State& state) {
     const auto p = placement(state);
-    const auto request = state.range(2) == 0 ? host::Request::snapshot : host::Request::timeline;
+    const auto request =
+        state.range(2) == 0 ? widgets::Request::snapshot : widgets::Request::timeline;
     for (auto _ : state) benchmark::DoNotOptimize(widgetHost().request(p, request, clock()));
-    state.SetLabel(p.kind + (request == host::Request::snapshot ? " snapshot" : " timeline"));
+    state.SetLabel(p.kind + (request == widgets::Request::snapshot ? " snapshot" : " timeline"));
 }
 BENCHMARK(Request)->Args({0, 1, 0})->Args({0, 1, 1})->Args({1, 1, 0})->Args({1, 1, 1})->Unit(
     benchmark::kMicrosecond);
@@ -99,7 +102,7 @@ void families(benchmark::internal::Benchmark* b) {
 
 void Layout(benchmark::State& state) {
     const auto p = placement(state);
-    const auto entry = widgetHost().request(p, host::Request::timeline, clock()).entries.front();
+    const auto entry = widgetHost().request(p, widgets::Request::timeline, clock()).entries.front();
     for (auto _ : state) benchmark::DoNotOptimize(widgetHost().draw(p, entry, clock().now()));
     label(state);
 }
@@ -107,7 +110,7 @@ BENCHMARK(Layout)->Apply(families)->Unit(benchmark::kMillisecond);
 
 void RenderPng(benchmark::State& state) {
     const auto p = placement(state);
-    const auto entry = widgetHost().request(p, host::Request::timeline, clock()).entries.front();
+    const auto entry = widgetHost().request(p, widgets::Request::timeline, clock()).entries.front();
     for (auto _ : state) {
         const auto layout = widgetHost().draw(p, entry, clock().now());
         benchmark::DoNotOptimize(

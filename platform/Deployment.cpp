@@ -10,6 +10,10 @@ std::string_view bundleIdentifier() {
     return VELMORA_BUNDLE_ID;
 }
 
+std::string_view desktopApplicationId() {
+    return VELMORA_DESKTOP_APP_ID;
+}
+
 std::string_view programVersion() {
     return VELMORA_VERSION;
 }

@@ -13,6 +13,14 @@ namespace platform {
 // The host app's bundle identifier: the extension's standard defaults and the log's subsystem.
 [[nodiscard]] std::string_view bundleIdentifier();
 
+// The desktop board's application id, from the bundle identifier: the board's name on the
+// session bus, its desktop entry's and icon's name.
+[[nodiscard]] std::string_view desktopApplicationId();
+
+// The name of the board's action that asks for new timelines now: its parameter is a widget
+// kind, or the empty text for every kind.
+inline constexpr std::string_view reloadActionName = "reload";
+
 // The program's version, as the project is numbered ("0.1").
 [[nodiscard]] std::string_view programVersion();
 

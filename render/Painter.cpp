@@ -1,10 +1,10 @@
 #include "render/Painter.h"
 
+#include "layout/ContinuousCorners.h"
+#include "layout/Symbols.h"
 #include "platform/Overloaded.h"
-#include "render/ContinuousCorners.h"
 #include "render/PangoTextPainter.h"
 #include "render/PngEncoder.h"
-#include "render/Symbols.h"
 
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
@@ -22,6 +22,8 @@
 #include <memory>
 #include <optional>
 #include <vector>
+
+using namespace layout;
 
 namespace render {
 

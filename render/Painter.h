@@ -1,8 +1,8 @@
 #pragma once
 
+#include "layout/DrawList.h"
+#include "layout/PlatformDefaults.h"
 #include "platform/Result.h"
-#include "render/DrawList.h"
-#include "render/PlatformDefaults.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -24,8 +24,8 @@ enum class ImageFormat { png, svg, pdf };
 [[nodiscard]] std::optional<ImageFormat> imageFormatForPath(const std::filesystem::path& path);
 
 // The encoded image. The scale applies to PNG only and must lie between 1 and 3.
-[[nodiscard]] platform::Result<std::string> paintToBytes(const DrawList& list, ImageFormat format,
-                                                         double scale = defaults::renderScale);
+[[nodiscard]] platform::Result<std::string> paintToBytes(
+    const layout::DrawList& list, ImageFormat format, double scale = layout::defaults::renderScale);
 
 // A pixel with straight (not premultiplied) alpha.
 struct Rgba {
@@ -63,15 +63,16 @@ struct PixelSize {
     int stride = 0;
     bool operator==(const PixelSize&) const = default;
 };
-[[nodiscard]] std::optional<PixelSize> pixelSize(const DrawList& list, double scale);
+[[nodiscard]] std::optional<PixelSize> pixelSize(const layout::DrawList& list, double scale);
 
 // Draws the list into `target`, which must be pixelSize(list, scale) large and is cleared
 // first.
-[[nodiscard]] platform::Result<void> paintPixels(const DrawList& list, double scale,
+[[nodiscard]] platform::Result<void> paintPixels(const layout::DrawList& list, double scale,
                                                  PixelTarget target);
 
 // The list drawn as PNG would be, before encoding: canvas × scale pixels, transparent where
 // nothing is drawn. An invalid canvas or scale gives an empty bitmap.
-[[nodiscard]] Bitmap renderBitmap(const DrawList& list, double scale = defaults::renderScale);
+[[nodiscard]] Bitmap renderBitmap(const layout::DrawList& list,
+                                  double scale = layout::defaults::renderScale);
 
 }  // namespace render

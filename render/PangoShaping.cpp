@@ -1,7 +1,7 @@
 #include "render/PangoShaping.h"
 
+#include "layout/ShownText.h"
 #include "platform/Hash.h"
-#include "render/ShownText.h"
 
 #include <pango/pangocairo.h>
 #include <unicode/utf8.h>
@@ -16,6 +16,8 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+using namespace layout;
 
 namespace render::detail {
 

@@ -4,8 +4,8 @@
 // (render/PangoTextPainter.h): one Pango context per thread, and the one place where a text's
 // layout is configured, so that measuring and drawing see the same lines. Internal to render/.
 
-#include "render/Geometry.h"
-#include "render/TextStyle.h"
+#include "layout/Geometry.h"
+#include "layout/TextStyle.h"
 #include "ui/Font.h"
 #include "ui/View.h"
 
@@ -34,7 +34,7 @@ struct ShapedText {
 // monospaced design JetBrains Mono, 1 pt to the unit, unhinted. Wrapped at `width` on word
 // boundaries (absent or infinite: one line per paragraph); with a line limit, the last allowed
 // line ends in "…" when text was left over.
-[[nodiscard]] ShapedText shapeText(std::string_view text, const TextStyle& style,
+[[nodiscard]] ShapedText shapeText(std::string_view text, const layout::TextStyle& style,
                                    std::optional<double> width);
 
 // The start of `text` that can show (see TextMeasurer::shownText), as Pango sets it: the estimate
@@ -42,14 +42,14 @@ struct ShapedText {
 // the advances Pango gives them on one line (white space hangs past a line's end, as Pango lets
 // it), and no line is lower than the lowest font that sets the text. Line breaking on words
 // fits no more than that in a line, so the lines shown are those of the whole text.
-[[nodiscard]] std::string_view shownByPango(std::string_view text, const TextStyle& style,
+[[nodiscard]] std::string_view shownByPango(std::string_view text, const layout::TextStyle& style,
                                             std::optional<double> width,
                                             std::optional<double> height);
 
 // A text as drawn in `frame`: shaped at the frame's width, cut to the lines that fit its height
 // (at least one), and given to Pango only as far as those lines can reach.
-[[nodiscard]] PangoTextPtr shapeForFrame(std::string_view text, const TextStyle& style,
-                                         const Rect& frame);
+[[nodiscard]] PangoTextPtr shapeForFrame(std::string_view text, const layout::TextStyle& style,
+                                         const layout::Rect& frame);
 
 // What a text's shaping depends on, for the per-thread caches of what was measured and drawn.
 struct ShapingKey {

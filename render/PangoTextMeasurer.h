@@ -1,6 +1,6 @@
 #pragma once
 
-#include "render/TextMeasurer.h"
+#include "layout/TextMeasurer.h"
 
 #include <optional>
 #include <string>
@@ -15,19 +15,19 @@ namespace render {
 // points (never past the proposed width) so that the painter, wrapping at the frame's width,
 // breaks the lines the same way. The whole text given is measured: layout gives no more of it
 // than its frame can show (shownText).
-class PangoTextMeasurer final : public TextMeasurer {
+class PangoTextMeasurer final : public layout::TextMeasurer {
 public:
-    [[nodiscard]] TextMetrics measure(std::string_view text, const TextStyle& style,
-                                      std::optional<double> width) const override;
+    [[nodiscard]] layout::TextMetrics measure(std::string_view text, const layout::TextStyle& style,
+                                              std::optional<double> width) const override;
     // Fills lines with the advances Pango gives the text's characters (PangoShaping.h).
-    [[nodiscard]] std::string_view shownText(std::string_view text, const TextStyle& style,
+    [[nodiscard]] std::string_view shownText(std::string_view text, const layout::TextStyle& style,
                                              std::optional<double> width,
                                              std::optional<double> height) const override;
 };
 
 // The process-wide measurer. Safe to use from several threads at once (each thread shapes with
 // its own Pango context).
-[[nodiscard]] const TextMeasurer& pangoTextMeasurer();
+[[nodiscard]] const layout::TextMeasurer& pangoTextMeasurer();
 
 // What Pango made of a text, for tests and diagnostics.
 struct TextLayoutFacts {
@@ -38,7 +38,8 @@ struct TextLayoutFacts {
     int unknownGlyphs = 0;    // drawn as a box: no font on the machine has the character
     bool operator==(const TextLayoutFacts&) const = default;
 };
-[[nodiscard]] TextLayoutFacts describeTextLayout(std::string_view text, const TextStyle& style,
+[[nodiscard]] TextLayoutFacts describeTextLayout(std::string_view text,
+                                                 const layout::TextStyle& style,
                                                  std::optional<double> width);
 
 }  // namespace render

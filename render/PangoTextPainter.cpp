@@ -9,6 +9,8 @@
 #include <unordered_map>
 #include <utility>
 
+using namespace layout;
+
 namespace render::detail {
 namespace {
 

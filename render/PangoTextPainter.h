@@ -3,7 +3,7 @@
 // Drawing texts with Pango on the painter's Cairo context, with the very layout that the Pango
 // measurer measures (render/PangoShaping.h). Internal to render/: the painter's part.
 
-#include "render/DrawList.h"
+#include "layout/DrawList.h"
 
 namespace render::detail {
 
@@ -12,6 +12,6 @@ struct CairoContext;
 
 // Draws the text of `command` in its colour on `cairo`, wrapped at the frame's width and cut to
 // the lines that fit its height, its top-left corner at the frame's origin.
-void drawText(CairoContext* cairo, const DrawText& command);
+void drawText(CairoContext* cairo, const layout::DrawText& command);
 
 }  // namespace render::detail

@@ -9,6 +9,8 @@
 #include <optional>
 #include <vector>
 
+using namespace layout;
+
 namespace render {
 namespace {
 

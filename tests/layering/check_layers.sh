@@ -2,20 +2,51 @@
 # Every folder includes only from itself and the folders below it; the order, lowest first:
 set -euo pipefail
 cd "${1:-$(dirname "$0")/../..}"
-layers=(platform records store timeline ui style render dailybrief watchlist widgets host)
+layers=(platform records store timeline ui style layout render dailybrief watchlist widgets
+        ipc extension hosting gallery desktop cli)
+# Folders that stand side by side and never include each other.
+siblings=(dailybrief:watchlist gallery:desktop)
+# What a folder never includes although it sits above it: the pages and the board draw only
+# what the extension sends, never the widgets' code or the painter; the extension never depends
+# on what the hosts share.
+forbidden=(desktop:extension desktop:render desktop:dailybrief desktop:watchlist
+           gallery:extension gallery:render gallery:dailybrief gallery:watchlist)
+# The widget headers the pages and the board still include: the bundle's description, its entries and the
+# host's settings, until the extension describes its bundle over the channel.
+allowed=(widgets/WidgetHost.h widgets/AnyEntry.h widgets/StaticConfiguration.h)
 declare -A rank
 for i in "${!layers[@]}"; do rank[${layers[$i]}]=$i; done
-# dailybrief and watchlist stand side by side: neither includes the other.
 status=0
 for folder in "${layers[@]}"; do
   while IFS=: read -r file _ include; do
-    target=${include#*\"}; target=${target%%/*}
+    path=${include#*\"}; path=${path%\"*}
+    target=${path%%/*}
     [[ -v rank[$target] ]] || continue
-    if ((rank[$target] > rank[$folder])) ||
-       { [[ $folder != "$target" ]] && [[ $folder$target == dailybriefwatchlist || $folder$target == watchlistdailybrief ]]; }; then
-      echo "$file includes $target/, which sits above $folder/" >&2
+    [[ $target == "$folder" ]] && continue
+    if ((rank[$target] > rank[$folder])); then
+      echo "$file includes $path, which sits above $folder/" >&2
       status=1
     fi
+    for pair in "${siblings[@]}"; do
+      if [[ $pair == "$folder:$target" || $pair == "$target:$folder" ]]; then
+        echo "$file includes $path: $folder/ and $target/ stand side by side" >&2
+        status=1
+      fi
+    done
+    for rule in "${forbidden[@]}" desktop:widgets gallery:widgets; do
+      [[ $rule == "$folder:$target" ]] || continue
+      [[ $target == widgets && " ${allowed[*]} " == *" $path "* ]] && continue
+      echo "$file includes $path, which $folder/ never includes" >&2
+      status=1
+    done
   done < <(grep -Hn '^#include "' "$folder"/*.h "$folder"/*.cpp 2>/dev/null || true)
+done
+# No folder is left out of the order.
+for dir in */; do
+  dir=${dir%/}
+  if compgen -G "$dir/*.h" > /dev/null && [[ ! -v rank[$dir] ]] && [[ $dir != tests && $dir != bench && $dir != fuzz ]]; then
+    echo "$dir/ holds headers but has no place in the order" >&2
+    status=1
+  fi
 done
 exit $status

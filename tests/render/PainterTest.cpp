@@ -13,6 +13,7 @@
 using namespace ui;
 using namespace timeline;
 
+using namespace layout;
 using namespace render;
 
 namespace {

@@ -1,5 +1,5 @@
+#include "layout/Symbols.h"
 #include "render/Painter.h"
-#include "render/Symbols.h"
 
 #include "style/Palette.h"
 
@@ -8,6 +8,7 @@
 using namespace ui;
 using namespace timeline;
 
+using namespace layout;
 using namespace render;
 
 namespace {

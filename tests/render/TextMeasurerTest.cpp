@@ -1,7 +1,7 @@
 #include "render/PangoTextMeasurer.h"
 
+#include "layout/ShownText.h"
 #include "render/Painter.h"
-#include "render/ShownText.h"
 #include "style/Palette.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +9,7 @@
 using namespace ui;
 using namespace timeline;
 
+using namespace layout;
 using namespace render;
 
 namespace {

@@ -9,8 +9,8 @@
 // VELMORA_FAULT_AFTER=N answers N requests first (default 0); VELMORA_FAULT_KIND=KIND keeps
 // the fault to one widget kind's requests, VELMORA_FAULT_REQUEST=timeline to timeline requests. The
 // command line is the host's; only the global options before `extension` are read.
-#include "host/CommandLine.h"
-#include "host/ExtensionServer.h"
+#include "cli/CommandLine.h"
+#include "extension/ExtensionServer.h"
 #include "widgets/Widgets.h"
 
 #include <signal.h>
@@ -28,13 +28,13 @@ std::string setting(const char* name) {
     return value != nullptr ? value : "";
 }
 
-const std::string& kindOf(const host::ExtensionMessage& message) {
-    if (const auto* r = std::get_if<host::ProviderRequest>(&message)) return r->placement.kind;
-    return std::get<host::DrawRequest>(message).placement.kind;
+const std::string& kindOf(const ipc::ExtensionMessage& message) {
+    if (const auto* r = std::get_if<ipc::ProviderRequest>(&message)) return r->placement.kind;
+    return std::get<ipc::DrawRequest>(message).placement.kind;
 }
 
-[[noreturn]] void misbehave(const std::string& fault, host::ExtensionChannel& channel,
-                            const host::ExtensionMessage& request) {
+[[noreturn]] void misbehave(const std::string& fault, ipc::ExtensionChannel& channel,
+                            const ipc::ExtensionMessage& request) {
     if (fault == "crash") {
         // A plain crash, as a faulty extension would die of it, also in a sanitizer build whose
         // own handler would otherwise report the signal and exit.
@@ -47,16 +47,16 @@ const std::string& kindOf(const host::ExtensionMessage& message) {
     }
     if (fault == "allocate")
         for (;;) std::memset(new char[1 << 20], 1, 1 << 20);
-    if (fault == "cut" && std::holds_alternative<host::DrawRequest>(request)) {
-        host::DrawingReply half;
-        half.id = std::get<host::DrawRequest>(request).id;
+    if (fault == "cut" && std::holds_alternative<ipc::DrawRequest>(request)) {
+        ipc::DrawingReply half;
+        half.id = std::get<ipc::DrawRequest>(request).id;
         half.url = std::string(200, 'x');
-        const auto frame = host::encodeFrame(half);
+        const auto frame = ipc::encodeFrame(half);
         (void)!::write(channel.fd(), frame.data(), frame.size() / 2);
         std::_Exit(0);
     }
     if (fault == "goodbye") {
-        (void)channel.send(host::Goodbye{});
+        (void)channel.send(ipc::Goodbye{});
         std::_Exit(0);
     }
     for (;;) ::pause();  // hang, or a garbage answer that never ends
@@ -66,26 +66,27 @@ const std::string& kindOf(const host::ExtensionMessage& message) {
 
 int main(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);
-    host::HostSettings settings;
+    widgets::HostSettings settings;
     for (std::size_t i = 0; i + 1 < arguments.size(); i += 2) {
         if (arguments[i] == "--store-dir") settings.storeDirectory = arguments[i + 1];
         if (arguments[i] == "--locale") settings.locale = arguments[i + 1];
         if (arguments[i] == "--time-zone") settings.timeZone = arguments[i + 1];
     }
-    host::prepareExtensionMemory();
+    extension::prepareExtensionMemory();
     const std::string fault = setting("VELMORA_FAULT");
     const std::string faultKind = setting("VELMORA_FAULT_KIND");
     const bool timelinesOnly = setting("VELMORA_FAULT_REQUEST") == "timeline";
     int answered = std::atoi(setting("VELMORA_FAULT_AFTER").c_str());
     if (fault == "crash" && answered == 0 && faultKind.empty()) ::raise(SIGSEGV);
 
-    host::ExtensionChannel channel{host::OwnedFd(STDIN_FILENO)};
-    host::ExtensionServer server(
-        host::WidgetHost(widgets::VelmoraWidgetsBundle().body(), std::move(settings)));
+    ipc::ExtensionChannel channel{platform::OwnedFd(STDIN_FILENO)};
+    extension::ExtensionServer server(
+        widgets::WidgetHost(widgets::VelmoraWidgetsBundle().body(), std::move(settings)));
     while (auto received = channel.receive(std::nullopt)) {
         const auto& request = received->message;
-        const auto* provider = std::get_if<host::ProviderRequest>(&request);
-        const bool timeline = provider != nullptr && provider->request == host::Request::timeline;
+        const auto* provider = std::get_if<ipc::ProviderRequest>(&request);
+        const bool timeline =
+            provider != nullptr && provider->request == widgets::Request::timeline;
         if (!fault.empty() && (faultKind.empty() || faultKind == kindOf(request)) &&
             (!timelinesOnly || timeline) && answered-- <= 0)
             misbehave(fault, channel, request);

@@ -3,14 +3,14 @@
 // with the Pango measurer, and the painter turns the draw list into PNG bytes. Whatever the
 // records hold, every drawing stays on its canvas, inside the content margins, and paints.
 
-#include "host/WidgetHost.h"
+#include "layout/PlatformDefaults.h"
 #include "platform/Clock.h"
 #include "platform/Date.h"
 #include "render/Painter.h"
 #include "render/PangoTextMeasurer.h"
-#include "render/PlatformDefaults.h"
 #include "store/AppGroupStore.h"
 #include "tests/support/TempStore.h"
+#include "widgets/WidgetHost.h"
 #include "widgets/Widgets.h"
 
 #include <gtest/gtest.h>
@@ -26,6 +26,7 @@
 #include <vector>
 
 using namespace timeline;
+using namespace timeline;
 using namespace dailybrief;
 using namespace watchlist;
 using namespace widgets;
@@ -33,8 +34,8 @@ using namespace widgets;
 namespace {
 
 using namespace AppGroupContainer;
-using render::DrawList;
-using render::Rect;
+using layout::DrawList;
+using layout::Rect;
 
 // ---- Records as JSON text, written the way the host app writes them ----
 
@@ -94,9 +95,9 @@ std::string repeated(std::string_view piece, std::size_t bytes) {
 // ---- The pipeline ----
 
 struct Drawn {
-    host::Placement placement;
+    timeline::Placement placement;
     AnyEntry entry;
-    render::LayoutResult layout;
+    layout::LayoutResult layout;
 
     [[nodiscard]] bool isBrief() const { return placement.kind == "DailyBrief"; }
     [[nodiscard]] const std::optional<DailyBrief>& brief() const {
@@ -106,9 +107,9 @@ struct Drawn {
         return std::get<WatchlistEntry>(entry).rows;
     }
     // The first text drawn that starts with `prefix`, or that is `prefix` when `whole`.
-    [[nodiscard]] const render::DrawText* text(std::string_view prefix, bool whole = false) const {
+    [[nodiscard]] const layout::DrawText* text(std::string_view prefix, bool whole = false) const {
         for (const auto& command : layout.drawList.commands)
-            if (const auto* text = std::get_if<render::DrawText>(&command))
+            if (const auto* text = std::get_if<layout::DrawText>(&command))
                 if (whole ? text->text == prefix : text->text.starts_with(prefix)) return text;
         return nullptr;
     }
@@ -117,7 +118,7 @@ struct Drawn {
     // characters as a line holds: the layout hands the painter only what can show.
     [[nodiscard]] bool drawsBeginningOf(std::string_view text) const {
         for (const auto& command : layout.drawList.commands)
-            if (const auto* drawn = std::get_if<render::DrawText>(&command))
+            if (const auto* drawn = std::get_if<layout::DrawText>(&command))
                 if (drawn->text.size() >= 10 && text.starts_with(drawn->text)) return true;
         return false;
     }
@@ -147,7 +148,7 @@ std::size_t backgroundCommands(const DrawList& list) {
     const Rect canvas{0, 0, list.canvas.width, list.canvas.height};
     std::size_t count = 0;
     while (count < list.commands.size()) {
-        const auto* fill = std::get_if<render::FillShape>(&list.commands[count]);
+        const auto* fill = std::get_if<layout::FillShape>(&list.commands[count]);
         if (fill == nullptr || fill->rect != canvas) break;
         ++count;
     }
@@ -164,11 +165,11 @@ void expectDrawnWithin(const DrawList& list, const Rect& content) {
     std::vector<Rect> clips{canvas};
     for (std::size_t i = 0; i < list.commands.size(); ++i) {
         const auto& command = list.commands[i];
-        if (const auto* clip = std::get_if<render::PushClip>(&command)) {
+        if (const auto* clip = std::get_if<layout::PushClip>(&command)) {
             clips.push_back(intersection(clips.back(), clip->rect));
             continue;
         }
-        if (std::holds_alternative<render::PopClip>(command)) {
+        if (std::holds_alternative<layout::PopClip>(command)) {
             EXPECT_GT(clips.size(), 1u) << "PopClip " << i << " without its PushClip";
             if (clips.size() > 1) clips.pop_back();
             continue;
@@ -238,13 +239,13 @@ struct Case {
 // Every placement's drawing of its timeline entry, for the records in `store`, in `locale`.
 void forEachDrawing(const tempstore::TempStore& store, const char* locale,
                     const std::function<void(const Drawn&)>& check) {
-    const host::WidgetHost widgets(VelmoraWidgetsBundle().body(),
-                                   {.locale = locale, .storeDirectory = store.directory()});
+    const widgets::WidgetHost widgets(VelmoraWidgetsBundle().body(),
+                                      {.locale = locale, .storeDirectory = store.directory()});
     const platform::FixedClock clock(*platform::parseRecordDate("2025-11-16T09:00:00Z"));
     for (const auto& placement : widgets.allPlacements()) {
         SCOPED_TRACE(std::string(locale) + " " + placement.kind + " " +
                      std::string(name(placement.family)));
-        const auto entry = widgets.request(placement, host::Request::timeline, clock).entries[0];
+        const auto entry = widgets.request(placement, widgets::Request::timeline, clock).entries[0];
         check({placement, entry, widgets.draw(placement, entry, clock.now())});
     }
 }
@@ -261,8 +262,8 @@ void drawAndCheck(const Case& c) {
     if (c.portfolio) store.putData(portfolioSnapshotKey, *c.portfolio);
     forEachDrawing(store, "en_US", [&](const Drawn& drawn) {
         const auto& list = drawn.layout.drawList;
-        EXPECT_EQ(list.canvas, render::defaults::canvasSize(drawn.placement.family));
-        constexpr double margin = render::defaults::contentMargin;
+        EXPECT_EQ(list.canvas, layout::defaults::canvasSize(drawn.placement.family));
+        constexpr double margin = layout::defaults::contentMargin;
         Rect content{margin, margin, list.canvas.width - 2 * margin,
                      list.canvas.height - 2 * margin};
         if (c.allowances.gridOverflows && !drawn.isBrief() &&
@@ -383,7 +384,7 @@ TEST(HostileContent, EveryScriptDrawsInEachLocaleWithoutEmptyBoxes) {
             store.putData(dailyBriefKey, brief.json());
             forEachDrawing(store, locale, [](const Drawn& drawn) {
                 for (const auto& command : drawn.layout.drawList.commands) {
-                    const auto* text = std::get_if<render::DrawText>(&command);
+                    const auto* text = std::get_if<layout::DrawText>(&command);
                     if (text == nullptr) continue;
                     const auto facts =
                         render::describeTextLayout(text->text, text->style, text->frame.width);

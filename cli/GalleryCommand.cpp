@@ -1,0 +1,104 @@
+#include "cli/CommandLine.h"
+#include "gallery/GalleryFiles.h"
+#include "gallery/GalleryPage.h"
+#include "hosting/Extension.h"
+#include "platform/AtomicFile.h"
+#include "widgets/WidgetHost.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+using namespace timeline;
+using namespace widgets;
+using namespace ipc;
+using namespace hosting;
+using namespace gallery;
+using namespace desktop;
+
+namespace cli {
+
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
+namespace {
+
+struct Shot {
+    Request request;
+    const char* label;
+};
+
+// Each placement's placeholder (fixed sample data) beside the entry its timeline gives now.
+constexpr Shot shots[] = {{Request::placeholder, "placeholder"}, {Request::timeline, "current"}};
+
+CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals,
+                  const WidgetHost& widgets) {
+    if (auto prepared = prepareOutputDirectory(out); !prepared)
+        return CommandError::failure(prepared.error().description);
+    const auto& clock = globals.clock();
+    // Requests and drawings run in the extension process. One that fails there is left out of
+    // the page with an error line; the gallery goes on, and exits 1 at the end.
+    Extension extension(extensionSettings(widgets.settings()));
+    std::optional<CommandError> failed;
+    std::vector<GalleryCard> cards;
+    for (const auto& placement : widgets.allPlacements()) {
+        for (const auto& shot : shots) {
+            const auto timeline = extension.request(placement, shot.request, clock.now());
+            auto drawn = timeline
+                             ? drawCard(extension, widgets.settings().scale, placement, shot.label,
+                                        *timeline, shot.request == Request::timeline, clock.now())
+                             : platform::Result<DrawnCard>(timeline.error());
+            if (!drawn) {
+                printError(placementName(placement) + ": " + drawn.error().description);
+                failed = CommandError::failure("the gallery misses the cards above");
+                continue;
+            }
+            auto card = std::move(drawn).value();
+            if (auto written = platform::writeFileAtomically(out / card.card.image, card.png);
+                !written)
+                return CommandError::failure(written.error().description);
+            std::printf("%s %s %s -> %s (%s%s)\n", placement.kind.c_str(), card.card.family.c_str(),
+                        shot.label, card.card.image.c_str(), card.card.url ? "link: " : "no link",
+                        card.card.url ? card.card.url->c_str() : "");
+            cards.push_back(std::move(card.card));
+        }
+    }
+
+    GalleryPageOptions page;
+    page.subtitle = "Drawn at " + pageDate(clock.now()) + " in " + widgets.settings().locale +
+                    ", " + widgets.settings().timeZone +
+                    ". Every widget in every family: its placeholder and its current entry.";
+    if (auto written = platform::writeFileAtomically(
+            out / "index.html", galleryPage(gallerySections(widgets, cards), page));
+        !written)
+        return CommandError::failure(written.error().description);
+    std::error_code ignored;
+    std::printf("%s\n", std::filesystem::absolute(out / "index.html", ignored).c_str());
+    if (failed) return *failed;
+    return {};
+}
+
+}  // namespace
+
+void registerGalleryCommand(CLI::App& app, GlobalOptions& globals) {
+    auto out = std::make_shared<std::string>();
+    CLI::App* command = app.add_subcommand(
+        "gallery",
+        "Draw every widget in every family (placeholder and current entry) as PNG, with an "
+        "HTML page");
+    expect(command
+               ->add_option("--out", *out,
+                            "Folder for the images and index.html (created when missing)")
+               ->required()
+               ->type_name("DIR"),
+           "a folder", [](const std::string& text) { return !text.empty(); });
+    command->callback(
+        [&globals, out] { globals.finish(run(*out, globals, globals.widgetHost())); });
+}
+
+}  // namespace cli

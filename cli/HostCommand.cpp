@@ -1,0 +1,280 @@
+#include "cli/CommandLine.h"
+#include "gallery/GalleryFiles.h"
+#include "gallery/LivePage.h"
+#include "hosting/Extension.h"
+#include "hosting/Placements.h"
+#include "hosting/Scheduler.h"
+#include "platform/AtomicFile.h"
+#include "platform/BackgroundTask.h"
+#include "platform/StopSignals.h"
+#include "platform/WakeTimer.h"
+#include "widgets/WidgetHost.h"
+
+#include <CLI/CLI.hpp>
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+using namespace timeline;
+using namespace widgets;
+using namespace ipc;
+using namespace hosting;
+using namespace gallery;
+using namespace desktop;
+
+namespace cli {
+
+using namespace timeline;
+namespace {
+
+struct HostOptions {
+    std::string out;
+    std::string placementsFile;
+    std::string until;
+    bool simulate = false;
+};
+
+// "2025-11-16T06:30:00Z timeline DailyBrief systemLarge -> reload after 2025-11-17T06:30:00Z"
+void printRequests(const std::vector<TimelineRequestRecord>& records) {
+    for (const auto& record : records)
+        std::printf("%s timeline %s %s -> reload after %s\n",
+                    platform::formatDate(record.requestedAt).c_str(), record.placement.kind.c_str(),
+                    std::string(name(record.placement.family)).c_str(),
+                    platform::formatDate(record.timeline.policy.date).c_str());
+}
+
+// One line per request or drawing that failed in the extension: the placement, what happened,
+// and when it is asked again.
+void printFailures(const std::vector<RequestFailure>& failures) {
+    for (const auto& failure : failures)
+        printError(placementName(failure.placement) + ": " + failure.error.description +
+                   "; asking again at " + pageDate(failure.retryAt));
+    std::fflush(stderr);
+}
+
+std::string pagePath(const std::filesystem::path& out) {
+    std::error_code ignored;
+    return std::filesystem::absolute(out / "index.html", ignored).string();
+}
+
+CommandError systemFailure(const char* what) {
+    return CommandError::failure(std::string(what) + ": " + std::strerror(errno));
+}
+
+// Says why the host stopped.
+void printStopped(std::string_view signal) {
+    std::printf("stopped (%.*s)\n", int(signal.size()), signal.data());
+    std::fflush(stdout);
+}
+
+// The host's run: the scheduler and the page on a worker thread, everything else here. The main
+// thread only waits (for the worker, a stop signal or the next reload date) and writes the files
+// the worker made, so a stop signal is taken within moments whatever the worker is doing, and
+// no file is ever left half-written. Requests and drawings run in the extension process; one
+// that fails there is one error line, and the host goes on.
+class HostRun {
+public:
+    HostRun(const WidgetHost& widgets, std::vector<Placement> placements, std::filesystem::path out,
+            platform::StopSignals signals)
+        : m_extension(extensionSettings(widgets.settings())),
+          m_scheduler(std::move(placements)),
+          m_page(widgets, m_extension, m_scheduler.placements().size()),
+          m_out(std::move(out)),
+          m_signals(std::move(signals)) {}
+
+    // Runs the schedule on a virtual clock from `start` to `until` at full speed. Only the last
+    // state of every placement is drawn, once, at the end: a day of watchlist reloads would
+    // otherwise draw hundreds of images that nobody sees.
+    CommandResult simulate(platform::Date start, platform::Date until) {
+        platform::ManualClock clock(start);
+        while (clock.now() < until) {
+            if (auto ran = runDue(clock); !ran) return ran.error();
+            clock.set(m_scheduler.nextReload());
+        }
+        std::vector<TimelineRequestRecord> latest;
+        for (std::size_t i = 0; i < m_scheduler.placements().size(); ++i)
+            if (m_scheduler.latest(i)) latest.push_back(*m_scheduler.latest(i));
+        if (auto published = publish(latest, clock.now()); !published) return published;
+        std::printf("simulated %s to %s\n%s\n", platform::formatDate(start).c_str(),
+                    platform::formatDate(until).c_str(), pagePath(m_out).c_str());
+        return {};
+    }
+
+    // Runs the schedule on the system clock until `until` or a stop signal, sleeping until the
+    // next reload date in between; every request is drawn and published at once. The sleep ends
+    // early when the system's time is set, and the host looks at the time again.
+    CommandResult live(std::optional<platform::Date> until) {
+        auto timer = platform::WakeTimer::create();
+        if (!timer) return CommandError::failure(timer.error().description);
+        const auto& clock = platform::systemClock();
+        bool pageAnnounced = false;
+        while (true) {
+            const platform::Date now = clock.now();
+            if (until && now >= *until) {
+                std::printf("stopped (reached %s)\n", platform::formatDate(*until).c_str());
+                return {};
+            }
+            const platform::Date next = m_scheduler.nextReload();
+            if (next <= now) {
+                auto requests = runDue(clock);
+                if (!requests) return requests.error();
+                if (auto published = publish(*requests, clock.now()); !published) return published;
+                if (!pageAnnounced) {
+                    std::printf("page: %s\n", pagePath(m_out).c_str());
+                    std::fflush(stdout);
+                    pageAnnounced = true;
+                }
+                continue;
+            }
+            if (auto set = timer.value().wakeAt(until ? std::min(next, *until) : next); !set)
+                return CommandError::failure(set.error().description);
+            pollfd fds[2] = {{m_signals.fd(), POLLIN, 0}, {timer->fd(), POLLIN, 0}};
+            if (::poll(fds, 2, -1) < 0) {
+                if (errno == EINTR) continue;
+                return systemFailure("cannot wait for the next reload");
+            }
+            if (fds[0].revents != 0) {
+                if (const auto signal = m_signals.take()) {
+                    printStopped(*signal);
+                    return {};
+                }
+            }
+            if (fds[1].revents != 0) timer->acknowledge();
+        }
+    }
+
+private:
+    // Runs `work` on a worker thread and waits for it to return. A stop signal that comes first
+    // ends the process at once: the worker may be stuck for seconds in a store read that waits
+    // for a writer's lock, and it holds nothing that must be cleaned up (it writes no files).
+    CommandResult onWorker(std::function<void()> work) {
+        auto task = platform::BackgroundTask::start(std::move(work));
+        if (!task) return CommandError::failure(task.error().description);
+        while (true) {
+            pollfd fds[2] = {{m_signals.fd(), POLLIN, 0}, {task->fd(), POLLIN, 0}};
+            if (::poll(fds, 2, -1) < 0) {
+                if (errno == EINTR) continue;
+                // Nothing can be waited for: wait for the worker itself.
+                return {};
+            }
+            if (fds[0].revents != 0) {
+                if (const auto signal = m_signals.take()) {
+                    printStopped(*signal);
+                    std::fflush(stderr);
+                    std::_Exit(exitSuccess);
+                }
+            }
+            if (fds[1].revents != 0) return {};  // the task's end joins the finished thread
+        }
+    }
+
+    // Runs the due requests on the worker and prints them, and those that failed.
+    platform::Result<std::vector<TimelineRequestRecord>, CommandError> runDue(
+        const platform::Clock& clock) {
+        std::vector<TimelineRequestRecord> requests;
+        std::vector<RequestFailure> failures;
+        const auto source = [this](const Placement& placement, const platform::Clock& clock) {
+            return m_extension.request(placement, Request::timeline, clock.now());
+        };
+        if (auto ran = onWorker([&] { requests = m_scheduler.runDue(source, clock, failures); });
+            !ran)
+            return ran.error();
+        printRequests(requests);
+        std::fflush(stdout);
+        printFailures(failures);
+        return requests;
+    }
+
+    // Draws the requests' entries and the page on the worker, then writes the files here. A
+    // placement whose drawing failed is reported and asked again after a back-off.
+    CommandResult publish(const std::vector<TimelineRequestRecord>& requests, platform::Date now) {
+        PageUpdate update;
+        if (auto ran = onWorker([&] { update = m_page.update(requests, now); }); !ran) return ran;
+        std::vector<RequestFailure> failures;
+        for (auto& [index, error] : update.failures)
+            failures.push_back(m_scheduler.drawingFailed(index, std::move(error), now));
+        printFailures(failures);
+        for (const auto& request : requests)
+            if (std::none_of(failures.begin(), failures.end(),
+                             [&](const auto& f) { return f.index == request.index; }))
+                m_scheduler.drawn(request.index);
+        for (const auto& file : update.files)
+            if (auto written = platform::writeFileAtomically(m_out / file.name, file.bytes);
+                !written)
+                return CommandError::failure(written.error().description);
+        return {};
+    }
+
+    Extension m_extension;
+    Scheduler m_scheduler;
+    LivePage m_page;
+    std::filesystem::path m_out;
+    platform::StopSignals m_signals;
+};
+
+CommandResult run(const HostOptions& options, const GlobalOptions& globals,
+                  const WidgetHost& widgets) {
+    std::optional<platform::Date> until;
+    if (!options.until.empty()) until = *parseOptionDate(options.until);
+    if (options.simulate && !until)
+        return CommandError::usage("--simulate needs --until TIME: the time the simulation ends");
+    if (!options.simulate && !globals.at.empty())
+        return CommandError::usage(
+            "--at: the live host runs on the system clock; add --simulate to run from --at");
+    const platform::Date start = globals.clock().now();
+    if (until && *until <= start)
+        return CommandError::usage("--until: expected a time later than the start, " +
+                                   platform::formatDate(start) + ", got \"" + options.until + "\"");
+
+    auto placements = widgets.allPlacements();
+    if (!options.placementsFile.empty()) {
+        auto read = readPlacements(options.placementsFile, widgets);
+        if (!read) return CommandError::usage(read.error().description);
+        placements = std::move(read).value();
+    }
+    if (auto prepared = prepareOutputDirectory(options.out); !prepared)
+        return CommandError::failure(prepared.error().description);
+    auto signals = platform::StopSignals::open();
+    if (!signals) return CommandError::failure(signals.error().description);
+
+    HostRun host(widgets, std::move(placements), options.out, std::move(signals).value());
+    return options.simulate ? host.simulate(start, *until) : host.live(until);
+}
+
+}  // namespace
+
+void registerHostCommand(CLI::App& app, GlobalOptions& globals) {
+    auto options = std::make_shared<HostOptions>();
+    CLI::App* command = app.add_subcommand(
+        "host",
+        "Host placed widgets: ask for timelines, honour their reload dates, keep DIR's PNGs and "
+        "index.html current");
+    expect(command->add_option("--out", options->out, "Folder for the images and index.html")
+               ->required()
+               ->type_name("DIR"),
+           "a folder", [](const std::string& text) { return !text.empty(); });
+    command
+        ->add_option("--placements", options->placementsFile,
+                     R"(JSON array of {"kind": ..., "family": ...} (default: every widget in )"
+                     "every family)")
+        ->type_name("FILE");
+    expectDate(command
+                   ->add_option("--until", options->until,
+                                "Stop at this time, RFC 3339 (required with --simulate)")
+                   ->type_name("TIME"));
+    command->add_flag(
+        "--simulate", options->simulate,
+        "Run from --at (default now) to --until on a virtual clock, without sleeping");
+    command->callback(
+        [&globals, options] { globals.finish(run(*options, globals, globals.widgetHost())); });
+}
+
+}  // namespace cli

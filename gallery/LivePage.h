@@ -1,0 +1,60 @@
+#pragma once
+
+#include "gallery/GalleryPage.h"
+#include "hosting/Scheduler.h"
+#include "platform/Result.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace widgets {
+class WidgetHost;
+}  // namespace widgets
+
+namespace hosting {
+class Extension;
+}  // namespace hosting
+
+namespace gallery {
+
+// A file of an output folder, made in memory: its name in the folder and its bytes.
+struct OutputFile {
+    std::string name;
+    std::string bytes;
+
+    bool operator==(const OutputFile&) const = default;
+};
+
+// What an update of the page made: the files to write, the images first and the page last; and
+// the placements whose drawing failed, by index, with what happened.
+struct PageUpdate {
+    std::vector<OutputFile> files;
+    std::vector<std::pair<std::size_t, platform::Error>> failures;
+};
+
+// The live host's page: one card per placement with the entry of its latest timeline, drawn in
+// the extension process at the time it was asked for, in a page that an open browser refreshes.
+class LivePage {
+public:
+    // An open browser reloads the page this often, in seconds.
+    static constexpr int refreshSeconds = 5;
+
+    LivePage(const widgets::WidgetHost& widgets, hosting::Extension& extension,
+             std::size_t placementCount);
+
+    // Draws each request's entry into its placement's card and image, then the page with every
+    // card drawn so far. A placement whose drawing fails keeps its card; one that has none yet
+    // gets its placeholder, drawn at `now`, when that can be drawn.
+    [[nodiscard]] PageUpdate update(const std::vector<hosting::TimelineRequestRecord>& requests,
+                                    platform::Date now);
+
+private:
+    const widgets::WidgetHost& m_widgets;
+    hosting::Extension& m_extension;
+    std::vector<std::optional<GalleryCard>> m_cards;  // per placement
+};
+
+}  // namespace gallery

@@ -1,0 +1,329 @@
+#include "hosting/Extension.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+extern char** environ;
+
+using namespace timeline;
+using namespace widgets;
+using namespace ipc;
+
+namespace hosting {
+
+struct ExtensionMemory {
+    ExtensionMemory(OwnedFd fd, std::uint32_t id, void* data, std::size_t size)
+        : fd(std::move(fd)), id(id), data(data), size(size) {}
+    ExtensionMemory(const ExtensionMemory&) = delete;
+    ExtensionMemory& operator=(const ExtensionMemory&) = delete;
+    ~ExtensionMemory() { ::munmap(data, size); }
+
+    OwnedFd fd;            // a buffer's, sent with each drawing into it
+    std::uint32_t id = 0;  // a buffer's; 0 for a PNG's memfd
+    void* data = nullptr;
+    std::size_t size = 0;
+};
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// An extension that closed its socket has this long to finish dying before it is killed.
+constexpr int exitGraceMilliseconds = 200;
+
+std::string megabytes(std::uint64_t bytes) {
+    return std::to_string((bytes + (1 << 19)) >> 20) + " MB";
+}
+
+std::string seconds(std::chrono::milliseconds time) {
+    const auto count = time.count();
+    return count % 1000 == 0 ? std::to_string(count / 1000) + " s" : std::to_string(count) + " ms";
+}
+
+// What a reaped process's status says: "exited with status 3", "was killed by signal 11
+// (Segmentation fault)", "ran out of its 30 MB of memory".
+std::string endOf(int status, std::uint64_t memoryLimit) {
+    if (WIFEXITED(status) && WEXITSTATUS(status) == extensionOutOfMemoryStatus)
+        return "ran out of its " + megabytes(memoryLimit) + " of memory";
+    if (WIFEXITED(status)) return "exited with status " + std::to_string(WEXITSTATUS(status));
+    if (WIFSIGNALED(status))
+        return "was killed by signal " + std::to_string(WTERMSIG(status)) + " (" +
+               ::strsignal(WTERMSIG(status)) + ")";
+    return "ended";
+}
+
+// Every buffer the extension draws into holds the largest widget at the largest scale (only
+// the pages a drawing touches take memory).
+constexpr std::size_t bufferSize = 8 << 20;
+
+// What a drawing reply says of its image, checked: an error naming what is wrong.
+platform::Result<void> checkDrawing(const DrawingReply& reply, ImageEncoding asked,
+                                    std::uint64_t room) {
+    using platform::Error;
+    if (reply.encoding != asked) return Error{"a drawing in another encoding"};
+    constexpr int largest = 1 << 14;
+    if (reply.width <= 0 || reply.height <= 0 || reply.width > largest || reply.height > largest ||
+        reply.stride < 4 * reply.width)
+        return Error{"a drawing of " + std::to_string(reply.width) + " × " +
+                     std::to_string(reply.height) + " pixels"};
+    const std::uint64_t rows = std::uint64_t(reply.stride) * std::uint64_t(reply.height);
+    if (reply.byteCount == 0 || reply.byteCount > rows ||
+        (reply.encoding == ImageEncoding::argb32 && reply.byteCount != rows))
+        return Error{"a drawing of " + std::to_string(reply.byteCount) + " bytes"};
+    if (reply.byteCount > room) return Error{"a drawing larger than its buffer"};
+    return {};
+}
+
+// The PNG a drawing reply points at: a sealed memfd as large as the reply says, mapped.
+platform::Result<ExtensionImage> mapImage(const DrawingReply& reply, const OwnedFd& fd) {
+    using platform::Error;
+    if (!fd.valid()) return Error{"a drawing without its image"};
+    // Sealed against shrinking, a mapping can never reach past the file's end; sealed against
+    // writing, the image cannot change under the host.
+    const int seals = ::fcntl(fd.get(), F_GET_SEALS);
+    if (seals < 0 || (seals & F_SEAL_SHRINK) == 0 ||
+        (seals & (F_SEAL_WRITE | F_SEAL_FUTURE_WRITE)) == 0)
+        return Error{"a drawing in memory that is not sealed"};
+    struct stat info {};
+    if (::fstat(fd.get(), &info) != 0 || std::uint64_t(info.st_size) < reply.byteCount)
+        return Error{"a drawing in memory smaller than it says"};
+    void* data = ::mmap(nullptr, reply.byteCount, PROT_READ, MAP_SHARED, fd.get(), 0);
+    if (data == MAP_FAILED)
+        return Error{std::string("a drawing that cannot be mapped: ") + std::strerror(errno)};
+    return ExtensionImage(std::make_shared<ExtensionMemory>(OwnedFd(), 0, data, reply.byteCount),
+                          reply.byteCount);
+}
+
+// The request a message answers (or asks); 0 for a goodbye.
+std::uint32_t messageId(const ExtensionMessage& message) {
+    return std::visit(
+        [](const auto& m) -> std::uint32_t {
+            if constexpr (requires { m.id; }) return m.id;
+            return 0;
+        },
+        message);
+}
+
+}  // namespace
+
+ExtensionSettings extensionSettings(const HostSettings& settings) {
+    ExtensionSettings extension;
+    const char* other = std::getenv("VELMORA_EXTENSION");
+    extension.program = other != nullptr && *other != '\0' ? other : "/proc/self/exe";
+    if (!settings.storeDirectory.empty())
+        extension.arguments = {"--store-dir", settings.storeDirectory};
+    for (const auto& argument :
+         {std::string("--locale"), settings.locale, std::string("--time-zone"), settings.timeZone,
+          std::string("extension")})
+        extension.arguments.push_back(argument);
+    return extension;
+}
+
+ExtensionImage::ExtensionImage(std::shared_ptr<const ExtensionMemory> memory, std::size_t size)
+    : m_memory(std::move(memory)), m_size(size) {}
+
+const unsigned char* ExtensionImage::data() const {
+    return m_memory ? static_cast<const unsigned char*>(m_memory->data) : nullptr;
+}
+
+platform::Result<std::shared_ptr<ExtensionMemory>> Extension::freeBuffer() {
+    for (const auto& buffer : m_buffers)
+        if (buffer.use_count() == 1) return buffer;
+    // Sealed against changes of size: the extension cannot make the host's mapping reach past
+    // the file's end.
+    OwnedFd fd(::memfd_create("velmora-pixels", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!fd.valid() || ::ftruncate(fd.get(), off_t(bufferSize)) != 0 ||
+        ::fcntl(fd.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0)
+        return platform::Error{std::string("cannot make a buffer: ") + std::strerror(errno)};
+    void* data = ::mmap(nullptr, bufferSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+    if (data == MAP_FAILED)
+        return platform::Error{std::string("cannot map a buffer: ") + std::strerror(errno)};
+    const auto id = std::uint32_t(m_buffers.size() + 1);
+    m_buffers.push_back(std::make_shared<ExtensionMemory>(std::move(fd), id, data, bufferSize));
+    return m_buffers.back();
+}
+
+std::optional<pid_t> Extension::processId() const {
+    if (m_pid < 0) return std::nullopt;
+    return m_pid;
+}
+
+platform::Result<void> Extension::launch() {
+    int sockets[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0)
+        return platform::Error{std::string("cannot make its socket: ") + std::strerror(errno)};
+    OwnedFd ours(sockets[0]);
+    OwnedFd theirs(sockets[1]);
+
+    // The extension reads its requests from standard input and writes nothing on the host's
+    // output; it runs in a process group of its own, so a terminal's Ctrl-C reaches the host
+    // alone, and with no signal blocked.
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_adddup2(&files, theirs.get(), STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&files, STDERR_FILENO, STDOUT_FILENO);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t none;
+    sigemptyset(&none);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(
+        &attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+
+    std::vector<char*> argv{m_settings.program.data()};
+    for (auto& argument : m_settings.arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    pid_t pid = -1;
+    const int spawned =
+        ::posix_spawn(&pid, m_settings.program.c_str(), &files, &attributes, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+    posix_spawnattr_destroy(&attributes);
+    if (spawned != 0)
+        return platform::Error{"cannot be launched (" + m_settings.program +
+                               "): " + std::strerror(spawned)};
+    m_pid = pid;
+    m_pidFd = OwnedFd(int(::syscall(SYS_pidfd_open, pid, 0)));
+    m_channel.emplace(std::move(ours));
+    // Whatever program runs, its memory is bounded before it is asked anything.
+    const rlimit limit{m_settings.memoryLimit, m_settings.memoryLimit};
+    if (m_settings.memoryLimit != 0) ::prlimit(pid, RLIMIT_DATA, &limit, nullptr);
+    return {};
+}
+
+Extension::Ending Extension::reap(bool mayEndItself) {
+    m_channel.reset();  // a live extension sees its socket close and leaves
+    pollfd exited{m_pidFd.get(), POLLIN, 0};
+    const bool ownEnd =
+        mayEndItself && m_pidFd.valid() && ::poll(&exited, 1, exitGraceMilliseconds) > 0;
+    if (!ownEnd) ::kill(m_pid, SIGKILL);
+    int status = 0;
+    while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    m_pid = -1;
+    m_pidFd = OwnedFd();
+    return {status, ownEnd};
+}
+
+void Extension::end() {
+    if (m_pid >= 0) (void)reap(true);
+}
+
+platform::Error Extension::fail(const std::string& what, std::optional<std::string> closed) {
+    if (m_pid < 0) return platform::Error{what};
+    const auto ending = reap(closed.has_value());
+    if (!ending.ownEnd) return platform::Error{what};
+    return platform::Error{"the extension " + endOf(ending.status, m_settings.memoryLimit) +
+                           *closed};
+}
+
+platform::Result<ReceivedMessage> Extension::awaitReply(std::uint32_t id) {
+    auto received = m_channel->receive(Clock::now() + m_settings.replyTime);
+    if (received) {
+        const std::uint32_t answered = messageId(received->message);
+        if (!std::holds_alternative<Goodbye>(received->message) && answered != id)
+            return fail("the extension answered request " + std::to_string(answered) +
+                        " when asked " + std::to_string(id));
+        return std::move(received).value();
+    }
+    const auto& error = received.error();
+    switch (error.kind) {
+        case ChannelError::Kind::timedOut:
+            return fail("the extension gave no whole answer within " +
+                        seconds(m_settings.replyTime));
+        case ChannelError::Kind::closed: {
+            const std::string when = error.description.ends_with("message")
+                                         ? " in the middle of an answer"
+                                         : " without answering";
+            return fail("the extension closed its socket" + when, when);
+        }
+        case ChannelError::Kind::malformed:
+            return fail("the extension sent a reply that does not parse: " + error.description);
+        case ChannelError::Kind::failed:
+            break;
+    }
+    return fail(error.description);
+}
+
+platform::Result<ReceivedMessage> Extension::exchange(const ExtensionMessage& request, int fd) {
+    // An extension that said goodbye is launched again, once, for the same request.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (m_pid < 0)
+            if (auto launched = launch(); !launched) return fail(launched.error().description);
+        auto sent = m_channel->send(request, fd);
+        // A closed socket may hold the goodbye of an extension that ended itself.
+        auto reply = sent || sent.error().kind == ChannelError::Kind::closed
+                         ? awaitReply(messageId(request))
+                         : platform::Result<ReceivedMessage>(fail(sent.error().description));
+        if (!reply || !std::holds_alternative<Goodbye>(reply->message)) return reply;
+        end();
+    }
+    return fail("the extension ended itself twice without answering");
+}
+
+platform::Result<widgets::AnyTimeline> Extension::request(const Placement& placement,
+                                                          Request request, platform::Date now) {
+    auto reply = exchange(ProviderRequest{++m_lastId, placement, request, now});
+    if (!reply) return reply.error();
+    if (auto* failure = std::get_if<FailureReply>(&reply->message))
+        return platform::Error{failure->description};
+    auto* timeline = std::get_if<TimelineReply>(&reply->message);
+    if (timeline == nullptr) return fail("the extension answered a request with something else");
+    if (timeline->timeline.entries.empty()) return fail("the extension answered with no entry");
+    return std::move(timeline->timeline);
+}
+
+platform::Result<ExtensionDrawing> Extension::draw(const Placement& placement,
+                                                   const widgets::AnyEntry& entry,
+                                                   platform::Date now, double scale,
+                                                   ImageEncoding encoding) {
+    DrawRequest request{++m_lastId, placement, entry, now, scale, encoding};
+    std::shared_ptr<ExtensionMemory> buffer;
+    if (encoding == ImageEncoding::argb32) {
+        auto free = freeBuffer();
+        if (!free) return free.error();
+        buffer = std::move(free).value();
+        request.buffer = buffer->id;
+        request.bufferSize = buffer->size;
+    }
+    auto reply = exchange(request, buffer ? buffer->fd.get() : -1);
+    if (!reply) return reply.error();
+    if (auto* failure = std::get_if<FailureReply>(&reply->message))
+        return platform::Error{failure->description};
+    auto* drawing = std::get_if<DrawingReply>(&reply->message);
+    if (drawing == nullptr) return fail("the extension answered a drawing with something else");
+    if (auto checked = checkDrawing(*drawing, encoding, buffer ? buffer->size : UINT64_MAX);
+        !checked)
+        return fail("the extension sent " + checked.error().description);
+    auto image = buffer
+                     ? platform::Result<ExtensionImage>(ExtensionImage(buffer, drawing->byteCount))
+                     : mapImage(*drawing, reply->fd);
+    if (!image) return fail("the extension sent " + image.error().description);
+    return ExtensionDrawing{std::move(image).value(),
+                            drawing->encoding,
+                            drawing->width,
+                            drawing->height,
+                            drawing->stride,
+                            {drawing->canvasWidth, drawing->canvasHeight},
+                            drawing->url,
+                            drawing->texts};
+}
+
+}  // namespace hosting

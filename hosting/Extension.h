@@ -1,0 +1,121 @@
+#pragma once
+
+#include "ipc/ExtensionChannel.h"
+#include "ipc/ExtensionLimits.h"
+#include "ipc/ExtensionProtocol.h"
+#include "layout/Geometry.h"
+#include "platform/Result.h"
+#include "timeline/Placement.h"
+#include "widgets/AnyEntry.h"
+#include "widgets/WidgetHost.h"
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace hosting {
+
+// How a host launches its extension.
+struct ExtensionSettings {
+    std::string program;
+    std::vector<std::string> arguments;  // after the program's name
+    std::chrono::milliseconds replyTime = ipc::extensionReplyTime;
+    std::uint64_t memoryLimit = ipc::extensionMemoryLimit;
+};
+
+// The extension of a host drawing with `settings`: this program's `extension` command, or the
+// program that VELMORA_EXTENSION names, handed the same arguments.
+[[nodiscard]] ExtensionSettings extensionSettings(const widgets::HostSettings& settings);
+
+// A memfd mapped into the host: a buffer the extension draws into, or the memfd a PNG came in.
+// Unmapped when the last image that shows it goes.
+struct ExtensionMemory;
+
+// An image the extension drew, in memory shared with it. While an image shows a buffer, the
+// extension is not asked to draw into that buffer again.
+class ExtensionImage {
+public:
+    ExtensionImage() = default;
+    ExtensionImage(std::shared_ptr<const ExtensionMemory> memory, std::size_t size);
+
+    [[nodiscard]] const unsigned char* data() const;
+    [[nodiscard]] std::string_view bytes() const {
+        return {reinterpret_cast<const char*>(data()), m_size};
+    }
+
+private:
+    std::shared_ptr<const ExtensionMemory> m_memory;
+    std::size_t m_size = 0;
+};
+
+// An entry drawn by the extension: the image (ARGB32 rows or a PNG file's bytes), its size in
+// pixels and points, and the widget's tap link.
+struct ExtensionDrawing {
+    ExtensionImage image;
+    ipc::ImageEncoding encoding = ipc::ImageEncoding::argb32;
+    int width = 0;
+    int height = 0;
+    int stride = 0;
+    layout::Size canvas;
+    std::optional<std::string> url;
+    std::string texts;  // for argb32: what the widget says in reading order, a line each
+};
+
+// A host's extension process. Launched for the first request, held to the memory limit, kept
+// while requests come (it ends itself after its idle time), and ended by the host when a
+// request goes wrong: no whole answer within the reply time, the process exits (out of memory
+// among others) or is killed, or a reply that does not parse. Each failure is an error saying
+// what happened; the next request launches a new process. One request at a time, from one
+// thread.
+class Extension {
+public:
+    explicit Extension(ExtensionSettings settings) : m_settings(std::move(settings)) {}
+    Extension(const Extension&) = delete;
+    Extension& operator=(const Extension&) = delete;
+    ~Extension() { end(); }
+
+    [[nodiscard]] platform::Result<widgets::AnyTimeline> request(
+        const timeline::Placement& placement, widgets::Request request, platform::Date now);
+    [[nodiscard]] platform::Result<ExtensionDrawing> draw(const timeline::Placement& placement,
+                                                          const widgets::AnyEntry& entry,
+                                                          platform::Date now, double scale,
+                                                          ipc::ImageEncoding encoding);
+
+    // The running process, if one runs.
+    [[nodiscard]] std::optional<pid_t> processId() const;
+
+    // Ends the running process, if any.
+    void end();
+
+private:
+    platform::Result<ipc::ReceivedMessage> exchange(const ipc::ExtensionMessage& request,
+                                                    int fd = -1);
+    // A buffer no image shows, for the next drawing.
+    [[nodiscard]] platform::Result<std::shared_ptr<ExtensionMemory>> freeBuffer();
+    platform::Result<void> launch();
+    platform::Result<ipc::ReceivedMessage> awaitReply(std::uint32_t id);
+    // Waits for the process to end, killing it unless it ends itself within a moment.
+    struct Ending {
+        int status = 0;
+        bool ownEnd = false;
+    };
+    Ending reap(bool mayEndItself);
+    // Ends the process after a failure and says what happened: `what`, or, when it `closed` its
+    // socket and died, its own end followed by `closed` (" without answering").
+    platform::Error fail(const std::string& what, std::optional<std::string> closed = std::nullopt);
+
+    ExtensionSettings m_settings;
+    pid_t m_pid = -1;
+    platform::OwnedFd m_pidFd;
+    std::optional<ipc::ExtensionChannel> m_channel;
+    std::uint32_t m_lastId = 0;
+    std::vector<std::shared_ptr<ExtensionMemory>> m_buffers;
+};
+
+}  // namespace hosting

@@ -1,0 +1,123 @@
+#pragma once
+
+#include "platform/Date.h"
+#include "platform/Result.h"
+#include "timeline/Placement.h"
+#include "widgets/AnyEntry.h"
+#include "widgets/WidgetHost.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+// What the host and its extension process say to each other over their socket. Every message
+// is one frame: a header (the magic "VMWX", the protocol's version, the message's type, the
+// payload's length; native byte order, both ends run on one machine), then the payload. The
+// host asks (a provider request, a drawing); the extension answers each in turn, with the
+// request's id, or says goodbye when it ends itself after its idle time. Drawn images travel in
+// a sealed memfd passed with the drawing's frame, never in the frame itself.
+namespace ipc {
+
+inline constexpr std::uint16_t extensionProtocolVersion = 1;
+inline constexpr std::size_t extensionFrameHeaderSize = 12;
+// The exit status of an extension whose memory ran out: an allocation failed at its limit.
+inline constexpr int extensionOutOfMemoryStatus = 3;
+// Timelines are a few kilobytes; anything this long is not one of our frames.
+inline constexpr std::uint32_t extensionFramePayloadLimit = 1 << 20;
+
+// Host to extension: a placeholder, snapshot or timeline for a placement, at `now`.
+struct ProviderRequest {
+    std::uint32_t id = 0;
+    timeline::Placement placement;
+    widgets::Request request = widgets::Request::timeline;
+    platform::Date now;
+
+    bool operator==(const ProviderRequest&) const = default;
+};
+
+enum class ImageEncoding : std::uint8_t {
+    argb32,  // Cairo's premultiplied native-endian words, `stride` bytes a row
+    png,
+};
+
+// Host to extension: draw `entry` through the placement's widget at `now` and `scale`. ARGB32
+// pixels go into the host's `buffer`, a memfd of `bufferSize` bytes sent with the request
+// (the extension keeps it mapped, by id, for the next drawings); a PNG, whose size nobody knows
+// before, comes in a memfd of the extension's (buffer 0).
+struct DrawRequest {
+    std::uint32_t id = 0;
+    timeline::Placement placement;
+    widgets::AnyEntry entry;
+    platform::Date now;
+    double scale = 2;
+    ImageEncoding encoding = ImageEncoding::argb32;
+    std::uint32_t buffer = 0;
+    std::uint64_t bufferSize = 0;
+
+    bool operator==(const DrawRequest&) const = default;
+};
+
+// Extension to host: the answer to a ProviderRequest.
+struct TimelineReply {
+    std::uint32_t id = 0;
+    widgets::AnyTimeline timeline;
+
+    bool operator==(const TimelineReply&) const = default;
+};
+
+// Extension to host: the answer to a DrawRequest. The image is in the host's buffer, or in the
+// memfd sent with the reply, `byteCount` long: argb32 is `height` rows of `stride` bytes, png the
+// file's bytes.
+struct DrawingReply {
+    std::uint32_t id = 0;
+    ImageEncoding encoding = ImageEncoding::argb32;
+    int width = 0;  // pixels
+    int height = 0;
+    int stride = 0;
+    std::uint64_t byteCount = 0;
+    double canvasWidth = 0;  // points
+    double canvasHeight = 0;
+    std::optional<std::string> url;  // the widget's tap link
+    std::string texts;               // for argb32: the texts it shows in reading order, a line each
+
+    bool operator==(const DrawingReply&) const = default;
+};
+
+// Extension to host: the request could not be answered (a kind the bundle lacks, a drawing
+// that failed).
+struct FailureReply {
+    std::uint32_t id = 0;
+    std::string description;
+
+    bool operator==(const FailureReply&) const = default;
+};
+
+// Extension to host: the extension ends itself after its idle time; nothing more will be
+// answered.
+struct Goodbye {
+    bool operator==(const Goodbye&) const = default;
+};
+
+using ExtensionMessage =
+    std::variant<ProviderRequest, DrawRequest, TimelineReply, DrawingReply, FailureReply, Goodbye>;
+
+// The header of a frame: what follows and how long it is.
+struct FrameHeader {
+    std::uint16_t type = 0;
+    std::uint32_t payloadLength = 0;
+};
+
+// The whole frame of a message: header and payload.
+[[nodiscard]] std::string encodeFrame(const ExtensionMessage& message);
+
+// The header at the start of `bytes` (extensionFrameHeaderSize of them); an error when the magic,
+// the version or the length is not ours.
+[[nodiscard]] platform::Result<FrameHeader> decodeFrameHeader(std::string_view bytes);
+
+// The message a frame's payload holds; an error naming the fault when it does not parse whole.
+[[nodiscard]] platform::Result<ExtensionMessage> decodeFramePayload(const FrameHeader& header,
+                                                                    std::string_view payload);
+
+}  // namespace ipc

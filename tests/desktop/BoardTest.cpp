@@ -1,0 +1,162 @@
+#include "desktop/DesktopBoard.h"
+#include "desktop/DesktopGrid.h"
+#include "hosting/DesktopPlacements.h"
+#include "hosting/DrawnWidget.h"
+#include "hosting/Extension.h"
+#include "render/Painter.h"
+#include "tests/support/TempStore.h"
+#include "widgets/WidgetHost.h"
+#include "widgets/Widgets.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+using namespace timeline;
+using namespace widgets;
+using namespace hosting;
+using namespace desktop;
+using layout::Rect;
+using layout::Size;
+using timeline::WidgetFamily;
+
+namespace {
+
+constexpr Size small{170, 170}, medium{364, 170}, large{364, 382};
+
+WidgetHost hostOn(const tempstore::TempStore& store, double scale = 2) {
+    HostSettings settings;
+    settings.storeDirectory = store.directory();
+    settings.scale = scale;
+    return WidgetHost(widgets::VelmoraWidgetsBundle().body(), settings);
+}
+
+}  // namespace
+
+TEST(DesktopGrid, FlowsWidgetsInPlacementOrderOnColumnsThatFitTheWidth) {
+    struct Case {
+        double width;
+        std::vector<Size> sizes;
+        std::vector<Rect> frames;
+        Size size;
+    };
+    const std::vector<Case> cases{
+        // Two columns: two smalls share a row; a medium fills one; rows as tall as the tallest.
+        {412,
+         {small, small, medium},
+         {{24, 24, 170, 170}, {218, 24, 170, 170}, {24, 218, 364, 170}},
+         {412, 412}},
+        // A widget that does not fit opens a row; nothing goes back to fill the gap it left.
+        {412,
+         {small, large, small},
+         {{24, 24, 170, 170}, {24, 218, 364, 382}, {24, 624, 170, 170}},
+         {412, 818}},
+        // Four columns: a large beside a small and a medium would need a fifth.
+        {800,
+         {small, medium, large, medium},
+         {{24, 24, 170, 170}, {218, 24, 364, 170}, {24, 218, 364, 382}, {412, 218, 364, 170}},
+         {800, 624}},
+        // Never fewer than two columns; a wider board centres its five on whole points.
+        {100, {medium}, {{24, 24, 364, 170}}, {412, 218}},
+        {1001, {small}, {{27, 24, 170, 170}}, {994, 218}},
+    };
+    for (const auto& c : cases) {
+        const auto grid = desktopGrid(c.sizes, c.width, DesktopSettings{});
+        EXPECT_EQ(grid.frames, c.frames) << "width " << c.width;
+        EXPECT_EQ(grid.size, c.size) << "width " << c.width;
+    }
+}
+
+TEST(DesktopBoard, AsksNewPlacementsAndReloadedKindsOnlyAndKeepsTheOthersOnRemoval) {
+    const tempstore::TempStore store;
+    const auto host = hostOn(store);
+    DesktopBoard board({{"WatchlistGlance", WidgetFamily::systemSmall},
+                        {"DailyBrief", WidgetFamily::systemMedium}});
+    const platform::FixedClock clock(*platform::parseCommandLineDate("2025-11-16T05:00:00Z"));
+    std::vector<RequestFailure> failures;
+    const auto runDue = [&](bool briefFails = false) {
+        return board.runDue(
+            [&](const Placement& placement,
+                const platform::Clock& at) -> platform::Result<widgets::AnyTimeline> {
+                if (briefFails && placement.kind == "DailyBrief") return platform::Error{"hung"};
+                return host.request(placement, Request::timeline, at);
+            },
+            clock, failures);
+    };
+    EXPECT_EQ(runDue(), (std::vector<std::size_t>{0, 1}));
+    EXPECT_TRUE(runDue().empty());
+    EXPECT_EQ(board.nextReload(), clock.now() + std::chrono::seconds(900));
+
+    EXPECT_FALSE(board.place({"DailyBrief", WidgetFamily::systemMedium}));
+    EXPECT_TRUE(board.place({"DailyBrief", WidgetFamily::systemLarge}));
+    EXPECT_EQ(runDue(), (std::vector<std::size_t>{2}));
+    board.reloadNow("DailyBrief");
+    EXPECT_EQ(board.dueAt(clock.now()), (std::vector<std::size_t>{1, 2}));
+    EXPECT_TRUE(runDue(true).empty());
+    ASSERT_EQ(failures.size(), 2u);
+    EXPECT_EQ(failures[1].index, 2u);  // the board's index
+    EXPECT_EQ(board.nextReload(), clock.now() + ExtensionBackoff::first);
+    EXPECT_EQ(board.latest(1)->number, 1u);  // keeps its last timeline
+
+    board.remove(0);
+    EXPECT_EQ(board.latest(0)->placement, (Placement{"DailyBrief", WidgetFamily::systemMedium}));
+    EXPECT_TRUE(runDue().empty());
+    board.reloadNow("");
+    EXPECT_EQ(runDue(), (std::vector<std::size_t>{0, 1}));
+}
+
+TEST(DesktopPlacements, SavedPlacementsLoadBackAndAMissingFileGivesTheFirstRun) {
+    const tempstore::TempStore folder;
+    const auto host = hostOn(folder);
+    const auto file = folder.folder() / "config" / "velmora" / "placements.json";
+    EXPECT_EQ(*loadBoardPlacements(file, host), firstRunPlacements());
+
+    for (const std::vector<Placement>& placements :
+         {std::vector<Placement>{{"DailyBrief", WidgetFamily::systemLarge},
+                                 {"WatchlistGlance", WidgetFamily::systemSmall}},
+          std::vector<Placement>{}}) {
+        ASSERT_TRUE(saveBoardPlacements(file, placements).ok());
+        EXPECT_EQ(*loadBoardPlacements(file, host), placements);
+    }
+    for (const char* text : {"{", R"([{"kind": "DailyBrief", "family": "systemSmall"}])"}) {
+        std::ofstream(file) << text;
+        const auto loaded = loadBoardPlacements(file, host);
+        ASSERT_FALSE(loaded.ok()) << text;
+        EXPECT_NE(loaded.error().description.find(file.string()), std::string::npos);
+    }
+}
+
+TEST(DesktopDrawing, DrawsTheRenderersPixelsInsideContinuousCornersWithLinkAndTexts) {
+    const tempstore::TempStore store;
+    const auto host = hostOn(store, 1);
+    const Placement brief{"DailyBrief", WidgetFamily::systemMedium};
+    const auto entry = host.request(brief, Request::placeholder, platform::systemClock());
+    const auto now = entry.policy.date;
+    auto settings = extensionSettings(host.settings());
+    settings.program = VELMORA_PROGRAM;
+    Extension extension(std::move(settings));
+    const auto drawn = drawWidget(extension, host, brief, entry.entries.front(), now, 22);
+    ASSERT_TRUE(drawn.ok()) << drawn.error().description;
+
+    const auto layout = host.draw(brief, entry.entries.front(), now);
+    const auto expected = render::renderBitmap(layout.drawList, 1);
+    ASSERT_EQ(drawn->width, expected.width);
+    ASSERT_EQ(drawn->height, expected.height);
+    const auto argb = [&](int x, int y) {
+        return reinterpret_cast<const std::uint32_t*>(drawn->pixels.get() + y * drawn->stride)[x];
+    };
+    for (int y = 0; y < drawn->height; ++y)
+        for (int x = 34; x < drawn->width - 34; ++x) {
+            const auto p = expected.at(x, y);
+            ASSERT_EQ(argb(x, y),
+                      std::uint32_t(p.alpha) << 24 | p.red << 16 | p.green << 8 | p.blue)
+                << x << "," << y;
+        }
+    for (auto [x, y] : {std::pair{0, 0}, {drawn->width - 1, 0}, {0, drawn->height - 1}})
+        EXPECT_EQ(argb(x, y), 0u) << "corner " << x << "," << y;
+
+    EXPECT_EQ(drawn->link, layout.drawList.url);
+    EXPECT_EQ(drawn->label, "Daily Brief");
+    EXPECT_EQ(drawn->description.rfind("NVDA\nNVIDIA\nBuy\n78\n", 0), 0u) << drawn->description;
+    EXPECT_NE(drawn->description.find("\nDAILY BRIEF · "), std::string::npos);
+}

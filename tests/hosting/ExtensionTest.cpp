@@ -1,0 +1,288 @@
+// The extension process: its protocol, its answers against the in-process path, its
+// confinement seen from inside and from /proc, and the host's side when it misbehaves.
+#include "hosting/Extension.h"
+#include "platform/Clock.h"
+#include "records/JSONDecoder.h"
+#include "render/Painter.h"
+#include "tests/support/DiskState.h"
+#include "tests/support/Samples.h"
+#include "tests/support/TempStore.h"
+#include "widgets/Widgets.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <linux/landlock.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <regex>
+
+namespace {
+
+using namespace timeline;
+using namespace widgets;
+using namespace ipc;
+using namespace hosting;
+using testing::HasSubstr;
+using timeline::WidgetFamily;
+
+const platform::Date at = *platform::parseRecordDate("2025-11-16T06:00:00Z");
+const Placement brief{"DailyBrief", WidgetFamily::systemMedium};
+const Placement glance{"WatchlistGlance", WidgetFamily::systemLarge};
+
+// A store holding every record, and the settings of hosts that read it.
+struct SeededStore {
+    tempstore::TempStore temp;
+    SeededStore() {
+        temp.putData("vmDailyBrief", samples::brief);
+        temp.putData("vmWatchlistTickers", samples::rows);
+        temp.putData("vmPortfolioSnapshot", samples::snapshot);
+    }
+    [[nodiscard]] HostSettings host() const {
+        HostSettings settings;
+        settings.storeDirectory = temp.directory();
+        return settings;
+    }
+    [[nodiscard]] ExtensionSettings extension(const char* program) const {
+        auto settings = extensionSettings(host());
+        settings.program = program;
+        return settings;
+    }
+};
+
+// How the faulty extension launched next misbehaves (tests/support/FaultyExtension.cpp).
+void inject(const char* fault, const char* kind, const char* after) {
+    ::setenv("VELMORA_FAULT", fault, 1);
+    ::setenv("VELMORA_FAULT_KIND", kind, 1);
+    ::setenv("VELMORA_FAULT_AFTER", after, 1);
+}
+
+// A shell command's standard output; its exit status in `status`.
+std::string run(const std::string& command, int* status = nullptr) {
+    std::string output;
+    FILE* pipe = ::popen(command.c_str(), "r");
+    char buffer[4096];
+    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        output.append(buffer, n);
+    const int ended = ::pclose(pipe);
+    if (status != nullptr) *status = WIFEXITED(ended) ? WEXITSTATUS(ended) : -1;
+    return output;
+}
+
+TEST(ExtensionProtocol, FramesRoundTripAndAnythingElseIsRefused) {
+    const AppGroupContainer::JSONDecoder decoder;
+    watchlist::WatchlistEntry rows{
+        at, decoder.decode<std::vector<AppGroupContainer::WatchlistRow>>(samples::rows).value(),
+        decoder.decode<AppGroupContainer::PortfolioSnapshot>(samples::snapshot).value()};
+    dailybrief::DailyBriefEntry briefEntry{
+        at, decoder.decode<AppGroupContainer::DailyBrief>(samples::brief).value()};
+    const ExtensionMessage messages[] = {
+        ProviderRequest{7, brief, Request::snapshot, at},
+        DrawRequest{8, glance, rows, at, 3, ImageEncoding::png},
+        TimelineReply{9, {{briefEntry, dailybrief::DailyBriefEntry{at, {}}}, {at}}},
+        DrawingReply{10, ImageEncoding::argb32, 340, 340, 1360, 462400, 170, 170, "velmora://x",
+                     "A\nB"},
+        FailureReply{11, "no widget"},
+        Goodbye{}};
+    for (const auto& message : messages) {
+        const auto frame = encodeFrame(message);
+        const auto header = decodeFrameHeader(frame);
+        ASSERT_TRUE(header) << header.error().description;
+        const auto decoded = decodeFramePayload(*header, std::string_view(frame).substr(12));
+        ASSERT_TRUE(decoded) << decoded.error().description;
+        EXPECT_EQ(*decoded, message);
+    }
+
+    const std::string request = encodeFrame(messages[0]);
+    const std::string reply = encodeFrame(messages[2]);
+    const struct {
+        std::string frame;
+        const char* fault;
+    } broken[] = {
+        {"HTTP" + request.substr(4), "not a frame of ours"},
+        {request.substr(0, 4) + '\2' + request.substr(5), "protocol version 2"},
+        {request.substr(0, 6) + '\7' + request.substr(7), "unknown type 7"},
+        {request.substr(0, 12 + 4 + 4 + 10) + '\3' + request.substr(31), "unknown case 3"},
+        {reply.substr(0, 16) + "\xff\xff\xff\x0f" + reply.substr(20), "longer than its frame"},
+        {request.substr(0, request.size() - 1), "cut short"},
+        {request + '\0', "left over"},
+    };
+    for (const auto& [frame, fault] : broken) {
+        auto header = decodeFrameHeader(frame);
+        if (header) {
+            header.value().payloadLength = std::uint32_t(frame.size() - 12);  // what came
+            const auto decoded = decodeFramePayload(*header, std::string_view(frame).substr(12));
+            ASSERT_FALSE(decoded) << fault;
+            EXPECT_THAT(decoded.error().description, HasSubstr(fault));
+        } else {
+            EXPECT_THAT(header.error().description, HasSubstr(fault));
+        }
+    }
+}
+
+// Requests and drawings through the confined extension give what the host's own process gives,
+// text in scripts that only the system's fallback fonts draw included.
+TEST(Extension, AnswersAsTheInProcessPathDoes) {
+    SeededStore store;
+    const WidgetHost local(widgets::VelmoraWidgetsBundle().body(), store.host());
+    Extension extension(store.extension(VELMORA_PROGRAM));
+    const platform::FixedClock clock(at);
+    const std::string scripts =
+        samples::with(samples::with(samples::brief, "companyName", "トヨタ自動車株式会社"),
+                      "summary", "ผลประกอบการแข็งแกร่ง मजबूत नतीजों के बाद शेयर में तेजी आई।");
+    for (const auto& [placement, record] :
+         {std::pair{brief, samples::brief}, std::pair{glance, samples::brief},
+          std::pair{brief, scripts}}) {
+        store.temp.putData("vmDailyBrief", record);
+        const auto timeline = extension.request(placement, Request::timeline, at);
+        ASSERT_TRUE(timeline) << timeline.error().description;
+        EXPECT_EQ(*timeline, local.request(placement, Request::timeline, clock));
+
+        const auto& entry = timeline->entries.front();
+        const auto list = local.draw(placement, entry, at).drawList;
+        const auto size = render::pixelSize(list, 2).value();
+        std::vector<unsigned char> pixels(std::size_t(size.stride) * size.height);
+        ASSERT_TRUE(
+            render::paintPixels(list, 2, {pixels.data(), size.width, size.height, size.stride}));
+        const auto drawn = extension.draw(placement, entry, at, 2, ImageEncoding::argb32);
+        ASSERT_TRUE(drawn) << drawn.error().description;
+        EXPECT_EQ(drawn->width, size.width);
+        EXPECT_TRUE(drawn->image.bytes() ==
+                    std::string_view(reinterpret_cast<const char*>(pixels.data()), pixels.size()));
+        EXPECT_EQ(drawn->url, list.url->text());
+
+        const auto png = extension.draw(placement, entry, at, 2, ImageEncoding::png);
+        ASSERT_TRUE(png) << png.error().description;
+        EXPECT_TRUE(png->image.bytes() ==
+                    render::paintToBytes(list, render::ImageFormat::png).value());
+    }
+}
+
+// What the confined extension finds when it tries: one line per action.
+std::map<std::string, std::string> probe(const SeededStore& store) {
+    std::map<std::string, std::string> outcomes;
+    std::stringstream lines(run(std::string(VELMORA_PROGRAM) + " --store-dir " +
+                                store.temp.directory() + " extension --probe 2>&1"));
+    for (std::string line; std::getline(lines, line);)
+        if (const auto colon = line.find(": "); colon != std::string::npos)
+            outcomes[line.substr(0, colon)] = line.substr(colon + 2);
+    return outcomes;
+}
+
+TEST(Confinement, ProgramsListeningAndNamespacesAreRefusedAndTheStoreIsRead) {
+    if (::prctl(PR_GET_SECCOMP) < 0) GTEST_SKIP() << "this kernel offers no seccomp";
+    SeededStore store;
+    auto outcomes = probe(store);
+    for (const auto* action : {"run a program", "listen on a TCP port", "make a namespace"})
+        EXPECT_THAT(outcomes[action], HasSubstr("refused")) << action;
+    EXPECT_EQ(outcomes["read the store"], "allowed (vmDailyBrief: NVDA)");
+
+    Extension extension(store.extension(VELMORA_PROGRAM));
+    ASSERT_TRUE(extension.request(brief, Request::placeholder, at));
+    std::ifstream status("/proc/" + std::to_string(*extension.processId()) + "/status");
+    std::map<std::string, std::string> fields;
+    for (std::string line; std::getline(status, line);)
+        fields[line.substr(0, line.find(':'))] = line.substr(line.find(':') + 1);
+    EXPECT_EQ(fields["NoNewPrivs"], "\t1");
+    EXPECT_EQ(fields["Seccomp"], "\t2");
+}
+
+TEST(Confinement, LandlockRefusesEveryWrite) {
+    if (::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) <= 0)
+        GTEST_SKIP() << "this kernel offers no Landlock: writes are not confined here";
+    SeededStore store;
+    const diskstate::DiskState before(store.temp.folder());
+    auto outcomes = probe(store);
+    for (const auto* action :
+         {"write in the store folder", "write in the home folder", "write in /tmp"})
+        EXPECT_THAT(outcomes[action], HasSubstr("refused (Permission denied)")) << action;
+    EXPECT_EQ(diskstate::DiskState(store.temp.folder()), before);
+}
+
+// Each fault ends the process with one error saying what happened; the next request, of
+// another widget, is answered by a new process at once.
+TEST(Extension, AFaultEndsTheProcessAndTheNextRequestIsAnswered) {
+    SeededStore store;
+    const struct {
+        const char* fault;
+        bool drawing;  // the fault comes with the drawing, after the request
+        const char* error;
+    } faults[] = {
+        {"crash", false, "killed by signal 11 (Segmentation fault) without answering"},
+        {"hang", false, "gave no whole answer within 2 s"},
+        {"garbage", false, "sent a reply that does not parse: not a frame of ours"},
+        {"allocate", false, "the extension ran out of its 30 MB of memory without answering"},
+        {"cut", true, "exited with status 0 in the middle of an answer"},
+    };
+    for (const auto& [fault, drawing, error] : faults) {
+        if (extensionMemoryLimit == 0 && std::string_view(fault) == "allocate") continue;
+        inject(fault, "DailyBrief", drawing ? "1" : "0");
+        Extension extension(store.extension(VELMORA_FAULTY_EXTENSION));
+        const auto entry = extension.request(brief, Request::placeholder, at);
+        ASSERT_EQ(bool(entry), drawing) << fault;
+        const auto failure =
+            drawing ? extension.draw(brief, entry->entries.front(), at, 2, ImageEncoding::argb32)
+                          .error()
+                    : entry.error();
+        EXPECT_THAT(failure.description, HasSubstr(error)) << fault;
+        EXPECT_EQ(extension.processId(), std::nullopt) << fault;
+        EXPECT_TRUE(extension.request(glance, Request::timeline, at)) << fault;
+    }
+}
+
+// An extension that ended itself after its idle time is launched again for the next request.
+TEST(Extension, AnExtensionThatSaidGoodbyeIsLaunchedAgain) {
+    SeededStore store;
+    inject("goodbye", "", "1");
+    Extension extension(store.extension(VELMORA_FAULTY_EXTENSION));
+    ASSERT_TRUE(extension.request(brief, Request::placeholder, at));
+    const auto first = extension.processId();
+    EXPECT_TRUE(extension.request(brief, Request::placeholder, at));
+    EXPECT_NE(extension.processId(), first);
+}
+
+// A simulated day of the host whose extension crashes on every third brief request: the host
+// finishes, reports each crash in one line, asks the watchlist on time, shows every placement,
+// and the store's files are as they were.
+TEST(Extension, ADayOfTheHostWithACrashingExtension) {
+    SeededStore store;
+    const diskstate::DiskState before(store.temp.folder());
+    const tempstore::TempStore out;
+    inject("crash", "DailyBrief", "2");
+    int status = -1;
+    const auto printed =
+        run("VELMORA_EXTENSION=" VELMORA_FAULTY_EXTENSION " " VELMORA_PROGRAM
+            " --at 2025-11-16T00:00:00Z --store-dir " +
+                store.temp.directory() + " host --simulate --until 2025-11-17T00:00:00Z --out " +
+                out.directory() + " 2>" + out.directory() + "/errors",
+            &status);
+    EXPECT_EQ(status, 0);
+    const std::regex watchlist(" timeline WatchlistGlance ");
+    EXPECT_EQ(std::distance(std::sregex_iterator(printed.begin(), printed.end(), watchlist), {}),
+              3 * 96);
+    std::ifstream file(out.folder() / "errors");
+    std::vector<std::string> errors;
+    // The host's own lines; a sanitizer build's runtime may add its own from dying children.
+    for (std::string line; std::getline(file, line);)
+        if (line.starts_with("velmora-widgets")) errors.push_back(line);
+    EXPECT_GE(errors.size(), 2u);
+    for (const auto& line : errors)
+        EXPECT_THAT(line,
+                    testing::MatchesRegex("velmora-widgets: error: DailyBrief system(Medium|"
+                                          "Large): the extension was killed by signal 11 .*"));
+    for (const auto& placement :
+         WidgetHost(widgets::VelmoraWidgetsBundle().body(), {}).allPlacements())
+        EXPECT_TRUE(std::filesystem::exists(
+            out.folder() /
+            (placement.kind + "-" + std::string(name(placement.family)) + "-current.png")))
+            << placement.kind;
+    EXPECT_EQ(diskstate::DiskState(store.temp.folder()), before);
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+#include "widgets/WidgetHost.h"
+
+#include "layout/Layout.h"
+#include "platform/Fatal.h"
+#include "render/PangoTextMeasurer.h"
+
+namespace widgets {
+
+using namespace ui;
+using namespace timeline;
+using namespace widgets;
+using namespace dailybrief;
+using namespace watchlist;
+
+WidgetHost::WidgetHost(std::vector<StaticConfiguration> widgets, HostSettings settings)
+    : m_widgets(std::move(widgets)), m_settings(std::move(settings)) {}
+
+const StaticConfiguration* WidgetHost::widget(std::string_view kind) const {
+    for (const auto& widget : m_widgets)
+        if (widget.kind == kind) return &widget;
+    return nullptr;
+}
+
+namespace {
+
+// "a, b, c"
+template <typename List, typename Name>
+std::string listed(const List& list, Name name) {
+    std::string text;
+    for (const auto& item : list) text += (text.empty() ? "" : ", ") + std::string(name(item));
+    return text;
+}
+
+}  // namespace
+
+platform::Result<const StaticConfiguration*> WidgetHost::widgetOfKind(std::string_view kind) const {
+    if (const auto* found = widget(kind)) return found;
+    return platform::Error{
+        "unknown widget kind \"" + std::string(kind) + "\" (kinds: " +
+        listed(m_widgets,
+               [](const StaticConfiguration& w) -> const std::string& { return w.kind; }) +
+        ")"};
+}
+
+platform::Result<Placement> WidgetHost::placement(std::string_view kind,
+                                                  std::string_view family) const {
+    const auto found = widgetOfKind(kind);
+    if (!found) return found.error();
+    const auto* configuration = *found;
+    const auto named = widgetFamilyNamed(family);
+    if (!named || !configuration->supports(*named))
+        return platform::Error{
+            "family \"" + std::string(family) + "\" is not offered by " + configuration->kind +
+            " (families: " + listed(configuration->families, timeline::name) + ")"};
+    return Placement{configuration->kind, *named};
+}
+
+std::vector<Placement> WidgetHost::allPlacements() const {
+    std::vector<Placement> placements;
+    for (const auto& widget : m_widgets)
+        for (auto family : widget.families) placements.push_back({widget.kind, family});
+    return placements;
+}
+
+AnyTimeline WidgetHost::request(const Placement& placement, Request request,
+                                const platform::Clock& clock) const {
+    const auto* configuration = widget(placement.kind);
+    VELMORA_ASSERT(configuration != nullptr);
+    TimelineProviderContext context(clock);
+    context.family = placement.family;
+    const auto canvas = layout::defaults::canvasSize(placement.family);
+    context.displayWidth = canvas.width;
+    context.displayHeight = canvas.height;
+    context.storeDirectory = m_settings.storeDirectory;
+    context.isPreview = request != Request::timeline;
+
+    std::optional<AnyTimeline> answer;
+    switch (request) {
+        case Request::placeholder: {
+            auto entry = configuration->placeholder(context);
+            const auto date = entryDate(entry);
+            answer = AnyTimeline{{std::move(entry)}, TimelineReloadPolicy::after(date)};
+            break;
+        }
+        case Request::snapshot:
+            configuration->getSnapshot(context, [&](AnyEntry entry) {
+                const auto date = entryDate(entry);
+                answer = AnyTimeline{{std::move(entry)}, TimelineReloadPolicy::after(date)};
+            });
+            break;
+        case Request::timeline:
+            configuration->getTimeline(context, [&](AnyTimeline timeline) { answer = timeline; });
+            break;
+    }
+    // Providers complete before they return; a missing answer is a provider bug.
+    VELMORA_ASSERT(answer.has_value() && !answer->entries.empty());
+    return std::move(*answer);
+}
+
+EnvironmentValues WidgetHost::environment(WidgetFamily family, platform::Date now) const {
+    EnvironmentValues env;
+    env.widgetFamily = family;
+    env.locale = m_settings.locale;
+    env.timeZone = m_settings.timeZone;
+    env.now = now;
+    env.colorScheme = m_settings.colorScheme;
+    return env;
+}
+
+View WidgetHost::content(const Placement& placement, const AnyEntry& entry,
+                         platform::Date now) const {
+    const auto* configuration = widget(placement.kind);
+    VELMORA_ASSERT(configuration != nullptr);
+    return configuration->content(entry, environment(placement.family, now));
+}
+
+layout::LayoutResult WidgetHost::draw(const Placement& placement, const AnyEntry& entry,
+                                      platform::Date now) const {
+    return layout::layoutWidget(content(placement, entry, now), environment(placement.family, now),
+                                render::pangoTextMeasurer(), m_settings.scale);
+}
+
+}  // namespace widgets
