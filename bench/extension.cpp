@@ -91,11 +91,11 @@ void InProcess(benchmark::State& state) {
     const auto& placement = placements[state.range(0)];
     const platform::FixedClock clock(at);
     const double cpuBefore = threadCpuMicroseconds();
-    (void)widgets.draw(placement, widgets.request(placement, Request::timeline, clock).entries[0],
+    (void)widgets.layOut(placement, widgets.request(placement, Request::timeline, clock).entries[0],
                        at);  // warm, as the extension is
     for (auto _ : state) {
         const auto timeline = widgets.request(placement, Request::timeline, clock);
-        const auto list = widgets.draw(placement, timeline.entries.front(), at).drawList;
+        const auto list = widgets.layOut(placement, timeline.entries.front(), at).drawList;
         const auto size = render::pixelSize(list, 2).value();
         std::vector<unsigned char> pixels(std::size_t(size.stride) * size.height);
         if (!render::paintPixels(list, 2, {pixels.data(), size.width, size.height, size.stride}))

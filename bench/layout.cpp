@@ -215,7 +215,7 @@ void BM_DrawHostileRecord(benchmark::State& state) {
     const widgets::AnyEntry entry = hostileEntry(static_cast<Hostile>(state.range(0)), brief);
     const platform::Date now = widgets::entryDate(entry);
     for (auto _ : state) {
-        const LayoutResult layout = drawingHost().draw(placement, entry, now);
+        const LayoutResult layout = drawingHost().layOut(placement, entry, now);
         benchmark::DoNotOptimize(paintToBytes(layout.drawList, ImageFormat::png, 2));
     }
     state.SetLabel(std::string(hostileNames[state.range(0)]) + ", " + placement.kind + " " +

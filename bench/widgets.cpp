@@ -103,7 +103,7 @@ void families(benchmark::internal::Benchmark* b) {
 void Layout(benchmark::State& state) {
     const auto p = placement(state);
     const auto entry = widgetHost().request(p, widgets::Request::timeline, clock()).entries.front();
-    for (auto _ : state) benchmark::DoNotOptimize(widgetHost().draw(p, entry, clock().now()));
+    for (auto _ : state) benchmark::DoNotOptimize(widgetHost().layOut(p, entry, clock().now()));
     label(state);
 }
 BENCHMARK(Layout)->Apply(families)->Unit(benchmark::kMillisecond);
@@ -112,7 +112,7 @@ void RenderPng(benchmark::State& state) {
     const auto p = placement(state);
     const auto entry = widgetHost().request(p, widgets::Request::timeline, clock()).entries.front();
     for (auto _ : state) {
-        const auto layout = widgetHost().draw(p, entry, clock().now());
+        const auto layout = widgetHost().layOut(p, entry, clock().now());
         benchmark::DoNotOptimize(
             render::paintToBytes(layout.drawList, render::ImageFormat::png, 2));
     }

@@ -1,6 +1,6 @@
 #include "cli/CommandLine.h"
-#include "gallery/GalleryFiles.h"
-#include "gallery/GalleryPage.h"
+#include "gallery/PageCards.h"
+#include "gallery/PageHtml.h"
 #include "hosting/Extension.h"
 #include "platform/AtomicFile.h"
 #include "widgets/WidgetHost.h"

@@ -1,6 +1,6 @@
 #include "cli/CommandLine.h"
-#include "gallery/GalleryFiles.h"
 #include "gallery/LivePage.h"
+#include "gallery/PageCards.h"
 #include "hosting/Extension.h"
 #include "hosting/Placements.h"
 #include "hosting/Scheduler.h"

@@ -70,7 +70,7 @@ CommandResult run(const RenderOptions& options, const GlobalOptions& globals,
     if (options.tree)
         std::fputs(dumpTree(widgets.content(placement, entry, now), Palette::names).c_str(),
                    stdout);
-    const auto layout = widgets.draw(placement, entry, now);
+    const auto layout = widgets.layOut(placement, entry, now);
     if (options.frames) std::fputs(layout::dumpFrames(layout, Palette::names).c_str(), stdout);
     if (format) {
         // Drawn in memory, then written whole: an old image stays until the new one is complete.

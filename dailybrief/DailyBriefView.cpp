@@ -4,7 +4,7 @@
 #include "style/Palette.h"
 #include "style/SignalColor.h"
 #include "style/SignalLabel.h"
-#include "timeline/WidgetLinks.h"
+#include "timeline/AppDeepLink.h"
 
 #include <cmath>
 #include <string>

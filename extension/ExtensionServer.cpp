@@ -133,7 +133,7 @@ ExtensionServer::Answer ExtensionServer::draw(const DrawRequest& r, OwnedFd fd) 
         settings.scale = r.scale;
         m_widgets = WidgetHost(m_widgets.widgets(), std::move(settings));
     }
-    const auto layout = m_widgets.draw(r.placement, r.entry, r.now);
+    const auto layout = m_widgets.layOut(r.placement, r.entry, r.now);
     const auto& list = layout.drawList;
 
     DrawingReply reply;

@@ -1,6 +1,6 @@
 #include "gallery/LivePage.h"
 
-#include "gallery/GalleryFiles.h"
+#include "gallery/PageCards.h"
 #include "hosting/Extension.h"
 #include "widgets/WidgetHost.h"
 

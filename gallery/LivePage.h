@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gallery/GalleryPage.h"
+#include "gallery/PageHtml.h"
 #include "hosting/Scheduler.h"
 #include "platform/Result.h"
 

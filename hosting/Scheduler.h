@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hosting/ExtensionBackoff.h"
+#include "hosting/RetryBackoff.h"
 #include "platform/Clock.h"
 #include "platform/Result.h"
 #include "timeline/Placement.h"
@@ -86,7 +86,7 @@ private:
     std::vector<timeline::Placement> m_placements;
     std::vector<platform::Date> m_reloadAfter;  // per placement
     std::vector<std::optional<TimelineRequestRecord>> m_latest;
-    ExtensionBackoff m_backoff;
+    RetryBackoff m_backoff;
 };
 
 }  // namespace hosting

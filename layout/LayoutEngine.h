@@ -178,8 +178,11 @@ private:
     void placeModifier(ViewRef ref, Rect rect, ProposedSize p, const Env& env, int depth);
 
     // StackLayout.cpp
+    // A stack along `axis`: a column (vertical) aligns its children across it by
+    // `columnAlignment`, a row (horizontal) by `rowAlignment`; the other one is unused.
     Arrangement arrangeStack(Axis axis, double spacing, std::vector<Child> children, ProposedSize p,
-                             ui::HorizontalAlignment vAlign, ui::VerticalAlignment hAlign);
+                             ui::HorizontalAlignment columnAlignment,
+                             ui::VerticalAlignment rowAlignment);
     bool orderIsMoot(const std::vector<PlacedChild>& children,
                      const std::vector<std::size_t>& others, Axis axis,
                      std::optional<double> crossProposal, double length);

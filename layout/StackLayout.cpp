@@ -72,8 +72,8 @@ bool Engine::orderIsMoot(const std::vector<PlacedChild>& children,
 // last, after every other child, and take the rest; their minimum lengths are held back while
 // the others are sized, so a text next to a spacer gets all the room the spacer can give up.
 Arrangement Engine::arrangeStack(Axis axis, double spacing, std::vector<Child> children,
-                                 ProposedSize p, HorizontalAlignment vAlign,
-                                 VerticalAlignment hAlign) {
+                                 ProposedSize p, HorizontalAlignment columnAlignment,
+                                 VerticalAlignment rowAlignment) {
     Arrangement out;
     const std::size_t n = children.size();
     if (n == 0) return out;
@@ -139,16 +139,16 @@ Arrangement Engine::arrangeStack(Axis axis, double spacing, std::vector<Child> c
     }
     const double mainLength = cursor - spacing;
     const bool baselines =
-        axis == Axis::horizontal && hAlign == VerticalAlignment::firstTextBaseline;
+        axis == Axis::horizontal && rowAlignment == VerticalAlignment::firstTextBaseline;
     if (baselines) crossLength = ascent + descent;
     for (auto& c : out.children) {
         const Size s = c.measured.size;
         if (axis == Axis::vertical)
-            c.offset.x = offsetFor(vAlign, crossLength - s.width);
+            c.offset.x = offsetFor(columnAlignment, crossLength - s.width);
         else if (baselines)
             c.offset.y = ascent - c.measured.baseline;
         else
-            c.offset.y = offsetFor(hAlign, crossLength - s.height);
+            c.offset.y = offsetFor(rowAlignment, crossLength - s.height);
     }
     out.measured.size =
         axis == Axis::vertical ? Size{crossLength, mainLength} : Size{mainLength, crossLength};

@@ -17,10 +17,7 @@ repetitions=${VELMORA_BENCH_REPETITIONS:-3}
 rounds=${VELMORA_BENCH_ROUNDS:-2}
 benches=(store layout paint widgets extension)
 
-generator=()
-[ -f "$build/CMakeCache.txt" ] || generator=(-G Ninja)
-cmake -S . -B "$build" "${generator[@]}" -DCMAKE_BUILD_TYPE=Release -DVELMORA_BUILD_TESTS=OFF \
-  -DVELMORA_BUILD_BENCHMARKS=ON >&2
+cmake --preset bench -B "$build" >&2
 cmake --build "$build" -j "$jobs" --target velmora-widgets "${benches[@]/#/bench_}" >&2
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/velmora-bench-XXXXXX")

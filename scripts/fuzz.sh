@@ -10,9 +10,7 @@ seconds=${1:-15}
 build=build-fuzz
 targets=(DailyBrief PortfolioSnapshot WatchlistRow WatchlistRows RoundTrip)
 
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCMAKE_CXX_COMPILER=clang++ -DVELMORA_BUILD_FUZZERS=ON -DVELMORA_BUILD_TESTS=OFF \
-  -DVELMORA_BUILD_BENCHMARKS=OFF -DVELMORA_SANITIZE=address,undefined -DVELMORA_WERROR=ON >/dev/null
+cmake --preset fuzz >/dev/null
 cmake --build "$build" --target fuzzers -j "$(nproc)"
 
 scratch=$(mktemp -d)

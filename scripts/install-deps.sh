@@ -6,7 +6,7 @@
 # real clicks, screenshots and the accessibility bus; desktop-file-utils and appstream: the checks
 # of its data files).
 set -euo pipefail
-packages=(cmake ninja-build g++ clang libclang-rt-dev pkg-config
+packages=(cmake ninja-build g++ clang libclang-rt-dev clang-format clang-tidy pkg-config
   libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libfontconfig-dev libpng-dev zlib1g-dev libisal-dev
   liburiparser-dev libseccomp-dev libcli11-dev libsystemd-dev libgtest-dev libgmock-dev libbenchmark-dev
   fonts-inter fonts-jetbrains-mono fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji

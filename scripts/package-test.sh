@@ -1,13 +1,20 @@
 #!/usr/bin/env bash
-# Builds the Debian package, checks it with lintian, installs it into a fresh minimal Debian root
+# Builds the Debian package with the distribution's hardening flags (dpkg-buildflags: fortify,
+# stack protector, read-only relocations bound now, position-independent code), checks it with
+# lintian and its programs with hardening-check, installs it into a fresh minimal Debian root
 # (mmdebstrap, with the dependencies the package names and nothing of this machine), and runs
 # the installed program there: --version, list and a render.
-#   scripts/package-test.sh [BUILD_DIR]     (default: build)
+#   scripts/package-test.sh [BUILD_DIR]     (default: build-release)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build=${1:-build}
-scripts/install-deps.sh mmdebstrap lintian
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+build=${1:-build-release}
+scripts/install-deps.sh mmdebstrap lintian devscripts
+# The flags a Debian package is built with, every hardening feature on; CMake reads CXXFLAGS and
+# LDFLAGS when it first configures a folder, and the preprocessor's flags go with the compiler's.
+export DEB_BUILD_MAINT_OPTIONS=hardening=+all
+eval "$(dpkg-buildflags --export=sh)"
+export CXXFLAGS="$CXXFLAGS $CPPFLAGS"
+cmake --preset release -B "$build" >/dev/null
 cmake --build "$build" --target velmora-widgets velmora-docs -j "$(nproc)"
 (cd "$build" && cpack -G DEB >/dev/null)
 deb=$(ls -t "$build"/velmora-widgets_*.deb | head -1)
@@ -33,5 +40,7 @@ test -s "$root/usr/share/man/man1/velmora-widgets.1.gz"
 test -x "$root/usr/libexec/velmora-widgets/velmora-widgets-desktop"
 test -s "$root/usr/share/applications/app.velmora.desktop.widgets.desktop"
 test -s "$root/tmp/brief.png"
+hardening-check "$root/usr/bin/velmora-widgets" \
+  "$root/usr/libexec/velmora-widgets/velmora-widgets-desktop"
 cp "$root/tmp/brief.png" "$build/package-brief.png"
 echo "== installed program ran: $build/package-brief.png, $(du -k "$root/usr/bin/velmora-widgets" | cut -f1) KiB program"

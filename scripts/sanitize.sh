@@ -11,14 +11,13 @@ jobs=$(nproc)
 which=${1:-all}
 suppressions=$PWD/scripts/sanitizers
 
-configure() {  # build dir, sanitizers
-  cmake -S . -B "$1" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
-    -DVELMORA_SANITIZE="$2" -DVELMORA_WERROR=ON -DVELMORA_BUILD_BENCHMARKS=OFF -DVELMORA_BUILD_TESTS=ON >/dev/null
+configure() {  # preset (CMakePresets.json): asan builds in build-asan, tsan in build-tsan
+  cmake --preset "$1" >/dev/null
 }
 
 if [[ $which == all || $which == asan ]]; then
   echo "== AddressSanitizer + UndefinedBehaviorSanitizer: build-asan, whole suite"
-  configure build-asan address,undefined
+  configure asan
   cmake --build build-asan -j "$jobs"
   # Leak checking stays on everywhere; lsan.supp says which third-party reports it drops.
   ASAN_OPTIONS=detect_leaks=1:check_initialization_order=1:strict_init_order=1:detect_stack_use_after_return=1 \
@@ -29,7 +28,7 @@ fi
 
 if [[ $which == all || $which == tsan ]]; then
   echo "== ThreadSanitizer: build-tsan, Concurrency tests"
-  configure build-tsan thread
+  configure tsan
   # The test programs holding tests whose name says Concurrency
   # (tests/<folder>/ -> <folder>_tests).
   mapfile -t targets < <(grep -rlE --include='*.cpp' 'TEST(_F|_P)?\([^)]*Concurrency' tests |

@@ -2,7 +2,7 @@
 
 #include "platform/Formatters.h"
 #include "style/Palette.h"
-#include "timeline/WidgetLinks.h"
+#include "timeline/AppDeepLink.h"
 #include "watchlist/WatchlistRows.h"
 
 #include <algorithm>

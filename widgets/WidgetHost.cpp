@@ -114,8 +114,8 @@ View WidgetHost::content(const Placement& placement, const AnyEntry& entry,
     return configuration->content(entry, environment(placement.family, now));
 }
 
-layout::LayoutResult WidgetHost::draw(const Placement& placement, const AnyEntry& entry,
-                                      platform::Date now) const {
+layout::LayoutResult WidgetHost::layOut(const Placement& placement, const AnyEntry& entry,
+                                        platform::Date now) const {
     return layout::layoutWidget(content(placement, entry, now), environment(placement.family, now),
                                 render::pangoTextMeasurer(), m_settings.scale);
 }

@@ -59,9 +59,10 @@ public:
     // The entry drawn through the widget's content, with the family in the environment.
     [[nodiscard]] ui::View content(const timeline::Placement& placement,
                                    const widgets::AnyEntry& entry, platform::Date now) const;
-    [[nodiscard]] layout::LayoutResult draw(const timeline::Placement& placement,
-                                            const widgets::AnyEntry& entry,
-                                            platform::Date now) const;
+    // That content laid out at the family's size: the frames and the draw list a painter draws.
+    [[nodiscard]] layout::LayoutResult layOut(const timeline::Placement& placement,
+                                              const widgets::AnyEntry& entry,
+                                              platform::Date now) const;
 
 private:
     [[nodiscard]] ui::EnvironmentValues environment(timeline::WidgetFamily family,

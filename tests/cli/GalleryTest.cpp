@@ -1,4 +1,4 @@
-#include "gallery/GalleryPage.h"
+#include "gallery/PageHtml.h"
 #include "layout/PlatformDefaults.h"
 #include "tests/cli/Program.h"
 #include "widgets/WidgetHost.h"

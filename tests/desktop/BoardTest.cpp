@@ -95,7 +95,7 @@ TEST(DesktopBoard, AsksNewPlacementsAndReloadedKindsOnlyAndKeepsTheOthersOnRemov
     EXPECT_TRUE(runDue(true).empty());
     ASSERT_EQ(failures.size(), 2u);
     EXPECT_EQ(failures[1].index, 2u);  // the board's index
-    EXPECT_EQ(board.nextReload(), clock.now() + ExtensionBackoff::first);
+    EXPECT_EQ(board.nextReload(), clock.now() + RetryBackoff::first);
     EXPECT_EQ(board.latest(1)->number, 1u);  // keeps its last timeline
 
     board.remove(0);
@@ -138,7 +138,7 @@ TEST(DesktopDrawing, DrawsTheRenderersPixelsInsideContinuousCornersWithLinkAndTe
     const auto drawn = drawWidget(extension, host, brief, entry.entries.front(), now, 22);
     ASSERT_TRUE(drawn.ok()) << drawn.error().description;
 
-    const auto layout = host.draw(brief, entry.entries.front(), now);
+    const auto layout = host.layOut(brief, entry.entries.front(), now);
     const auto expected = render::renderBitmap(layout.drawList, 1);
     ASSERT_EQ(drawn->width, expected.width);
     ASSERT_EQ(drawn->height, expected.height);

@@ -145,7 +145,7 @@ TEST(Extension, AnswersAsTheInProcessPathDoes) {
         EXPECT_EQ(*timeline, local.request(placement, Request::timeline, clock));
 
         const auto& entry = timeline->entries.front();
-        const auto list = local.draw(placement, entry, at).drawList;
+        const auto list = local.layOut(placement, entry, at).drawList;
         const auto size = render::pixelSize(list, 2).value();
         std::vector<unsigned char> pixels(std::size_t(size.stride) * size.height);
         ASSERT_TRUE(

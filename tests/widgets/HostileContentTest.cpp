@@ -246,7 +246,7 @@ void forEachDrawing(const tempstore::TempStore& store, const char* locale,
         SCOPED_TRACE(std::string(locale) + " " + placement.kind + " " +
                      std::string(name(placement.family)));
         const auto entry = widgets.request(placement, widgets::Request::timeline, clock).entries[0];
-        check({placement, entry, widgets.draw(placement, entry, clock.now())});
+        check({placement, entry, widgets.layOut(placement, entry, clock.now())});
     }
 }
 

@@ -12,7 +12,7 @@ namespace hosting {
 // When to ask again for a placement whose request or drawing failed: a second after its first
 // failure, twice as long after each further failure in a row up to five minutes, and never
 // later than the placement's next reload date, when it would be asked anyway.
-class ExtensionBackoff {
+class RetryBackoff {
 public:
     static constexpr std::chrono::seconds first{1};
     static constexpr std::chrono::seconds longest{300};

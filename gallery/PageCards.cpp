@@ -1,4 +1,4 @@
-#include "gallery/GalleryFiles.h"
+#include "gallery/PageCards.h"
 
 #include "hosting/Extension.h"
 #include "ui/LocalizedString.h"

@@ -1,4 +1,4 @@
-#include "timeline/WidgetLinks.h"
+#include "timeline/AppDeepLink.h"
 
 #include <string>
 

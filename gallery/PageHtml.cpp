@@ -1,4 +1,4 @@
-#include "gallery/GalleryPage.h"
+#include "gallery/PageHtml.h"
 
 #include "platform/Url.h"
 #include "style/Palette.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gallery/GalleryPage.h"
+#include "gallery/PageHtml.h"
 #include "platform/Date.h"
 #include "platform/Result.h"
 #include "timeline/Placement.h"
