@@ -20,8 +20,8 @@ View text(const char* s, double size = 10) {
 TEST(LayoutStack, SharesOutTheLengthAndAlignsTheChildren) {
     const View eight = text("a a a a a a a a");  // 75 wide; 35 per line offered 35, 25 at 25
     const View big = text("Big", 20);            // 30 × 24, the baseline at 18
-    auto row = [](VerticalAlignment alignment, std::vector<View> children) {
-        return HStack({.alignment = alignment, .spacing = 0}, std::move(children));
+    auto row = [](VerticalAlignment alignment, std::vector<View> children, double spacing = 0) {
+        return HStack({.alignment = alignment, .spacing = spacing}, std::move(children));
     };
     auto column = [](HorizontalAlignment alignment) {
         return VStack({.alignment = alignment, .spacing = 0}, {text("a"), text("bbb")});
@@ -45,6 +45,11 @@ TEST(LayoutStack, SharesOutTheLengthAndAlignsTheChildren) {
          {{"Text \"a", {2.5, 38, 15, 24}},
           {"Text \"b", {17.5, 38, 15, 24}},
           {"Text \"c", {32.5, 38, 25, 24}}}},
+        // Two children, one gap: 35 + 10 + 15 fills 60 exactly, so "a a a a" keeps one line.
+        {"one gap fewer than children",
+         row(center, {text("a a a a"), text("bbb")}, 10),
+         {60, 100},
+         {{"Text \"a", {0, 44, 35, 12}}, {"Text \"bbb", {45, 44, 15, 12}}}},
         // A padded child's baseline moves down by the top inset, a framed one's by its place
         // in the frame.
         {"padded baseline",
