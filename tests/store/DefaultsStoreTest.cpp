@@ -84,6 +84,34 @@ TEST(DefaultsStore, WriterConvertsTheTableOfEarlierVersionsAndLeavesForeignOnesA
                   ": defaults is not the table (key TEXT PRIMARY KEY NOT NULL, value)");
 }
 
+// A reader loads a value of up to valueSizeLimit bytes, data or text, and refuses one byte more.
+TEST(DefaultsStore, ReaderLoadsValuesUpToTheSizeLimitAndRefusesOneByteMore) {
+    TempStore temp;
+    auto writer = DefaultsStore::openForWriting(platform::appGroupIdentifier(), temp.folder());
+    ASSERT_TRUE(writer);
+    constexpr std::size_t limit = DefaultsStore::valueSizeLimit;
+    for (const std::size_t size : {limit, limit + 1}) {
+        const std::string text(size, 'x');
+        const Data data(size, 0xab);
+        ASSERT_TRUE(writer.value().setData("data", data));
+        ASSERT_TRUE(writer.value().setString("text", text));
+        const auto reader =
+            DefaultsStore::openSuite(platform::appGroupIdentifier(), temp.folder()).value();
+        for (const auto& [key, value] :
+             {std::pair<std::string, DefaultsValue>{"data", data}, {"text", text}}) {
+            SCOPED_TRACE(key + " of " + std::to_string(size) + " bytes");
+            const auto read = reader->valueForKey(key);
+            if (size == limit) {
+                ASSERT_TRUE(read) << read.error().description;
+                EXPECT_EQ(read.value(), value);
+            } else {
+                ASSERT_FALSE(read);
+                EXPECT_THAT(read.error().description, testing::EndsWith("exceeds the 1 MiB limit"));
+            }
+        }
+    }
+}
+
 // The variables stay changed: the store's other tests name their folders.
 TEST(StoreLocation, ExplicitFolderThenEnvironmentThenHome) {
     ::setenv("VELMORA_STORE_DIR", "/tmp/velmora-env", 1);
