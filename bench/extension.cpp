@@ -92,7 +92,7 @@ void InProcess(benchmark::State& state) {
     const platform::FixedClock clock(at);
     const double cpuBefore = threadCpuMicroseconds();
     (void)widgets.layOut(placement, widgets.request(placement, Request::timeline, clock).entries[0],
-                       at);  // warm, as the extension is
+                         at);  // warm, as the extension is
     for (auto _ : state) {
         const auto timeline = widgets.request(placement, Request::timeline, clock);
         const auto list = widgets.layOut(placement, timeline.entries.front(), at).drawList;
