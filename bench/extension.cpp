@@ -110,24 +110,18 @@ void ThroughExtension(benchmark::State& state) {
     Extension extension(launchSettings());
     const auto& placement = placements[state.range(0)];
     // Warm: launched, fonts loaded, as the in-process path is after its first drawing.
-    if (auto first = extension.request(placement, Request::timeline, at))
-        (void)extension.draw(placement, first->entries.front(), at, 2, ImageEncoding::argb32);
+    (void)extension.reload(placement, Request::timeline, at, 2, ImageEncoding::argb32);
     const pid_t pid = extension.processId().value_or(0);
     const double hostBefore = threadCpuMicroseconds();
     const double extensionBefore = processCpuMicroseconds(pid);
     for (auto _ : state) {
-        const auto timeline = extension.request(placement, Request::timeline, at);
-        if (!timeline) {
-            state.SkipWithError(timeline.error().description.c_str());
+        const auto reload =
+            extension.reload(placement, Request::timeline, at, 2, ImageEncoding::argb32);
+        if (!reload) {
+            state.SkipWithError(reload.error().description.c_str());
             break;
         }
-        const auto drawn =
-            extension.draw(placement, timeline->entries.front(), at, 2, ImageEncoding::argb32);
-        if (!drawn) {
-            state.SkipWithError(drawn.error().description.c_str());
-            break;
-        }
-        benchmark::DoNotOptimize(drawn->image.data()[0]);
+        benchmark::DoNotOptimize(reload->drawing->image.data()[0]);
     }
     state.SetLabel(placement.kind + " " + std::string(name(placement.family)));
     // Both processes' CPU time, and the extension's peak resident memory (it has drawn only
@@ -148,7 +142,7 @@ void ThroughExtension(benchmark::State& state) {
 void ColdLaunch(benchmark::State& state) {
     for (auto _ : state) {
         Extension extension(launchSettings());
-        if (!extension.request(placements[0], Request::placeholder, at))
+        if (!extension.reload(placements[0], Request::placeholder, at, 2, ImageEncoding::none))
             state.SkipWithError("no answer");
     }
 }

@@ -48,17 +48,15 @@ CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals
     std::vector<GalleryCard> cards;
     for (const auto& placement : widgets.allPlacements()) {
         for (const auto& shot : shots) {
-            const auto timeline = extension.request(placement, shot.request, clock.now());
-            auto drawn = timeline
-                             ? drawCard(extension, widgets.settings().scale, placement, shot.label,
-                                        *timeline, shot.request == Request::timeline, clock.now())
-                             : platform::Result<DrawnCard>(timeline.error());
-            if (!drawn) {
-                printError(placementName(placement) + ": " + drawn.error().description);
+            const auto reload = extension.reload(placement, shot.request, clock.now(),
+                                                 widgets.settings().scale, ImageEncoding::png);
+            if (!reload) {
+                printError(placementName(placement) + ": " + reload.error().description);
                 failed = CommandError::failure("the gallery misses the cards above");
                 continue;
             }
-            auto card = std::move(drawn).value();
+            auto card =
+                drawnCard(placement, shot.label, *reload, shot.request == Request::timeline);
             if (auto written = platform::writeFileAtomically(out / card.card.image, card.png);
                 !written)
                 return CommandError::failure(written.error().description);

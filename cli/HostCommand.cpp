@@ -85,6 +85,7 @@ public:
     HostRun(const WidgetHost& widgets, std::vector<Placement> placements, std::filesystem::path out,
             platform::StopSignals signals)
         : m_extension(extensionSettings(widgets.settings())),
+          m_scale(widgets.settings().scale),
           m_scheduler(std::move(placements)),
           m_page(widgets, m_extension, m_scheduler.placements().size()),
           m_out(std::move(out)),
@@ -96,7 +97,7 @@ public:
     CommandResult simulate(platform::Date start, platform::Date until) {
         platform::ManualClock clock(start);
         while (clock.now() < until) {
-            if (auto ran = runDue(clock); !ran) return ran.error();
+            if (auto ran = runDue(clock, ImageEncoding::none); !ran) return ran.error();
             clock.set(m_scheduler.nextReload());
         }
         std::vector<TimelineRequestRecord> latest;
@@ -124,7 +125,7 @@ public:
             }
             const platform::Date next = m_scheduler.nextReload();
             if (next <= now) {
-                auto requests = runDue(clock);
+                auto requests = runDue(clock, ImageEncoding::png);
                 if (!requests) return requests.error();
                 if (auto published = publish(*requests, clock.now()); !published) return published;
                 if (!pageAnnounced) {
@@ -178,11 +179,11 @@ private:
 
     // Runs the due requests on the worker and prints them, and those that failed.
     platform::Result<std::vector<TimelineRequestRecord>, CommandError> runDue(
-        const platform::Clock& clock) {
+        const platform::Clock& clock, ImageEncoding encoding) {
         std::vector<TimelineRequestRecord> requests;
         std::vector<RequestFailure> failures;
-        const auto source = [this](const Placement& placement, const platform::Clock& clock) {
-            return m_extension.request(placement, Request::timeline, clock.now());
+        const auto source = [&](const Placement& placement, const platform::Clock& clock) {
+            return m_extension.reload(placement, Request::timeline, clock.now(), m_scale, encoding);
         };
         if (auto ran = onWorker([&] { requests = m_scheduler.runDue(source, clock, failures); });
             !ran)
@@ -214,6 +215,7 @@ private:
     }
 
     Extension m_extension;
+    double m_scale;
     Scheduler m_scheduler;
     LivePage m_page;
     std::filesystem::path m_out;

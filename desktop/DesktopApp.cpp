@@ -535,34 +535,29 @@ private:
 
     void realized() {
         m_scale = gtk_widget_get_scale_factor(m_window);
-        setHostScale();
         GdkFrameClock* clock = gtk_widget_get_frame_clock(m_window);
         g_signal_connect_swapped(clock, "after-paint",
                                  G_CALLBACK(+[](BoardApp* self) { self->painted(); }), this);
-    }
-
-    void setHostScale() {
-        HostSettings settings = m_settings;
-        settings.scale = m_scale;
-        m_host = WidgetHost(m_widgets, settings);
     }
 
     void scaleChanged() {
         const int scale = gtk_widget_get_scale_factor(m_window);
         if (scale == m_scale) return;
         m_scale = scale;
-        setHostScale();
+        // Each widget's entry drawn again at the new scale: the same reload, at its date.
         std::vector<Answer> answers;
         for (std::size_t i = 0; i < m_views.size(); ++i)
             if (const auto& record = m_board.latest(i))
-                answers.push_back({record->placement, record->requestedAt, record->timeline});
-        m_worker->post([this, answers, host = m_host](Extension& extension) mutable {
-            for (auto& answer : answers) drawAnswer(extension, host, answer);
-            return [this, answers] {
-                for (const auto& answer : answers)
-                    if (*answer.drawn) show(answer.placement, **answer.drawn);
-            };
-        });
+                answers.push_back({record->placement, record->requestedAt});
+        m_worker->post(
+            [this, answers, host = m_host, scale = m_scale](Extension& extension) mutable {
+                for (auto& answer : answers)
+                    reloadAnswer(extension, host, Request::timeline, scale, answer);
+                return [this, answers] {
+                    for (const auto& answer : answers)
+                        if (answer.drawn && *answer.drawn) show(answer.placement, **answer.drawn);
+                };
+            });
     }
 
     void addView(const Placement& placement) {
@@ -594,31 +589,44 @@ private:
         }
         if (answers.empty()) return armTimer();
         m_asking = true;
-        m_worker->post([this, answers, now, host = m_host,
+        m_worker->post([this, answers, now, host = m_host, scale = m_scale,
                         changes = m_boardChanges](Extension& extension) mutable {
             for (auto& answer : answers) {
-                answer.timeline = extension.request(answer.placement, Request::timeline, now);
-                if (answer.timeline) drawAnswer(extension, host, answer);
+                reloadAnswer(extension, host, Request::timeline, scale, answer);
                 if (answer.blank && !(answer.drawn && *answer.drawn))
-                    drawPlaceholder(extension, host, answer);
+                    drawPlaceholder(extension, host, scale, answer);
             }
             return [this, answers, now, changes] { answered(answers, now, changes); };
         });
     }
 
-    static void drawAnswer(Extension& extension, const WidgetHost& host, Answer& answer) {
-        answer.drawn =
-            drawWidget(extension, host, answer.placement, answer.timeline->entries.front(),
-                       answer.at, boardSettings.cornerRadius);
+    // The widget's display name, as the board's label and a screen reader say it.
+    static std::string label(const WidgetHost& host, const Placement& placement) {
+        return ui::resolveText(ui::TextNode{host.widget(placement.kind)->displayName}, std::nullopt,
+                               host.settings().locale);
     }
 
-    static void drawPlaceholder(Extension& extension, const WidgetHost& host, Answer& answer) {
-        const auto placeholder =
-            extension.request(answer.placement, Request::placeholder, answer.at);
-        if (!placeholder) return;
-        auto drawn = drawWidget(extension, host, answer.placement, placeholder->entries.front(),
-                                answer.at, boardSettings.cornerRadius);
-        if (drawn) answer.placeholder = std::move(drawn).value();
+    // One reload in the extension, drawn at `scale`: the timeline, and the widget cut to its
+    // corners, or why either failed.
+    static void reloadAnswer(Extension& extension, const WidgetHost& host, Request request,
+                             double scale, Answer& answer) {
+        auto reload =
+            extension.reload(answer.placement, request, answer.at, scale, ImageEncoding::argb32);
+        if (!reload) {
+            answer.timeline = reload.error();
+            return;
+        }
+        answer.timeline = std::move(reload->timeline);
+        answer.drawn = drawnWidget(*reload->drawing, scale, boardSettings.cornerRadius,
+                                   label(host, answer.placement));
+    }
+
+    static void drawPlaceholder(Extension& extension, const WidgetHost& host, double scale,
+                                Answer& answer) {
+        Answer placeholder{answer.placement, answer.at};
+        reloadAnswer(extension, host, Request::placeholder, scale, placeholder);
+        if (placeholder.drawn && *placeholder.drawn)
+            answer.placeholder = std::move(*placeholder.drawn).value();
     }
 
     void answered(const std::vector<Answer>& answers, platform::Date now, std::size_t changes) {
@@ -630,10 +638,14 @@ private:
         };
         std::vector<RequestFailure> failures;
         const platform::FixedClock clock(now);
-        const auto asked =
-            m_board.runDue([&](const Placement& placement,
-                               const platform::Clock&) { return answerOf(placement).timeline; },
-                           clock, failures);
+        const auto asked = m_board.runDue(
+            [&](const Placement& placement,
+                const platform::Clock&) -> platform::Result<ExtensionReload> {
+                const auto& timeline = answerOf(placement).timeline;
+                if (!timeline) return timeline.error();
+                return ExtensionReload{*timeline, std::nullopt};
+            },
+            clock, failures);
         for (auto index : asked) {
             const auto& record = *m_board.latest(index);
             g_log(logDomain, G_LOG_LEVEL_DEBUG, "timeline %s %s -> reload after %s",
@@ -845,9 +857,8 @@ private:
         // The placeholder comes from the extension; the view waits for it, held until then.
         g_object_ref(view);
         m_worker->post([view, answer = Answer{placement, platform::systemClock().now()},
-                        host = m_host](Extension& extension) mutable {
-            answer.timeline = extension.request(answer.placement, Request::placeholder, answer.at);
-            if (answer.timeline) drawAnswer(extension, host, answer);
+                        host = m_host, scale = m_scale](Extension& extension) mutable {
+            reloadAnswer(extension, host, Request::placeholder, scale, answer);
             return [view, answer]() mutable {
                 if (answer.drawn && *answer.drawn && gtk_widget_get_root(view) != nullptr) {
                     answer.drawn->value().label +=
@@ -871,7 +882,7 @@ private:
 
     std::vector<widgets::StaticConfiguration> m_widgets;
     HostSettings m_settings;
-    WidgetHost m_host;  // drawing at the window's scale
+    WidgetHost m_host;  // the bundle: its widgets' names, families and placements
     std::filesystem::path m_placementsFile;
     DesktopBoard m_board;
     std::size_t m_boardChanges = 0;  // placements placed, removed or reloaded so far

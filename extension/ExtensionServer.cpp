@@ -90,7 +90,7 @@ ExtensionServer::~ExtensionServer() {
     for (const auto& [id, mapping] : m_buffers) ::munmap(mapping.data, mapping.size);
 }
 
-unsigned char* ExtensionServer::buffer(const DrawRequest& request, const OwnedFd& fd) {
+unsigned char* ExtensionServer::buffer(const ReloadRequest& request, const OwnedFd& fd) {
     // A host keeps a few buffers; one that has more in use is refused rather than mapped.
     constexpr std::size_t mostBuffers = 64;
     if (auto known = m_buffers.find(request.buffer); known != m_buffers.end())
@@ -109,53 +109,41 @@ unsigned char* ExtensionServer::buffer(const DrawRequest& request, const OwnedFd
 }
 
 ExtensionServer::Answer ExtensionServer::answer(const ExtensionMessage& request, OwnedFd fd) {
-    return std::visit(
-        platform::Overloaded{
-            [&](const ProviderRequest& r) -> Answer {
-                if (auto unknown = unknownPlacement(m_widgets, r.placement))
-                    return {failed(r.id, *unknown), {}};
-                const platform::FixedClock clock(r.now);
-                return {TimelineReply{r.id, m_widgets.request(r.placement, r.request, clock)}, {}};
-            },
-            [&](const DrawRequest& r) { return draw(r, std::move(fd)); },
-            [](const auto&) -> Answer {
-                return {failed(0, "not a request"), {}};
-            }},
-        request);
+    if (const auto* reload = std::get_if<ReloadRequest>(&request))
+        return this->reload(*reload, std::move(fd));
+    return {failed(0, "not a request"), {}};
 }
 
-ExtensionServer::Answer ExtensionServer::draw(const DrawRequest& r, OwnedFd fd) {
+ExtensionServer::Answer ExtensionServer::reload(const ReloadRequest& r, OwnedFd fd) {
     if (auto unknown = unknownPlacement(m_widgets, r.placement))
         return {failed(r.id, *unknown), {}};
     if (!(r.scale >= 1 && r.scale <= 3)) return {failed(r.id, "a scale outside 1 to 3"), {}};
-    if (r.scale != m_widgets.settings().scale) {  // layout rounds to the scale's pixels
-        auto settings = m_widgets.settings();
-        settings.scale = r.scale;
-        m_widgets = WidgetHost(m_widgets.widgets(), std::move(settings));
-    }
-    const auto layout = m_widgets.layOut(r.placement, r.entry, r.now);
-    const auto& list = layout.drawList;
+    const platform::FixedClock clock(r.now);
+    ReloadReply reply{r.id, m_widgets.request(r.placement, r.request, clock), std::nullopt};
+    if (r.encoding == ImageEncoding::none) return {std::move(reply), {}};
 
-    DrawingReply reply;
-    reply.id = r.id;
-    reply.encoding = r.encoding;
-    reply.canvasWidth = list.canvas.width;
-    reply.canvasHeight = list.canvas.height;
-    if (list.url) reply.url = list.url->text();
+    // The entry a host shows, built into a view once: laid out, painted and read out.
+    const auto view = m_widgets.content(r.placement, reply.timeline.entries.front(), r.now);
+    const auto layout = m_widgets.layOut(view, r.placement.family, r.now, r.scale);
+    const auto& list = layout.drawList;
+    Drawing& drawing = reply.drawing.emplace();
+    drawing.encoding = r.encoding;
+    drawing.canvasWidth = list.canvas.width;
+    drawing.canvasHeight = list.canvas.height;
+    if (list.url) drawing.url = list.url->text();
+    for (const auto& text : layout::readingOrderTexts(view, m_widgets.settings().locale))
+        drawing.texts += (drawing.texts.empty() ? "" : "\n") + text;
     const auto size = render::pixelSize(list, r.scale);
     if (!size) return {failed(r.id, "a canvas that cannot be drawn"), {}};
-    reply.width = size->width;
-    reply.height = size->height;
-    reply.stride = size->stride;
+    drawing.width = size->width;
+    drawing.height = size->height;
+    drawing.stride = size->stride;
 
     platform::Result<OwnedFd> image = OwnedFd();
     if (r.encoding == ImageEncoding::argb32) {
-        reply.byteCount = std::uint64_t(size->stride) * std::uint64_t(size->height);
-        unsigned char* pixels = r.bufferSize >= reply.byteCount ? buffer(r, fd) : nullptr;
+        drawing.byteCount = std::uint64_t(size->stride) * std::uint64_t(size->height);
+        unsigned char* pixels = r.bufferSize >= drawing.byteCount ? buffer(r, fd) : nullptr;
         if (pixels == nullptr) return {failed(r.id, "no buffer for the drawing"), {}};
-        const auto view = m_widgets.content(r.placement, r.entry, r.now);
-        for (const auto& text : layout::readingOrderTexts(view, m_widgets.settings().locale))
-            reply.texts += (reply.texts.empty() ? "" : "\n") + text;
         if (auto painted = render::paintPixels(list, r.scale,
                                                {pixels, size->width, size->height, size->stride});
             !painted)
@@ -164,14 +152,14 @@ ExtensionServer::Answer ExtensionServer::draw(const DrawRequest& r, OwnedFd fd) 
         auto png = render::paintToBytes(list, render::ImageFormat::png, r.scale);
         if (!png) return {failed(r.id, png.error().description), {}};
         const auto& bytes = *png;
-        reply.byteCount = bytes.size();
+        drawing.byteCount = bytes.size();
         image = sealedImage(bytes.size(), [&](void* memory) -> std::optional<std::string> {
             std::memcpy(memory, bytes.data(), bytes.size());
             return std::nullopt;
         });
     }
     if (!image) return {failed(r.id, image.error().description), {}};
-    return {reply, std::move(image).value()};
+    return {std::move(reply), std::move(image).value()};
 }
 
 platform::Result<void> ExtensionServer::serve(ExtensionChannel& channel,
@@ -188,8 +176,7 @@ platform::Result<void> ExtensionServer::serve(ExtensionChannel& channel,
             return platform::Error{error.description};
         }
         const auto& request = received->message;
-        if (!std::holds_alternative<ProviderRequest>(request) &&
-            !std::holds_alternative<DrawRequest>(request))
+        if (!std::holds_alternative<ReloadRequest>(request))
             return platform::Error{"the host sent what only an extension sends"};
         auto answer = this->answer(request, std::move(received.value().fd));
         if (auto sent = channel.send(answer.reply, answer.image.get()); !sent) {

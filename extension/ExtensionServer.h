@@ -15,8 +15,8 @@ namespace extension {
 // extensionOutOfMemoryStatus and one line on standard error instead of an abort.
 void prepareExtensionMemory();
 
-// The extension process's side of the channel: answers provider requests and drawings with
-// the bundle's providers and views, one at a time, in the order they come.
+// The extension process's side of the channel: answers reloads with the bundle's providers and
+// views, one at a time, in the order they come.
 class ExtensionServer {
 public:
     explicit ExtensionServer(widgets::WidgetHost widgets) : m_widgets(std::move(widgets)) {}
@@ -38,9 +38,9 @@ public:
     platform::Result<void> serve(ipc::ExtensionChannel& channel, std::chrono::milliseconds idle);
 
 private:
-    [[nodiscard]] Answer draw(const ipc::DrawRequest& request, platform::OwnedFd fd);
+    [[nodiscard]] Answer reload(const ipc::ReloadRequest& request, platform::OwnedFd fd);
     // The host's buffer of a drawing, mapped on first use and kept; null when there is none.
-    [[nodiscard]] unsigned char* buffer(const ipc::DrawRequest& request,
+    [[nodiscard]] unsigned char* buffer(const ipc::ReloadRequest& request,
                                         const platform::OwnedFd& fd);
 
     struct Mapping {

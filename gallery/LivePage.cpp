@@ -20,19 +20,23 @@ PageUpdate LivePage::update(const std::vector<TimelineRequestRecord>& requests,
     auto& files = update.files;
     const double scale = m_widgets.settings().scale;
     for (const auto& request : requests) {
-        auto drawn = drawCard(m_extension, scale, request.placement, "current", request.timeline,
-                              true, request.requestedAt);
-        if (!drawn) {
-            update.failures.emplace_back(request.index, drawn.error());
+        std::optional<DrawnCard> drawn;
+        if (request.drawing) {
+            drawn =
+                drawnCard(request.placement, "current", {request.timeline, request.drawing}, true);
+        } else if (auto again =
+                       m_extension.reload(request.placement, Request::timeline, request.requestedAt,
+                                          scale, ImageEncoding::png)) {
+            drawn = drawnCard(request.placement, "current", *again, true);
+        } else {
+            update.failures.emplace_back(request.index, again.error());
             if (m_cards[request.index]) continue;
-            const auto placeholder =
-                m_extension.request(request.placement, Request::placeholder, now);
+            const auto placeholder = m_extension.reload(request.placement, Request::placeholder,
+                                                        now, scale, ImageEncoding::png);
             if (!placeholder) continue;
-            drawn = drawCard(m_extension, scale, request.placement, "current", *placeholder, false,
-                             now);
-            if (!drawn) continue;
+            drawn = drawnCard(request.placement, "current", *placeholder, false);
         }
-        auto card = std::move(drawn).value();
+        auto card = std::move(*drawn);
         files.push_back({card.card.image, std::move(card.png)});
         // A new address per version, so a refreshing browser never shows a cached image.
         card.card.image += "?v=" + std::to_string(request.number);

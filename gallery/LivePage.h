@@ -45,9 +45,10 @@ public:
     LivePage(const widgets::WidgetHost& widgets, hosting::Extension& extension,
              std::size_t placementCount);
 
-    // Draws each request's entry into its placement's card and image, then the page with every
-    // card drawn so far. A placement whose drawing fails keeps its card; one that has none yet
-    // gets its placeholder, drawn at `now`, when that can be drawn.
+    // Makes each request's card and image from the drawing its reload brought (one reloaded
+    // without drawing, as a simulation does, is reloaded again at its date, drawn), then the page
+    // with every card so far. A placement whose drawing fails keeps its card; one that has none
+    // yet gets its placeholder, drawn at `now`, when that can be drawn.
     [[nodiscard]] PageUpdate update(const std::vector<hosting::TimelineRequestRecord>& requests,
                                     platform::Date now);
 

@@ -1,6 +1,7 @@
 #include "gallery/PageCards.h"
 
 #include "hosting/Extension.h"
+#include "platform/Fatal.h"
 #include "ui/LocalizedString.h"
 #include "widgets/WidgetHost.h"
 
@@ -37,12 +38,12 @@ std::string galleryImageName(const Placement& placement, std::string_view reques
            ".png";
 }
 
-platform::Result<DrawnCard> drawCard(Extension& extension, double scale, const Placement& placement,
-                                     std::string_view request, const AnyTimeline& timeline,
-                                     bool showReload, platform::Date now) {
+DrawnCard drawnCard(const Placement& placement, std::string_view request,
+                    const ExtensionReload& reload, bool showReload) {
+    const auto& timeline = reload.timeline;
     const auto& entry = timeline.entries.front();
-    auto drawing = extension.draw(placement, entry, now, scale, ImageEncoding::png);
-    if (!drawing) return drawing.error();
+    VELMORA_ASSERT(reload.drawing.has_value());
+    const auto& drawing = reload.drawing;
 
     DrawnCard drawn;
     drawn.card.image = galleryImageName(placement, request);

@@ -18,7 +18,7 @@ class WidgetHost;
 }  // namespace widgets
 
 namespace hosting {
-class Extension;
+struct ExtensionReload;
 }  // namespace hosting
 
 namespace gallery {
@@ -40,14 +40,11 @@ struct DrawnCard {
     std::string png;
 };
 
-// Draws the first entry of `timeline` for `placement` at `now` in the extension process, as PNG
-// at `scale`. `showReload`: the card names the timeline's reload date (a timeline request), else
-// "—" (a placeholder). An error when the extension could not draw it.
-[[nodiscard]] platform::Result<DrawnCard> drawCard(hosting::Extension& extension, double scale,
-                                                   const timeline::Placement& placement,
-                                                   std::string_view request,
-                                                   const widgets::AnyTimeline& timeline,
-                                                   bool showReload, platform::Date now);
+// The card of a reload the extension answered with a PNG of the timeline's first entry.
+// `showReload`: the card names the timeline's reload date (a timeline request), else "—" (a
+// placeholder).
+[[nodiscard]] DrawnCard drawnCard(const timeline::Placement& placement, std::string_view request,
+                                  const hosting::ExtensionReload& reload, bool showReload);
 
 // The cards under their widgets' display names and descriptions, widgets in bundle order, each
 // widget's cards in the order given; widgets without cards are left out.

@@ -4,7 +4,6 @@
 #include "layout/ContinuousCorners.h"
 #include "render/Painter.h"
 #include "ui/LocalizedString.h"
-#include "widgets/WidgetHost.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,27 +20,23 @@ namespace hosting {
 
 using namespace ui;
 
-platform::Result<DrawnWidget> drawWidget(Extension& extension, const WidgetHost& host,
-                                         const Placement& placement, const widgets::AnyEntry& entry,
-                                         platform::Date now, double cornerRadius) {
-    const double scale = host.settings().scale;
-    auto drawing = extension.draw(placement, entry, now, scale, ImageEncoding::argb32);
-    if (!drawing) return drawing.error();
+platform::Result<DrawnWidget> drawnWidget(const ExtensionDrawing& drawing, double scale,
+                                          double cornerRadius, std::string label) {
     layout::DrawList shape;
-    shape.canvas = drawing->canvas;
+    shape.canvas = drawing.canvas;
     const auto size = render::pixelSize(shape, scale);
-    if (!size || size->width != drawing->width || size->height != drawing->height ||
-        size->stride != drawing->stride)
-        return platform::Error{"the extension drew " + placement.kind + " at another size"};
+    if (!size || size->width != drawing.width || size->height != drawing.height ||
+        size->stride != drawing.stride)
+        return platform::Error{"the extension drew " + label + " at another size"};
     const std::size_t bytes = std::size_t(size->stride) * std::size_t(size->height);
     auto pixels = std::make_shared_for_overwrite<unsigned char[]>(bytes);
-    std::memcpy(pixels.get(), drawing->image.data(), bytes);
+    std::memcpy(pixels.get(), drawing.image.data(), bytes);
 
     // The corners go afterwards, by the coverage of the rounded canvas: drawn through a clip,
     // the glyphs and hairlines near the edges would blend a shade differently from the
     // renderer's own images. Only the bands along the top and bottom edges hold corners, so the
     // coverage is painted for their rows alone, into one band's buffer.
-    const layout::Size canvas = drawing->canvas;
+    const layout::Size canvas = drawing.canvas;
     const int band = std::min(
         size->height, int(std::ceil(layout::continuousCornerExtent * cornerRadius * scale)) + 1);
     auto coverage = std::make_unique_for_overwrite<unsigned char[]>(std::size_t(size->stride) *
@@ -82,10 +77,9 @@ platform::Result<DrawnWidget> drawWidget(Extension& extension, const WidgetHost&
     drawn.width = size->width;
     drawn.height = size->height;
     drawn.stride = size->stride;
-    if (drawing->url) drawn.link = platform::Url::parse(*drawing->url);
-    drawn.label = resolveText(TextNode{host.widget(placement.kind)->displayName}, std::nullopt,
-                              host.settings().locale);
-    drawn.description = std::move(drawing->texts);
+    if (drawing.url) drawn.link = platform::Url::parse(*drawing.url);
+    drawn.label = std::move(label);
+    drawn.description = drawing.texts;
     return drawn;
 }
 

@@ -1,26 +1,15 @@
 #pragma once
 
-#include "platform/Date.h"
 #include "platform/Result.h"
 #include "platform/Url.h"
-#include "timeline/Placement.h"
-#include "ui/View.h"
-#include "widgets/AnyEntry.h"
 
-#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <vector>
-
-namespace widgets {
-class WidgetHost;
-}  // namespace widgets
 
 namespace hosting {
 
-class Extension;
+struct ExtensionDrawing;
 
 // A widget as the board shows it: its pixels, what a tap opens and what a screen reader says.
 struct DrawnWidget {
@@ -34,13 +23,11 @@ struct DrawnWidget {
     std::string description;  // its texts in reading order, one a line
 };
 
-// Draws `entry` of `placement` as it stands at `now` in the extension, at the host's scale, then
-// cuts it to continuous corners of `cornerRadius` points. Everything the board shows of a widget
-// comes from here.
-[[nodiscard]] platform::Result<DrawnWidget> drawWidget(Extension& extension,
-                                                       const widgets::WidgetHost& host,
-                                                       const timeline::Placement& placement,
-                                                       const widgets::AnyEntry& entry,
-                                                       platform::Date now, double cornerRadius);
+// The board's widget from an ARGB32 drawing the extension made at `scale`: its pixels, cut to
+// continuous corners of `cornerRadius` points, its link and its texts; `label` is the widget's
+// display name. Everything the board shows of a widget comes from here.
+[[nodiscard]] platform::Result<DrawnWidget> drawnWidget(const ExtensionDrawing& drawing,
+                                                        double scale, double cornerRadius,
+                                                        std::string label);
 
 }  // namespace hosting

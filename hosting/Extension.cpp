@@ -70,8 +70,7 @@ std::string endOf(int status, std::uint64_t memoryLimit) {
 constexpr std::size_t bufferSize = 8 << 20;
 
 // What a drawing reply says of its image, checked: an error naming what is wrong.
-platform::Result<void> checkDrawing(const DrawingReply& reply, ImageEncoding asked,
-                                    std::uint64_t room) {
+platform::Result<void> checkDrawing(const Drawing& reply, ImageEncoding asked, std::uint64_t room) {
     using platform::Error;
     if (reply.encoding != asked) return Error{"a drawing in another encoding"};
     constexpr int largest = 1 << 14;
@@ -88,7 +87,7 @@ platform::Result<void> checkDrawing(const DrawingReply& reply, ImageEncoding ask
 }
 
 // The PNG a drawing reply points at: a sealed memfd as large as the reply says, mapped.
-platform::Result<ExtensionImage> mapImage(const DrawingReply& reply, const OwnedFd& fd) {
+platform::Result<ExtensionImage> mapImage(const Drawing& reply, const OwnedFd& fd) {
     using platform::Error;
     if (!fd.valid()) return Error{"a drawing without its image"};
     // Sealed against shrinking, a mapping can never reach past the file's end; sealed against
@@ -278,52 +277,48 @@ platform::Result<ReceivedMessage> Extension::exchange(const ExtensionMessage& re
     return fail("the extension ended itself twice without answering");
 }
 
-platform::Result<widgets::AnyTimeline> Extension::request(const Placement& placement,
-                                                          Request request, platform::Date now) {
-    auto reply = exchange(ProviderRequest{++m_lastId, placement, request, now});
-    if (!reply) return reply.error();
-    if (auto* failure = std::get_if<FailureReply>(&reply->message))
-        return platform::Error{failure->description};
-    auto* timeline = std::get_if<TimelineReply>(&reply->message);
-    if (timeline == nullptr) return fail("the extension answered a request with something else");
-    if (timeline->timeline.entries.empty()) return fail("the extension answered with no entry");
-    return std::move(timeline->timeline);
-}
-
-platform::Result<ExtensionDrawing> Extension::draw(const Placement& placement,
-                                                   const widgets::AnyEntry& entry,
-                                                   platform::Date now, double scale,
-                                                   ImageEncoding encoding) {
-    DrawRequest request{++m_lastId, placement, entry, now, scale, encoding};
+platform::Result<ExtensionReload> Extension::reload(const Placement& placement, Request request,
+                                                    platform::Date now, double scale,
+                                                    ImageEncoding encoding) {
+    ReloadRequest asked{++m_lastId, placement, request, now, scale, encoding};
     std::shared_ptr<ExtensionMemory> buffer;
     if (encoding == ImageEncoding::argb32) {
         auto free = freeBuffer();
         if (!free) return free.error();
         buffer = std::move(free).value();
-        request.buffer = buffer->id;
-        request.bufferSize = buffer->size;
+        asked.buffer = buffer->id;
+        asked.bufferSize = buffer->size;
     }
-    auto reply = exchange(request, buffer ? buffer->fd.get() : -1);
+    auto reply = exchange(asked, buffer ? buffer->fd.get() : -1);
     if (!reply) return reply.error();
     if (auto* failure = std::get_if<FailureReply>(&reply->message))
         return platform::Error{failure->description};
-    auto* drawing = std::get_if<DrawingReply>(&reply->message);
-    if (drawing == nullptr) return fail("the extension answered a drawing with something else");
-    if (auto checked = checkDrawing(*drawing, encoding, buffer ? buffer->size : UINT64_MAX);
+    auto* reloaded = std::get_if<ReloadReply>(&reply->message);
+    if (reloaded == nullptr) return fail("the extension answered a reload with something else");
+    if (reloaded->timeline.entries.empty()) return fail("the extension answered with no entry");
+    ExtensionReload answer{std::move(reloaded->timeline), std::nullopt};
+    if (encoding == ImageEncoding::none) {
+        if (reloaded->drawing) return fail("the extension sent a drawing nobody asked for");
+        return answer;
+    }
+    if (!reloaded->drawing) return fail("the extension answered a reload without its drawing");
+    const Drawing& drawing = *reloaded->drawing;
+    if (auto checked = checkDrawing(drawing, encoding, buffer ? buffer->size : UINT64_MAX);
         !checked)
         return fail("the extension sent " + checked.error().description);
     auto image = buffer
-                     ? platform::Result<ExtensionImage>(ExtensionImage(buffer, drawing->byteCount))
-                     : mapImage(*drawing, reply->fd);
+                     ? platform::Result<ExtensionImage>(ExtensionImage(buffer, drawing.byteCount))
+                     : mapImage(drawing, reply->fd);
     if (!image) return fail("the extension sent " + image.error().description);
-    return ExtensionDrawing{std::move(image).value(),
-                            drawing->encoding,
-                            drawing->width,
-                            drawing->height,
-                            drawing->stride,
-                            {drawing->canvasWidth, drawing->canvasHeight},
-                            drawing->url,
-                            drawing->texts};
+    answer.drawing = ExtensionDrawing{std::move(image).value(),
+                                      drawing.encoding,
+                                      drawing.width,
+                                      drawing.height,
+                                      drawing.stride,
+                                      {drawing.canvasWidth, drawing.canvasHeight},
+                                      drawing.url,
+                                      drawing.texts};
+    return answer;
 }
 
 }  // namespace hosting

@@ -64,7 +64,13 @@ struct ExtensionDrawing {
     int stride = 0;
     layout::Size canvas;
     std::optional<std::string> url;
-    std::string texts;  // for argb32: what the widget says in reading order, a line each
+    std::string texts;  // what the widget says in reading order, a line each
+};
+
+// What a reload brought: the timeline, and the drawing of its first entry when one was asked.
+struct ExtensionReload {
+    widgets::AnyTimeline timeline;
+    std::optional<ExtensionDrawing> drawing;
 };
 
 // A host's extension process. Launched for the first request, held to the memory limit, kept
@@ -80,12 +86,12 @@ public:
     Extension& operator=(const Extension&) = delete;
     ~Extension() { end(); }
 
-    [[nodiscard]] platform::Result<widgets::AnyTimeline> request(
-        const timeline::Placement& placement, widgets::Request request, platform::Date now);
-    [[nodiscard]] platform::Result<ExtensionDrawing> draw(const timeline::Placement& placement,
-                                                          const widgets::AnyEntry& entry,
-                                                          platform::Date now, double scale,
-                                                          ipc::ImageEncoding encoding);
+    // One reload, one exchange: the placement's placeholder, snapshot or timeline at `now`, and
+    // unless `encoding` is none the drawing of its first entry at `scale`.
+    [[nodiscard]] platform::Result<ExtensionReload> reload(const timeline::Placement& placement,
+                                                           widgets::Request request,
+                                                           platform::Date now, double scale,
+                                                           ipc::ImageEncoding encoding);
 
     // The running process, if one runs.
     [[nodiscard]] std::optional<pid_t> processId() const;

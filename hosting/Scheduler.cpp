@@ -32,16 +32,21 @@ std::vector<TimelineRequestRecord> Scheduler::runDue(const TimelineSource& sourc
     const platform::Date now = clock.now();
     std::vector<TimelineRequestRecord> records;
     for (const std::size_t i : dueAt(now)) {
-        auto timeline = source(m_placements[i], clock);
-        if (!timeline) {
+        auto reload = source(m_placements[i], clock);
+        if (!reload) {
             // Asked again after the back-off: the reload date it had has passed.
             m_reloadAfter[i] = std::max(m_backoff.failed(i, now, std::nullopt),
                                         now + std::chrono::microseconds(1));
-            failures.push_back({i, m_placements[i], timeline.error(), m_reloadAfter[i]});
+            failures.push_back({i, m_placements[i], reload.error(), m_reloadAfter[i]});
             continue;
         }
         const std::size_t number = m_latest[i] ? m_latest[i]->number + 1 : 1;
-        TimelineRequestRecord record{i, number, m_placements[i], now, std::move(timeline).value()};
+        TimelineRequestRecord record{i,
+                                     number,
+                                     m_placements[i],
+                                     now,
+                                     std::move(reload->timeline),
+                                     std::move(reload->drawing)};
         // A reload date at or before now would make the host ask again at once, in a tight
         // loop: wait at least until the next moment after this request.
         m_reloadAfter[i] =
@@ -57,7 +62,8 @@ std::vector<TimelineRequestRecord> Scheduler::runDue(const WidgetHost& host,
     std::vector<RequestFailure> failures;  // stays empty: the widgets here always answer
     return runDue(
         [&](const Placement& placement, const platform::Clock& clock) {
-            return platform::Result<AnyTimeline>(host.request(placement, Request::timeline, clock));
+            return platform::Result<ExtensionReload>(
+                ExtensionReload{host.request(placement, Request::timeline, clock), std::nullopt});
         },
         clock, failures);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hosting/Extension.h"
 #include "hosting/RetryBackoff.h"
 #include "platform/Clock.h"
 #include "platform/Result.h"
@@ -21,6 +22,7 @@ struct TimelineRequestRecord {
     timeline::Placement placement;
     platform::Date requestedAt;
     widgets::AnyTimeline timeline;
+    std::optional<ExtensionDrawing> drawing;  // its first entry, when the source drew it
 };
 
 // A placement whose request or drawing failed, and when it is asked again.
@@ -31,10 +33,10 @@ struct RequestFailure {
     platform::Date retryAt;
 };
 
-// Where timelines come from: the extension process, whose requests may fail, or the widgets in
-// this process.
-using TimelineSource = std::function<platform::Result<widgets::AnyTimeline>(
-    const timeline::Placement&, const platform::Clock&)>;
+// Where timelines come from: the extension process, whose reloads may fail and bring the first
+// entry drawn, or the widgets in this process.
+using TimelineSource = std::function<platform::Result<ExtensionReload>(const timeline::Placement&,
+                                                                       const platform::Clock&)>;
 
 // The host's core, whatever shows the widgets (the `host` command's folder, a desktop board):
 // the placed widgets and when each wants its next timeline. A placement is due when it has never

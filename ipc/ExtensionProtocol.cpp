@@ -62,22 +62,19 @@ template <Is<Placement> T>
 auto fields(T& p) {
     return std::tie(p.kind, p.family);
 }
-template <Is<ProviderRequest> T>
+template <Is<ReloadRequest> T>
 auto fields(T& m) {
-    return std::tie(m.id, m.placement, m.request, m.now);
+    return std::tie(m.id, m.placement, m.request, m.now, m.scale, m.encoding, m.buffer,
+                    m.bufferSize);
 }
-template <Is<DrawRequest> T>
-auto fields(T& m) {
-    return std::tie(m.id, m.placement, m.entry, m.now, m.scale, m.encoding, m.buffer, m.bufferSize);
+template <Is<Drawing> T>
+auto fields(T& d) {
+    return std::tie(d.encoding, d.width, d.height, d.stride, d.byteCount, d.canvasWidth,
+                    d.canvasHeight, d.url, d.texts);
 }
-template <Is<TimelineReply> T>
+template <Is<ReloadReply> T>
 auto fields(T& m) {
-    return std::tie(m.id, m.timeline);
-}
-template <Is<DrawingReply> T>
-auto fields(T& m) {
-    return std::tie(m.id, m.encoding, m.width, m.height, m.stride, m.byteCount, m.canvasWidth,
-                    m.canvasHeight, m.url, m.texts);
+    return std::tie(m.id, m.timeline, m.drawing);
 }
 template <Is<FailureReply> T>
 auto fields(T& m) {
@@ -96,7 +93,7 @@ constexpr std::uint8_t lastValue(Request) {
     return std::uint8_t(Request::timeline);
 }
 constexpr std::uint8_t lastValue(ImageEncoding) {
-    return std::uint8_t(ImageEncoding::png);
+    return std::uint8_t(ImageEncoding::none);
 }
 
 class Writer {

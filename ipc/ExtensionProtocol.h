@@ -14,64 +14,48 @@
 
 // What the host and its extension process say to each other over their socket. Every message
 // is one frame: a header (the magic "VMWX", the protocol's version, the message's type, the
-// payload's length; native byte order, both ends run on one machine), then the payload. The
-// host asks (a provider request, a drawing); the extension answers each in turn, with the
-// request's id, or says goodbye when it ends itself after its idle time. Drawn images travel in
-// a sealed memfd passed with the drawing's frame, never in the frame itself.
+// payload's length; native byte order, both ends run on one machine), then the payload. A reload
+// is one exchange: the host asks for a placement's placeholder, snapshot or timeline, drawn; the
+// extension answers with the entries, the reload date and the drawing of the entry shown, in
+// the order asked, with the request's id, or says goodbye when it ends itself after its idle
+// time. The entry never travels back. Drawn images travel in shared memory passed with the
+// frames, never in the frames themselves.
 namespace ipc {
 
-inline constexpr std::uint16_t extensionProtocolVersion = 1;
+inline constexpr std::uint16_t extensionProtocolVersion = 2;
 inline constexpr std::size_t extensionFrameHeaderSize = 12;
 // The exit status of an extension whose memory ran out: an allocation failed at its limit.
 inline constexpr int extensionOutOfMemoryStatus = 3;
 // Timelines are a few kilobytes; anything this long is not one of our frames.
 inline constexpr std::uint32_t extensionFramePayloadLimit = 1 << 20;
 
-// Host to extension: a placeholder, snapshot or timeline for a placement, at `now`.
-struct ProviderRequest {
-    std::uint32_t id = 0;
-    timeline::Placement placement;
-    widgets::Request request = widgets::Request::timeline;
-    platform::Date now;
-
-    bool operator==(const ProviderRequest&) const = default;
-};
-
 enum class ImageEncoding : std::uint8_t {
     argb32,  // Cairo's premultiplied native-endian words, `stride` bytes a row
     png,
+    none,  // not drawn: the host wants the timeline alone
 };
 
-// Host to extension: draw `entry` through the placement's widget at `now` and `scale`. ARGB32
-// pixels go into the host's `buffer`, a memfd of `bufferSize` bytes sent with the request
-// (the extension keeps it mapped, by id, for the next drawings); a PNG, whose size nobody knows
-// before, comes in a memfd of the extension's (buffer 0).
-struct DrawRequest {
+// Host to extension: reload a placement at `now`: the provider's placeholder, snapshot or
+// timeline, whose first entry (the one a host shows) is drawn at `scale`. ARGB32 pixels go into
+// the host's `buffer`, a memfd of `bufferSize` bytes sent with the request (the extension keeps
+// it mapped, by id, for the next reloads); a PNG, whose size nobody knows before, comes in a
+// memfd of the extension's (buffer 0).
+struct ReloadRequest {
     std::uint32_t id = 0;
     timeline::Placement placement;
-    widgets::AnyEntry entry;
+    widgets::Request request = widgets::Request::timeline;
     platform::Date now;
     double scale = 2;
     ImageEncoding encoding = ImageEncoding::argb32;
     std::uint32_t buffer = 0;
     std::uint64_t bufferSize = 0;
 
-    bool operator==(const DrawRequest&) const = default;
+    bool operator==(const ReloadRequest&) const = default;
 };
 
-// Extension to host: the answer to a ProviderRequest.
-struct TimelineReply {
-    std::uint32_t id = 0;
-    widgets::AnyTimeline timeline;
-
-    bool operator==(const TimelineReply&) const = default;
-};
-
-// Extension to host: the answer to a DrawRequest. The image is in the host's buffer, or in the
-// memfd sent with the reply, `byteCount` long: argb32 is `height` rows of `stride` bytes, png the
-// file's bytes.
-struct DrawingReply {
-    std::uint32_t id = 0;
+// The first entry drawn: the image is in the host's buffer, or in the memfd sent with the reply,
+// `byteCount` long: argb32 is `height` rows of `stride` bytes, png the file's bytes.
+struct Drawing {
     ImageEncoding encoding = ImageEncoding::argb32;
     int width = 0;  // pixels
     int height = 0;
@@ -80,9 +64,19 @@ struct DrawingReply {
     double canvasWidth = 0;  // points
     double canvasHeight = 0;
     std::optional<std::string> url;  // the widget's tap link
-    std::string texts;               // for argb32: the texts it shows in reading order, a line each
+    std::string texts;               // the texts it shows in reading order, a line each
 
-    bool operator==(const DrawingReply&) const = default;
+    bool operator==(const Drawing&) const = default;
+};
+
+// Extension to host: the answer to a ReloadRequest: the timeline (entries and reload date) and,
+// unless none was asked, the drawing of its first entry.
+struct ReloadReply {
+    std::uint32_t id = 0;
+    widgets::AnyTimeline timeline;
+    std::optional<Drawing> drawing;
+
+    bool operator==(const ReloadReply&) const = default;
 };
 
 // Extension to host: the request could not be answered (a kind the bundle lacks, a drawing
@@ -100,8 +94,7 @@ struct Goodbye {
     bool operator==(const Goodbye&) const = default;
 };
 
-using ExtensionMessage =
-    std::variant<ProviderRequest, DrawRequest, TimelineReply, DrawingReply, FailureReply, Goodbye>;
+using ExtensionMessage = std::variant<ReloadRequest, ReloadReply, FailureReply, Goodbye>;
 
 // The header of a frame: what follows and how long it is.
 struct FrameHeader {

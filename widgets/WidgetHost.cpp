@@ -116,8 +116,13 @@ View WidgetHost::content(const Placement& placement, const AnyEntry& entry,
 
 layout::LayoutResult WidgetHost::layOut(const Placement& placement, const AnyEntry& entry,
                                         platform::Date now) const {
-    return layout::layoutWidget(content(placement, entry, now), environment(placement.family, now),
-                                render::pangoTextMeasurer(), m_settings.scale);
+    return layOut(content(placement, entry, now), placement.family, now, m_settings.scale);
+}
+
+layout::LayoutResult WidgetHost::layOut(const View& content, WidgetFamily family,
+                                        platform::Date now, double scale) const {
+    return layout::layoutWidget(content, environment(family, now), render::pangoTextMeasurer(),
+                                scale);
 }
 
 }  // namespace widgets

@@ -63,6 +63,10 @@ public:
     [[nodiscard]] layout::LayoutResult layOut(const timeline::Placement& placement,
                                               const widgets::AnyEntry& entry,
                                               platform::Date now) const;
+    // A widget's content already built, laid out in `family` at `scale` (pixels it rounds to).
+    [[nodiscard]] layout::LayoutResult layOut(const ui::View& content,
+                                              timeline::WidgetFamily family, platform::Date now,
+                                              double scale) const;
 
 private:
     [[nodiscard]] ui::EnvironmentValues environment(timeline::WidgetFamily family,

@@ -14,6 +14,7 @@
 
 using namespace timeline;
 using namespace widgets;
+using namespace ipc;
 using namespace hosting;
 using namespace desktop;
 using layout::Rect;
@@ -77,9 +78,9 @@ TEST(DesktopBoard, AsksNewPlacementsAndReloadedKindsOnlyAndKeepsTheOthersOnRemov
     const auto runDue = [&](bool briefFails = false) {
         return board.runDue(
             [&](const Placement& placement,
-                const platform::Clock& at) -> platform::Result<widgets::AnyTimeline> {
+                const platform::Clock& at) -> platform::Result<ExtensionReload> {
                 if (briefFails && placement.kind == "DailyBrief") return platform::Error{"hung"};
-                return host.request(placement, Request::timeline, at);
+                return ExtensionReload{host.request(placement, Request::timeline, at), {}};
             },
             clock, failures);
     };
@@ -135,7 +136,10 @@ TEST(DesktopDrawing, DrawsTheRenderersPixelsInsideContinuousCornersWithLinkAndTe
     auto settings = extensionSettings(host.settings());
     settings.program = VELMORA_PROGRAM;
     Extension extension(std::move(settings));
-    const auto drawn = drawWidget(extension, host, brief, entry.entries.front(), now, 22);
+    const auto reload =
+        extension.reload(brief, Request::placeholder, now, 1, ImageEncoding::argb32);
+    ASSERT_TRUE(reload.ok()) << reload.error().description;
+    const auto drawn = drawnWidget(*reload->drawing, 1, 22, "Daily Brief");
     ASSERT_TRUE(drawn.ok()) << drawn.error().description;
 
     const auto layout = host.layOut(brief, entry.entries.front(), now);

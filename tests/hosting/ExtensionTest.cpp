@@ -83,11 +83,13 @@ TEST(ExtensionProtocol, FramesRoundTripAndAnythingElseIsRefused) {
     dailybrief::DailyBriefEntry briefEntry{
         at, decoder.decode<AppGroupContainer::DailyBrief>(samples::brief).value()};
     const ExtensionMessage messages[] = {
-        ProviderRequest{7, brief, Request::snapshot, at},
-        DrawRequest{8, glance, rows, at, 3, ImageEncoding::png},
-        TimelineReply{9, {{briefEntry, dailybrief::DailyBriefEntry{at, {}}}, {at}}},
-        DrawingReply{10, ImageEncoding::argb32, 340, 340, 1360, 462400, 170, 170, "velmora://x",
-                     "A\nB"},
+        ReloadRequest{7, brief, Request::snapshot, at, 3, ImageEncoding::png},
+        ReloadRequest{8, glance, Request::timeline, at, 2, ImageEncoding::argb32, 4, 8 << 20},
+        ReloadReply{9, {{briefEntry, dailybrief::DailyBriefEntry{at, {}}}, {at}}, std::nullopt},
+        ReloadReply{10,
+                    {{rows}, {at}},
+                    Drawing{ImageEncoding::argb32, 340, 340, 1360, 462400, 170, 170, "velmora://x",
+                            "A\nB"}},
         FailureReply{11, "no widget"},
         Goodbye{}};
     for (const auto& message : messages) {
@@ -106,7 +108,7 @@ TEST(ExtensionProtocol, FramesRoundTripAndAnythingElseIsRefused) {
         const char* fault;
     } broken[] = {
         {"HTTP" + request.substr(4), "not a frame of ours"},
-        {request.substr(0, 4) + '\2' + request.substr(5), "protocol version 2"},
+        {request.substr(0, 4) + '\3' + request.substr(5), "protocol version 3"},
         {request.substr(0, 6) + '\7' + request.substr(7), "unknown type 7"},
         {request.substr(0, 12 + 4 + 4 + 10) + '\3' + request.substr(31), "unknown case 3"},
         {reply.substr(0, 16) + "\xff\xff\xff\x0f" + reply.substr(20), "longer than its frame"},
@@ -140,26 +142,27 @@ TEST(Extension, AnswersAsTheInProcessPathDoes) {
          {std::pair{brief, samples::brief}, std::pair{glance, samples::brief},
           std::pair{brief, scripts}}) {
         store.temp.putData("vmDailyBrief", record);
-        const auto timeline = extension.request(placement, Request::timeline, at);
-        ASSERT_TRUE(timeline) << timeline.error().description;
-        EXPECT_EQ(*timeline, local.request(placement, Request::timeline, clock));
+        const auto reload =
+            extension.reload(placement, Request::timeline, at, 2, ImageEncoding::argb32);
+        ASSERT_TRUE(reload) << reload.error().description;
+        EXPECT_EQ(reload->timeline, local.request(placement, Request::timeline, clock));
 
-        const auto& entry = timeline->entries.front();
+        const auto& entry = reload->timeline.entries.front();
         const auto list = local.layOut(placement, entry, at).drawList;
         const auto size = render::pixelSize(list, 2).value();
         std::vector<unsigned char> pixels(std::size_t(size.stride) * size.height);
         ASSERT_TRUE(
             render::paintPixels(list, 2, {pixels.data(), size.width, size.height, size.stride}));
-        const auto drawn = extension.draw(placement, entry, at, 2, ImageEncoding::argb32);
-        ASSERT_TRUE(drawn) << drawn.error().description;
+        ASSERT_TRUE(reload->drawing);
+        const auto& drawn = reload->drawing;
         EXPECT_EQ(drawn->width, size.width);
         EXPECT_TRUE(drawn->image.bytes() ==
                     std::string_view(reinterpret_cast<const char*>(pixels.data()), pixels.size()));
         EXPECT_EQ(drawn->url, list.url->text());
 
-        const auto png = extension.draw(placement, entry, at, 2, ImageEncoding::png);
-        ASSERT_TRUE(png) << png.error().description;
-        EXPECT_TRUE(png->image.bytes() ==
+        const auto png = extension.reload(placement, Request::timeline, at, 2, ImageEncoding::png);
+        ASSERT_TRUE(png && png->drawing) << png.error().description;
+        EXPECT_TRUE(png->drawing->image.bytes() ==
                     render::paintToBytes(list, render::ImageFormat::png).value());
     }
 }
@@ -184,7 +187,7 @@ TEST(Confinement, ProgramsListeningAndNamespacesAreRefusedAndTheStoreIsRead) {
     EXPECT_EQ(outcomes["read the store"], "allowed (vmDailyBrief: NVDA)");
 
     Extension extension(store.extension(VELMORA_PROGRAM));
-    ASSERT_TRUE(extension.request(brief, Request::placeholder, at));
+    ASSERT_TRUE(extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none));
     std::ifstream status("/proc/" + std::to_string(*extension.processId()) + "/status");
     std::map<std::string, std::string> fields;
     for (std::string line; std::getline(status, line);)
@@ -211,28 +214,25 @@ TEST(Extension, AFaultEndsTheProcessAndTheNextRequestIsAnswered) {
     SeededStore store;
     const struct {
         const char* fault;
-        bool drawing;  // the fault comes with the drawing, after the request
         const char* error;
     } faults[] = {
-        {"crash", false, "killed by signal 11 (Segmentation fault) without answering"},
-        {"hang", false, "gave no whole answer within 2 s"},
-        {"garbage", false, "sent a reply that does not parse: not a frame of ours"},
-        {"allocate", false, "the extension ran out of its 30 MB of memory without answering"},
-        {"cut", true, "exited with status 0 in the middle of an answer"},
+        {"crash", "killed by signal 11 (Segmentation fault) without answering"},
+        {"hang", "gave no whole answer within 2 s"},
+        {"garbage", "sent a reply that does not parse: not a frame of ours"},
+        {"allocate", "the extension ran out of its 30 MB of memory without answering"},
+        {"cut", "exited with status 0 in the middle of an answer"},
     };
-    for (const auto& [fault, drawing, error] : faults) {
+    for (const auto& [fault, error] : faults) {
         if (extensionMemoryLimit == 0 && std::string_view(fault) == "allocate") continue;
-        inject(fault, "DailyBrief", drawing ? "1" : "0");
+        inject(fault, "DailyBrief", "0");
         Extension extension(store.extension(VELMORA_FAULTY_EXTENSION));
-        const auto entry = extension.request(brief, Request::placeholder, at);
-        ASSERT_EQ(bool(entry), drawing) << fault;
-        const auto failure =
-            drawing ? extension.draw(brief, entry->entries.front(), at, 2, ImageEncoding::argb32)
-                          .error()
-                    : entry.error();
-        EXPECT_THAT(failure.description, HasSubstr(error)) << fault;
+        const auto failed =
+            extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::argb32);
+        ASSERT_FALSE(failed) << fault;
+        EXPECT_THAT(failed.error().description, HasSubstr(error)) << fault;
         EXPECT_EQ(extension.processId(), std::nullopt) << fault;
-        EXPECT_TRUE(extension.request(glance, Request::timeline, at)) << fault;
+        EXPECT_TRUE(extension.reload(glance, Request::timeline, at, 2, ImageEncoding::argb32))
+            << fault;
     }
 }
 
@@ -241,9 +241,9 @@ TEST(Extension, AnExtensionThatSaidGoodbyeIsLaunchedAgain) {
     SeededStore store;
     inject("goodbye", "", "1");
     Extension extension(store.extension(VELMORA_FAULTY_EXTENSION));
-    ASSERT_TRUE(extension.request(brief, Request::placeholder, at));
+    ASSERT_TRUE(extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none));
     const auto first = extension.processId();
-    EXPECT_TRUE(extension.request(brief, Request::placeholder, at));
+    EXPECT_TRUE(extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none));
     EXPECT_NE(extension.processId(), first);
 }
 

@@ -29,8 +29,7 @@ std::string setting(const char* name) {
 }
 
 const std::string& kindOf(const ipc::ExtensionMessage& message) {
-    if (const auto* r = std::get_if<ipc::ProviderRequest>(&message)) return r->placement.kind;
-    return std::get<ipc::DrawRequest>(message).placement.kind;
+    return std::get<ipc::ReloadRequest>(message).placement.kind;
 }
 
 [[noreturn]] void misbehave(const std::string& fault, ipc::ExtensionChannel& channel,
@@ -47,10 +46,10 @@ const std::string& kindOf(const ipc::ExtensionMessage& message) {
     }
     if (fault == "allocate")
         for (;;) std::memset(new char[1 << 20], 1, 1 << 20);
-    if (fault == "cut" && std::holds_alternative<ipc::DrawRequest>(request)) {
-        ipc::DrawingReply half;
-        half.id = std::get<ipc::DrawRequest>(request).id;
-        half.url = std::string(200, 'x');
+    if (fault == "cut") {
+        ipc::ReloadReply half;
+        half.id = std::get<ipc::ReloadRequest>(request).id;
+        half.drawing.emplace().url = std::string(200, 'x');
         const auto frame = ipc::encodeFrame(half);
         (void)!::write(channel.fd(), frame.data(), frame.size() / 2);
         std::_Exit(0);
@@ -84,9 +83,8 @@ int main(int argc, char** argv) {
         widgets::WidgetHost(widgets::VelmoraWidgetsBundle().body(), std::move(settings)));
     while (auto received = channel.receive(std::nullopt)) {
         const auto& request = received->message;
-        const auto* provider = std::get_if<ipc::ProviderRequest>(&request);
-        const bool timeline =
-            provider != nullptr && provider->request == widgets::Request::timeline;
+        const auto* reload = std::get_if<ipc::ReloadRequest>(&request);
+        const bool timeline = reload != nullptr && reload->request == widgets::Request::timeline;
         if (!fault.empty() && (faultKind.empty() || faultKind == kindOf(request)) &&
             (!timelinesOnly || timeline) && answered-- <= 0)
             misbehave(fault, channel, request);
