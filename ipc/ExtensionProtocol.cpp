@@ -9,9 +9,6 @@ using namespace widgets;
 
 namespace ipc {
 
-using AppGroupContainer::DailyBrief;
-using AppGroupContainer::PortfolioSnapshot;
-using AppGroupContainer::WatchlistRow;
 using dailybrief::DailyBriefEntry;
 using watchlist::WatchlistEntry;
 
@@ -33,18 +30,13 @@ constexpr bool isVector<std::vector<T>> = true;
 template <typename T, typename U>
 concept Is = std::same_as<std::remove_const_t<T>, U>;
 
-template <Is<DailyBrief> T>
-auto fields(T& b) {
-    return std::tie(b.ticker, b.companyName, b.summary, b.signal, b.score, b.generatedAt);
+// The records travel as their own field lists give them.
+template <typename T>
+requires requires {
+    std::remove_const_t<T>::fields();
 }
-template <Is<WatchlistRow> T>
-auto fields(T& r) {
-    return std::tie(r.ticker, r.companyName, r.price, r.changePct, r.signal, r.score);
-}
-template <Is<PortfolioSnapshot> T>
-auto fields(T& p) {
-    return std::tie(p.totalValue, p.totalPnl, p.totalReturn, p.dailyChange, p.dailyChangePct,
-                    p.holdingCount, p.sourceLabel, p.updatedAt);
+auto fields(T& record) {
+    return AppGroupContainer::tieFields(record);
 }
 template <Is<DailyBriefEntry> T>
 auto fields(T& e) {

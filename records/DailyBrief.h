@@ -1,11 +1,12 @@
 #pragma once
 
 #include "platform/Date.h"
+#include "records/Field.h"
 
-#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 namespace AppGroupContainer {
 
@@ -18,13 +19,17 @@ struct DailyBrief {
     double score = 0;
     platform::Date generatedAt;
 
-    // The JSON keys, one per field in field order (store/CodingKeys.h).
-    enum class CodingKeys { ticker, companyName, summary, signal, score, generatedAt };
-    static constexpr std::array<std::string_view, 6> codingKeyNames = {
-        "ticker", "companyName", "summary", "signal", "score", "generatedAt"};
+    // The fields in field order with their JSON keys (records/Field.h): the keys, decoding,
+    // encoding, equality and the extension's frames all come from this list.
+    static constexpr auto fields() {
+        return std::tuple{
+            Field{"ticker", &DailyBrief::ticker},   Field{"companyName", &DailyBrief::companyName},
+            Field{"summary", &DailyBrief::summary}, Field{"signal", &DailyBrief::signal},
+            Field{"score", &DailyBrief::score},     Field{"generatedAt", &DailyBrief::generatedAt}};
+    }
 
     // Field by field; texts by canonical Unicode equivalence, numbers numerically.
-    friend bool operator==(const DailyBrief&, const DailyBrief&);
+    friend bool operator==(const DailyBrief& a, const DailyBrief& b) { return fieldsEqual(a, b); }
 };
 
 }  // namespace AppGroupContainer

@@ -164,17 +164,16 @@ bool writable(platform::Date date) {
 // fault is kept; every read after it fails at once.
 class FieldReader {
 public:
-    FieldReader(const Json& object, std::string path, JSONDecoder::DateDecodingStrategy dates)
-        : m_object(object), m_path(std::move(path)), m_dates(dates) {}
+    FieldReader(const Json& object, std::string path) : m_object(object), m_path(std::move(path)) {}
 
-    bool text(std::string_view key, std::string& out) {
+    bool read(std::string_view key, std::string& out) {
         const Json* value = required(key);
         if (value == nullptr || !expect(key, *value, value->is_string(), "a string")) return false;
         out = value->get_ref<const std::string&>();
         return true;
     }
 
-    bool text(std::string_view key, std::optional<std::string>& out) {
+    bool read(std::string_view key, std::optional<std::string>& out) {
         const Json* value = optional(key);
         if (value == nullptr) return !m_error;
         if (!expect(key, *value, value->is_string(), "a string")) return false;
@@ -182,14 +181,14 @@ public:
         return true;
     }
 
-    bool number(std::string_view key, double& out) {
+    bool read(std::string_view key, double& out) {
         const Json* value = required(key);
         if (value == nullptr || !expect(key, *value, value->is_number(), "a number")) return false;
         out = value->get<double>();
         return true;
     }
 
-    bool number(std::string_view key, std::optional<double>& out) {
+    bool read(std::string_view key, std::optional<double>& out) {
         const Json* value = optional(key);
         if (value == nullptr) return !m_error;
         if (!expect(key, *value, value->is_number(), "a number")) return false;
@@ -202,7 +201,7 @@ public:
     // 1e2) when its double is a whole number strictly inside the range. Integer literals below
     // the range reach us as doubles too, rounded to -2^63 at best, so that value is refused
     // with them rather than clamped.
-    bool integer(std::string_view key, std::int64_t& out) {
+    bool read(std::string_view key, std::int64_t& out) {
         const Json* value = required(key);
         if (value == nullptr || !expect(key, *value, value->is_number(), "an integer"))
             return false;
@@ -232,16 +231,13 @@ public:
         return true;
     }
 
-    bool date(std::string_view key, platform::Date& out) {
+    bool read(std::string_view key, platform::Date& out) {
         const Json* value = required(key);
         if (value == nullptr) return false;
+        // RFC 3339 internet date-times, the only form the records use.
         std::optional<platform::Date> parsed;
-        switch (m_dates) {
-            case JSONDecoder::DateDecodingStrategy::iso8601:
-                if (value->is_string())
-                    parsed = platform::parseRecordDate(value->get_ref<const std::string&>());
-                break;
-        }
+        if (value->is_string())
+            parsed = platform::parseRecordDate(value->get_ref<const std::string&>());
         if (parsed && !writable(*parsed))
             return fail(key, quotedExcerpt(value->get_ref<const std::string&>()) +
                                  " falls outside the years 0000 to 9999 in UTC");
@@ -294,14 +290,8 @@ private:
 
     const Json& m_object;
     std::string m_path;
-    JSONDecoder::DateDecodingStrategy m_dates;
     std::optional<platform::Error> m_error;
 };
-
-template <typename Record>
-constexpr std::string_view key(typename Record::CodingKeys codingKey) {
-    return Record::codingKeyNames[static_cast<std::size_t>(codingKey)];
-}
 
 // Every record decodes from one object; `path` says where that object sits.
 platform::Result<void> checkObject(const Json& value, const std::string& path) {
@@ -311,54 +301,16 @@ platform::Result<void> checkObject(const Json& value, const std::string& path) {
     return platform::Error{std::move(description)};
 }
 
-platform::Result<DailyBrief> decodeBrief(const Json& value, std::string path,
-                                         JSONDecoder::DateDecodingStrategy dates) {
+// A record from one object, field by field in field order; the first fault ends it.
+template <typename Record>
+platform::Result<Record> decodeRecord(const Json& value, std::string path) {
     if (auto checked = checkObject(value, path); !checked) return checked.error();
-    using K = DailyBrief::CodingKeys;
-    FieldReader reader(value, std::move(path), dates);
-    DailyBrief brief;
-    if (reader.text(key<DailyBrief>(K::ticker), brief.ticker) &&
-        reader.text(key<DailyBrief>(K::companyName), brief.companyName) &&
-        reader.text(key<DailyBrief>(K::summary), brief.summary) &&
-        reader.text(key<DailyBrief>(K::signal), brief.signal) &&
-        reader.number(key<DailyBrief>(K::score), brief.score) &&
-        reader.date(key<DailyBrief>(K::generatedAt), brief.generatedAt))
-        return brief;
-    return std::move(reader).error();
-}
-
-platform::Result<PortfolioSnapshot> decodeSnapshot(const Json& value, std::string path,
-                                                   JSONDecoder::DateDecodingStrategy dates) {
-    if (auto checked = checkObject(value, path); !checked) return checked.error();
-    using K = PortfolioSnapshot::CodingKeys;
-    using P = PortfolioSnapshot;
-    FieldReader reader(value, std::move(path), dates);
-    PortfolioSnapshot snapshot;
-    if (reader.number(key<P>(K::totalValue), snapshot.totalValue) &&
-        reader.number(key<P>(K::totalPnl), snapshot.totalPnl) &&
-        reader.number(key<P>(K::totalReturn), snapshot.totalReturn) &&
-        reader.number(key<P>(K::dailyChange), snapshot.dailyChange) &&
-        reader.number(key<P>(K::dailyChangePct), snapshot.dailyChangePct) &&
-        reader.integer(key<P>(K::holdingCount), snapshot.holdingCount) &&
-        reader.text(key<P>(K::sourceLabel), snapshot.sourceLabel) &&
-        reader.date(key<P>(K::updatedAt), snapshot.updatedAt))
-        return snapshot;
-    return std::move(reader).error();
-}
-
-platform::Result<WatchlistRow> decodeRow(const Json& value, std::string path,
-                                         JSONDecoder::DateDecodingStrategy dates) {
-    if (auto checked = checkObject(value, path); !checked) return checked.error();
-    using K = WatchlistRow::CodingKeys;
-    using R = WatchlistRow;
-    FieldReader reader(value, std::move(path), dates);
-    WatchlistRow row;
-    if (reader.text(key<R>(K::ticker), row.ticker) &&
-        reader.text(key<R>(K::companyName), row.companyName) &&
-        reader.number(key<R>(K::price), row.price) &&
-        reader.number(key<R>(K::changePct), row.changePct) &&
-        reader.text(key<R>(K::signal), row.signal) && reader.number(key<R>(K::score), row.score))
-        return row;
+    FieldReader reader(value, std::move(path));
+    Record record;
+    bool read = true;
+    forEachField<Record>(
+        [&](const auto& field) { read = read && reader.read(field.key, record.*(field.member)); });
+    if (read) return record;
     return std::move(reader).error();
 }
 
@@ -368,7 +320,7 @@ template <>
 platform::Result<DailyBrief> JSONDecoder::decode<DailyBrief>(std::string_view json) const {
     const auto value = parse(json);
     if (!value) return value.error();
-    return decodeBrief(*value, {}, m_dateDecodingStrategy);
+    return decodeRecord<DailyBrief>(*value, {});
 }
 
 template <>
@@ -376,14 +328,14 @@ platform::Result<PortfolioSnapshot> JSONDecoder::decode<PortfolioSnapshot>(
     std::string_view json) const {
     const auto value = parse(json);
     if (!value) return value.error();
-    return decodeSnapshot(*value, {}, m_dateDecodingStrategy);
+    return decodeRecord<PortfolioSnapshot>(*value, {});
 }
 
 template <>
 platform::Result<WatchlistRow> JSONDecoder::decode<WatchlistRow>(std::string_view json) const {
     const auto value = parse(json);
     if (!value) return value.error();
-    return decodeRow(*value, {}, m_dateDecodingStrategy);
+    return decodeRecord<WatchlistRow>(*value, {});
 }
 
 template <>
@@ -397,8 +349,7 @@ platform::Result<std::vector<WatchlistRow>> JSONDecoder::decode<std::vector<Watc
     std::vector<WatchlistRow> rows;
     rows.reserve(value->size());
     for (std::size_t index = 0; index < value->size(); ++index) {
-        auto row =
-            decodeRow((*value)[index], "[" + std::to_string(index) + "]", m_dateDecodingStrategy);
+        auto row = decodeRecord<WatchlistRow>((*value)[index], "[" + std::to_string(index) + "]");
         if (!row) return row.error();
         rows.push_back(std::move(row).value());
     }

@@ -12,8 +12,9 @@
 namespace AppGroupContainer {
 
 // Decodes the shared records from their JSON text. Walks a record's fields in field order and
-// stops at the first fault; a list of rows decodes whole or not at all. Holds only its
-// settings, which never change after construction, so one decoder serves every thread.
+// stops at the first fault; a list of rows decodes whole or not at all. Dates are RFC 3339
+// internet date-times, the only form the records use. Holds nothing, so one decoder serves
+// every thread.
 //
 // Whatever the text, decoding is bounded: a document above `documentSizeLimit` bytes is
 // refused unread, and parsing stops at the first array or object nested deeper than
@@ -24,23 +25,10 @@ public:
     static constexpr std::size_t documentSizeLimit = std::size_t{1} << 20;
     static constexpr int depthLimit = 64;
 
-    // Dates as RFC 3339 internet date-times (the only form the records use).
-    enum class DateDecodingStrategy { iso8601 };
-
-    explicit JSONDecoder(DateDecodingStrategy strategy = DateDecodingStrategy::iso8601)
-        : m_dateDecodingStrategy(strategy) {}
-
-    [[nodiscard]] DateDecodingStrategy dateDecodingStrategy() const {
-        return m_dateDecodingStrategy;
-    }
-
     // T is DailyBrief, PortfolioSnapshot, WatchlistRow (one JSON object each) or
     // std::vector<WatchlistRow> (one JSON array of row objects).
     template <typename T>
     [[nodiscard]] platform::Result<T> decode(std::string_view json) const;
-
-private:
-    DateDecodingStrategy m_dateDecodingStrategy;
 };
 
 template <>

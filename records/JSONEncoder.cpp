@@ -17,53 +17,28 @@ std::string dateText(platform::Date date) {
     return platform::formatDate(std::chrono::floor<std::chrono::seconds>(date));
 }
 
-template <typename Record>
-constexpr std::string key(typename Record::CodingKeys codingKey) {
-    return std::string(Record::codingKeyNames[static_cast<std::size_t>(codingKey)]);
+void put(Json& object, std::string_view key, const std::string& value) {
+    object[std::string(key)] = value;
 }
-
+void put(Json& object, std::string_view key, double value) {
+    object[std::string(key)] = value;
+}
+void put(Json& object, std::string_view key, std::int64_t value) {
+    object[std::string(key)] = value;
+}
+void put(Json& object, std::string_view key, platform::Date value) {
+    object[std::string(key)] = dateText(value);
+}
+// An optional field without value is left out.
 template <typename T>
-void putOptional(Json& object, const std::string& name, const std::optional<T>& value) {
-    if (value) object[name] = *value;
+void put(Json& object, std::string_view key, const std::optional<T>& value) {
+    if (value) put(object, key, *value);
 }
 
-Json object(const DailyBrief& brief) {
-    using K = DailyBrief::CodingKeys;
+template <typename Record>
+Json object(const Record& record) {
     Json json = Json::object();
-    json[key<DailyBrief>(K::ticker)] = brief.ticker;
-    putOptional(json, key<DailyBrief>(K::companyName), brief.companyName);
-    json[key<DailyBrief>(K::summary)] = brief.summary;
-    json[key<DailyBrief>(K::signal)] = brief.signal;
-    json[key<DailyBrief>(K::score)] = brief.score;
-    json[key<DailyBrief>(K::generatedAt)] = dateText(brief.generatedAt);
-    return json;
-}
-
-Json object(const PortfolioSnapshot& snapshot) {
-    using K = PortfolioSnapshot::CodingKeys;
-    using P = PortfolioSnapshot;
-    Json json = Json::object();
-    json[key<P>(K::totalValue)] = snapshot.totalValue;
-    json[key<P>(K::totalPnl)] = snapshot.totalPnl;
-    json[key<P>(K::totalReturn)] = snapshot.totalReturn;
-    json[key<P>(K::dailyChange)] = snapshot.dailyChange;
-    json[key<P>(K::dailyChangePct)] = snapshot.dailyChangePct;
-    json[key<P>(K::holdingCount)] = snapshot.holdingCount;
-    json[key<P>(K::sourceLabel)] = snapshot.sourceLabel;
-    json[key<P>(K::updatedAt)] = dateText(snapshot.updatedAt);
-    return json;
-}
-
-Json object(const WatchlistRow& row) {
-    using K = WatchlistRow::CodingKeys;
-    using R = WatchlistRow;
-    Json json = Json::object();
-    json[key<R>(K::ticker)] = row.ticker;
-    putOptional(json, key<R>(K::companyName), row.companyName);
-    json[key<R>(K::price)] = row.price;
-    json[key<R>(K::changePct)] = row.changePct;
-    putOptional(json, key<R>(K::signal), row.signal);
-    putOptional(json, key<R>(K::score), row.score);
+    forEachField<Record>([&](const auto& field) { put(json, field.key, record.*(field.member)); });
     return json;
 }
 

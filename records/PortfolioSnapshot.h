@@ -1,11 +1,12 @@
 #pragma once
 
 #include "platform/Date.h"
+#include "records/Field.h"
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 namespace AppGroupContainer {
 
@@ -20,22 +21,22 @@ struct PortfolioSnapshot {
     std::string sourceLabel;
     platform::Date updatedAt;
 
-    // The JSON keys, one per field in field order (store/CodingKeys.h).
-    enum class CodingKeys {
-        totalValue,
-        totalPnl,
-        totalReturn,
-        dailyChange,
-        dailyChangePct,
-        holdingCount,
-        sourceLabel,
-        updatedAt
-    };
-    static constexpr std::array<std::string_view, 8> codingKeyNames = {
-        "totalValue",     "totalPnl",     "totalReturn", "dailyChange",
-        "dailyChangePct", "holdingCount", "sourceLabel", "updatedAt"};
+    // The fields in field order with their JSON keys (records/Field.h): the keys, decoding,
+    // encoding, equality and the extension's frames all come from this list.
+    static constexpr auto fields() {
+        return std::tuple{Field{"totalValue", &PortfolioSnapshot::totalValue},
+                          Field{"totalPnl", &PortfolioSnapshot::totalPnl},
+                          Field{"totalReturn", &PortfolioSnapshot::totalReturn},
+                          Field{"dailyChange", &PortfolioSnapshot::dailyChange},
+                          Field{"dailyChangePct", &PortfolioSnapshot::dailyChangePct},
+                          Field{"holdingCount", &PortfolioSnapshot::holdingCount},
+                          Field{"sourceLabel", &PortfolioSnapshot::sourceLabel},
+                          Field{"updatedAt", &PortfolioSnapshot::updatedAt}};
+    }
 
-    friend bool operator==(const PortfolioSnapshot&, const PortfolioSnapshot&);
+    friend bool operator==(const PortfolioSnapshot& a, const PortfolioSnapshot& b) {
+        return fieldsEqual(a, b);
+    }
 };
 
 }  // namespace AppGroupContainer

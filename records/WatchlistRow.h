@@ -1,9 +1,11 @@
 #pragma once
 
-#include <array>
+#include "records/Field.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 namespace AppGroupContainer {
 
@@ -16,14 +18,22 @@ struct WatchlistRow {
     std::optional<std::string> signal;
     std::optional<double> score;
 
-    // The JSON keys, one per field in field order (store/CodingKeys.h).
-    enum class CodingKeys { ticker, companyName, price, changePct, signal, score };
-    static constexpr std::array<std::string_view, 6> codingKeyNames = {
-        "ticker", "companyName", "price", "changePct", "signal", "score"};
+    // The fields in field order with their JSON keys (records/Field.h): the keys, decoding,
+    // encoding, equality and the extension's frames all come from this list.
+    static constexpr auto fields() {
+        return std::tuple{Field{"ticker", &WatchlistRow::ticker},
+                          Field{"companyName", &WatchlistRow::companyName},
+                          Field{"price", &WatchlistRow::price},
+                          Field{"changePct", &WatchlistRow::changePct},
+                          Field{"signal", &WatchlistRow::signal},
+                          Field{"score", &WatchlistRow::score}};
+    }
 
     [[nodiscard]] const std::string& id() const { return ticker; }
 
-    friend bool operator==(const WatchlistRow&, const WatchlistRow&);
+    friend bool operator==(const WatchlistRow& a, const WatchlistRow& b) {
+        return fieldsEqual(a, b);
+    }
 };
 
 }  // namespace AppGroupContainer

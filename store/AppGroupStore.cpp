@@ -9,7 +9,7 @@
 namespace AppGroupContainer {
 
 const JSONDecoder& sharedDecoder() {
-    static const JSONDecoder decoder(JSONDecoder::DateDecodingStrategy::iso8601);
+    static const JSONDecoder decoder;
     return decoder;
 }
 

@@ -1,4 +1,4 @@
-#include "records/CodingKeys.h"
+#include "records/Field.h"
 #include "records/JSONDecoder.h"
 #include "records/JSONEncoder.h"
 #include "tests/support/Samples.h"
@@ -75,7 +75,7 @@ TEST(Decoding, ReadsEveryFieldOfEachRecordVerbatimWhateverTheOrderAndExtraMember
 }
 
 TEST(Decoding, MembersMustBePresentNotNullAndOfTheirType) {
-    for (auto name : PortfolioSnapshot::codingKeyNames) {
+    for (auto name : fieldKeys<PortfolioSnapshot>()) {
         const std::string key(name);
         EXPECT_EQ(errorOf<PortfolioSnapshot>(with(samples::snapshot, key)),
                   "missing key \"" + key + "\"");
@@ -239,14 +239,6 @@ TEST(Decoding, StructuralErrors) {
         {errorOf<DailyBrief>(samples::brief + big.substr(samples::brief.size())), "(decoded)"},
         {list(big + "[]"), "document of 1048578 bytes exceeds the 1 MiB limit"},
     });
-}
-
-TEST(CodingKeys, OneCasePerFieldInFieldOrder) {
-    EXPECT_EQ(stringValue<DailyBrief>(DailyBrief::CodingKeys::generatedAt), "generatedAt");
-    EXPECT_EQ(codingKey<PortfolioSnapshot>("holdingCount"),
-              PortfolioSnapshot::CodingKeys::holdingCount);
-    EXPECT_FALSE(codingKey<WatchlistRow>("Score"));
-    EXPECT_FALSE(codingKey<WatchlistRow>("generatedAt"));
 }
 
 }  // namespace
