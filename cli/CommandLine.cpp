@@ -101,8 +101,11 @@ CLI::App* currentCommand(CLI::App& app) {
 // "host" or "defaults write": where an error happened, for its message.
 std::string commandPath(const CLI::App* command) {
     std::string path;
-    for (; command != nullptr && command->get_parent() != nullptr; command = command->get_parent())
-        path = command->get_name() + (path.empty() ? "" : " " + path);
+    for (; command != nullptr && command->get_parent() != nullptr;
+         command = command->get_parent()) {
+        if (!path.empty()) path.insert(0, 1, ' ');
+        path.insert(0, command->get_name());
+    }
     return path;
 }
 
@@ -148,7 +151,7 @@ std::string usageError(CLI::App& app, const CLI::ParseError& error) {
     CLI::App* command = currentCommand(app);
     const std::string where = commandPath(command);
     const std::string prefix = where.empty() ? "" : where + ": ";
-    const std::string what = error.what();
+    std::string what = error.what();
 
     std::string commands;
     for (const CLI::App* sub : command->get_subcommands({}))

@@ -37,7 +37,7 @@ std::filesystem::path boardProgram() {
     std::error_code error;
     const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
     const auto folder = self.parent_path();
-    const auto sibling = folder / VELMORA_DESKTOP_BOARD_NAME;
+    auto sibling = folder / VELMORA_DESKTOP_BOARD_NAME;
     if (std::filesystem::exists(sibling, error)) return sibling;
     return (folder / VELMORA_DESKTOP_BOARD_FROM_BINDIR / VELMORA_DESKTOP_BOARD_NAME)
         .lexically_normal();
@@ -122,6 +122,7 @@ CommandResult run(const DesktopCommandOptions& options, const GlobalOptions& glo
     const auto program = boardProgram();
     const auto arguments = boardArguments(program.string(), globals, options.board);
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
     std::fflush(stdout);

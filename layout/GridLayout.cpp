@@ -71,7 +71,7 @@ Arrangement Engine::arrangeGrid(const LazyVGridNode& grid, std::vector<Child> ch
         double rowHeight = 0;
         for (std::size_t i = rowStart; i < rowEnd; ++i) {
             PlacedChild& cell = out.children[i];
-            cell.child = std::move(children[i]);
+            cell.child = children[i];
             cell.proposal = {widths[i - rowStart], std::nullopt};
             cell.measured = measure(cell.child.ref, cell.proposal, cell.child.env);
             rowHeight = std::max(rowHeight, cell.measured.size.height);

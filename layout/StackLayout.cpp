@@ -78,7 +78,7 @@ Arrangement Engine::arrangeStack(Axis axis, double spacing, std::vector<Child> c
     const std::size_t n = children.size();
     if (n == 0) return out;
     out.children.resize(n);
-    for (std::size_t i = 0; i < n; ++i) out.children[i].child = std::move(children[i]);
+    for (std::size_t i = 0; i < n; ++i) out.children[i].child = children[i];
 
     const std::optional<double> mainProposal = along(axis, p);
     const std::optional<double> crossProposal = across(axis, p);

@@ -79,11 +79,8 @@ bool readZone(Reader& reader, minutes& offset) {
     int hh = 0;
     int mm = 0;
     if (!reader.digits(2, hh)) return false;
-    if (reader.character(':')) {
-        if (!reader.digits(2, mm)) return false;
-    } else if (!reader.atEnd()) {
-        if (!reader.digits(2, mm)) return false;
-    }
+    // The minutes follow a colon, or directly when anything follows the hours.
+    if ((reader.character(':') || !reader.atEnd()) && !reader.digits(2, mm)) return false;
     if (hh > 23 || mm > 59) return false;
     offset = minutes(sign * (hh * 60 + mm));
     return true;

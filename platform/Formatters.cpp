@@ -149,7 +149,7 @@ std::string formatShortest(double value) {
     const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
                                             std::chars_format::scientific);
     VELMORA_ASSERT(error == std::errc());
-    const std::string scientific(buffer.data(), end);
+    std::string scientific(buffer.data(), end);
 
     const bool negative = scientific.front() == '-';
     const std::size_t ePosition = scientific.find('e');

@@ -36,7 +36,7 @@ enum class LogSinkKind { journal, standardError, off };
 
 // The sink a process uses: VELMORA_LOG=journal|stderr|off decides when set to one of these;
 // otherwise the systemd journal when its socket is reachable, else standard error.
-[[nodiscard]] LogSinkKind chooseLogSink(const char* velmoraLog, bool journalReachable);
+[[nodiscard]] LogSinkKind chooseLogSink(const char* velmoraLog, bool journalIsReachable);
 
 // Whether /run/systemd/journal/socket exists and is a socket.
 [[nodiscard]] bool journalReachable();

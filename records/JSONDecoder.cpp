@@ -281,7 +281,7 @@ private:
             key, "expected " + std::string(expected) + ", found " + std::string(typeName(value)));
     }
 
-    bool fail(std::string_view key, std::string fault) {
+    bool fail(std::string_view key, std::string_view fault) {
         std::string description = m_path.empty() ? std::string() : m_path + ".";
         description.append(key).append(": ").append(fault);
         m_error = platform::Error{std::move(description)};

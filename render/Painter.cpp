@@ -182,10 +182,14 @@ SurfacePtr newImageSurface(int width, int height) {
     void* pixels = stride > 0 && size > 0 ? std::malloc(size) : nullptr;
     if (pixels == nullptr)
         return SurfacePtr(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
+    // The whole pages inside the block; their address is an offset from `pixels`, not an integer
+    // made into a pointer.
     const auto page = std::uintptr_t(sysconf(_SC_PAGESIZE));
-    const auto first = (std::uintptr_t(pixels) + page - 1) & ~(page - 1);
-    const auto last = (std::uintptr_t(pixels) + size) & ~(page - 1);
-    if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE);
+    const auto start = std::uintptr_t(pixels);
+    const auto first = (start + page - 1) & ~(page - 1);
+    const auto last = (start + size) & ~(page - 1);
+    if (last > first)
+        madvise(static_cast<char*>(pixels) + (first - start), last - first, MADV_POPULATE_WRITE);
     std::memset(pixels, 0, size);
     SurfacePtr surface(cairo_image_surface_create_for_data(
         static_cast<unsigned char*>(pixels), CAIRO_FORMAT_ARGB32, width, height, stride));

@@ -60,6 +60,7 @@ PangoAlignment pangoAlignment(TextAlignment alignment) {
 // Points to Pango units, rounding down so that a width never grows on the way.
 int toPangoUnits(double points) {
     const double units = std::floor(points * PANGO_SCALE);
+    // NOLINTNEXTLINE(bugprone-integer-division): meant, the cap is a whole number of units
     return int(std::clamp(units, 0.0, double(std::numeric_limits<int>::max() / 2)));
 }
 
@@ -160,7 +161,7 @@ bool limitLines(PangoLayout* layout, int limit, bool wraps) {
     // height there so that the mark, if it does not fit, is ellipsised into that line.
     const PangoLayoutLine* last = pango_layout_get_line_readonly(layout, limit - 1);
     const std::string_view all = pango_layout_get_text(layout);
-    std::string cut(all.substr(0, std::size_t(last->start_index + last->length)));
+    std::string cut(all.substr(0, std::size_t(last->start_index) + std::size_t(last->length)));
     while (!cut.empty() && std::string_view(" \t\r\n").find(cut.back()) != std::string_view::npos)
         cut.pop_back();
     cut += "…";

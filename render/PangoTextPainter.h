@@ -10,8 +10,8 @@ namespace render::detail {
 // The painter's Cairo context, passed through by pointer so that Cairo stays out of headers.
 struct CairoContext;
 
-// Draws the text of `command` in its colour on `cairo`, wrapped at the frame's width and cut to
-// the lines that fit its height, its top-left corner at the frame's origin.
-void drawText(CairoContext* cairo, const layout::DrawText& command);
+// Draws the text of `command` in its colour on `context`, wrapped at the frame's width and cut
+// to the lines that fit its height, its top-left corner at the frame's origin.
+void drawText(CairoContext* context, const layout::DrawText& command);
 
 }  // namespace render::detail

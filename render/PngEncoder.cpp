@@ -32,7 +32,7 @@ public:
         : m_stream(std::make_unique<isal_zstream>()),  // about 100 KB of state
           m_levelBuffer(std::make_unique_for_overwrite<std::uint8_t[]>(ISAL_DEF_LVL1_SMALL)),
           m_lineSize(lineSize),
-          m_capacity(std::max<std::size_t>(lineSize, 32 * 1024 / lineSize * lineSize)),
+          m_capacity(std::max<std::size_t>(lineSize, std::size_t(32) * 1024 / lineSize * lineSize)),
           m_lines(std::make_unique_for_overwrite<unsigned char[]>(m_capacity)) {
         isal_deflate_init(m_stream.get());
         m_stream->level = 1;
@@ -63,7 +63,7 @@ private:
         m_stream->end_of_stream = last ? 1 : 0;
         do {
             if (m_written == m_out.size())
-                m_out.resize(std::max<std::size_t>(64 * 1024, m_out.size() * 2));
+                m_out.resize(std::max<std::size_t>(std::size_t(64) * 1024, m_out.size() * 2));
             m_stream->next_out = m_out.data() + m_written;
             m_stream->avail_out = static_cast<std::uint32_t>(m_out.size() - m_written);
             if (isal_deflate(m_stream.get()) != COMP_OK) return false;

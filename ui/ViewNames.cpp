@@ -32,7 +32,7 @@ std::string_view name(VerticalAlignment alignment) {
 
 // The platform's name of a two-dimensional alignment.
 std::string name(Alignment alignment) {
-    const std::string horizontal(name(alignment.horizontal));
+    std::string horizontal(name(alignment.horizontal));
     switch (alignment.vertical) {
         case VerticalAlignment::center:
             return horizontal;
