@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# Builds the decoder fuzz targets with clang (libFuzzer, address and undefined behaviour
-# sanitizers) in build-fuzz and runs each for SECONDS (default 15) on a scratch copy of its
-# seed corpus, so the committed corpus never changes. Fails on any finding; the reproducer is
-# kept under build-fuzz/findings/.
+# Builds the fuzz targets over the record decoders and the extension protocol with clang
+# (libFuzzer, address and undefined behaviour sanitizers) in build-fuzz and runs each for SECONDS
+# (default 15) on a scratch copy of its seed corpus, so the committed corpus never changes. Fails
+# on any finding; the reproducer is kept under build-fuzz/findings/.
 #   scripts/fuzz.sh [SECONDS]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-15}
 build=build-fuzz
-targets=(DailyBrief PortfolioSnapshot WatchlistRow WatchlistRows RoundTrip)
+targets=(DailyBrief PortfolioSnapshot WatchlistRow WatchlistRows RoundTrip
+  HostReply ExtensionRequest)
 
 cmake --preset fuzz >/dev/null
 cmake --build "$build" --target fuzzers -j "$(nproc)"
@@ -27,8 +28,15 @@ for target in "${targets[@]}"; do
   cp fuzz/corpus/"$target"/* "$corpus"/
   log="$scratch/$target.log"
   status=0
-  "$build/fuzz/fuzz_$target" "$corpus" -dict=fuzz/records.dict -max_total_time="$seconds" \
-    -max_len=4096 -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+  case $target in
+    # Frames of up to 64 KiB, whose reading never allocates 2 MB at once: a count that lies
+    # sizes no list. Value profiles lead the fuzzer to the lengths and counts that are compared.
+    HostReply | ExtensionRequest)
+      options=(-dict=fuzz/protocol.dict -max_len=65536 -malloc_limit_mb=2 -use_value_profile=1) ;;
+    *) options=(-dict=fuzz/records.dict -max_len=4096) ;;
+  esac
+  "$build/fuzz/fuzz_$target" "$corpus" "${options[@]}" -max_total_time="$seconds" \
+    -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
     -artifact_prefix="$findings/$target-" >"$log" 2>&1 || status=$?
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
   corpusSize=$(find "$corpus" -type f | wc -l)
