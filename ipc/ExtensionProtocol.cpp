@@ -1,8 +1,10 @@
 #include "ipc/ExtensionProtocol.h"
 
+#include <algorithm>
 #include <cstring>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 
 using namespace timeline;
 using namespace widgets;
@@ -88,6 +90,26 @@ constexpr std::uint8_t lastValue(ImageEncoding) {
     return std::uint8_t(ImageEncoding::none);
 }
 
+// The fewest bytes a value of T travels in: a list's count, the sender's word, is held against
+// what the bytes left could carry before its items take any memory.
+template <typename T>
+constexpr std::size_t leastSize() {
+    if constexpr (std::is_same_v<T, std::string> || isVector<T>)
+        return sizeof(std::uint32_t);
+    else if constexpr (isOptional<T> || std::is_enum_v<T> || std::is_same_v<T, bool>)
+        return 1;
+    else if constexpr (std::is_same_v<T, platform::Date>)
+        return sizeof(std::int64_t);
+    else if constexpr (std::is_same_v<T, widgets::AnyEntry>)
+        return 1 + std::min(leastSize<DailyBriefEntry>(), leastSize<WatchlistEntry>());
+    else if constexpr (std::is_arithmetic_v<T>)
+        return sizeof(T);
+    else
+        return []<typename... Field>(std::tuple<Field&...>*) {
+            return (std::size_t(0) + ... + leastSize<std::remove_const_t<Field>>());
+        }(static_cast<decltype(fields(std::declval<T&>()))*>(nullptr));
+}
+
 class Writer {
 public:
     explicit Writer(std::string& out) : m_out(out) {}
@@ -141,8 +163,10 @@ public:
         } else if constexpr (isVector<T>) {
             std::uint32_t count = 0;
             get(count);
-            // Every item takes at least a byte: a count beyond what is left is a lie.
-            if (count > m_in.size() - m_at) return fail("a list longer than its frame");
+            // The bytes left must hold `count` items at their fewest bytes, or the count is a lie;
+            // checked before the list is sized, as an item takes many times its bytes in memory.
+            if (count > (m_in.size() - m_at) / leastSize<typename T::value_type>())
+                return fail("a list longer than its frame");
             value.resize(count);
             for (auto& item : value) get(item);
         } else if constexpr (std::is_same_v<T, platform::Date>) {
