@@ -32,8 +32,9 @@ TEST(ExtensionProtocol, ListCountsBeyondWhatTheirBytesCanCarryAreRefused) {
     // After the header: the id, the count of entries, then the entries and the reload date.
     constexpr std::size_t entryCount = extensionFrameHeaderSize + 4;
     constexpr std::size_t rowCount = entryCount + 4 + 1 + 8;  // after the entry's kind and date
-    const std::string threeEntries = encodeFrame(TimelineReply{1, {{empty, empty, empty}, {at}}});
-    const std::string oneRow = encodeFrame(TimelineReply{1, {{rows}, {at}}});
+    const std::string threeEntries =
+        encodeFrame(ReloadReply{1, {{empty, empty, empty}, {at}}, std::nullopt});
+    const std::string oneRow = encodeFrame(ReloadReply{1, {{rows}, {at}}, std::nullopt});
     // As long as a frame may be, its entries counted as the bytes after the count.
     std::string megabyte = with(with(threeEntries, 8, extensionFramePayloadLimit), entryCount,
                                 extensionFramePayloadLimit - 8);
