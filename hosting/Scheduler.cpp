@@ -57,17 +57,6 @@ std::vector<TimelineRequestRecord> Scheduler::runDue(const TimelineSource& sourc
     return records;
 }
 
-std::vector<TimelineRequestRecord> Scheduler::runDue(const WidgetHost& host,
-                                                     const platform::Clock& clock) {
-    std::vector<RequestFailure> failures;  // stays empty: the widgets here always answer
-    return runDue(
-        [&](const Placement& placement, const platform::Clock& clock) {
-            return platform::Result<ExtensionReload>(
-                ExtensionReload{host.request(placement, Request::timeline, clock), std::nullopt});
-        },
-        clock, failures);
-}
-
 RequestFailure Scheduler::drawingFailed(std::size_t index, platform::Error error,
                                         platform::Date now) {
     const platform::Date retry = m_backoff.failed(index, now, m_reloadAfter[index]);

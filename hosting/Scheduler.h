@@ -61,9 +61,6 @@ public:
     std::vector<TimelineRequestRecord> runDue(const TimelineSource& source,
                                               const platform::Clock& clock,
                                               std::vector<RequestFailure>& failures);
-    // The same in this process, where requests do not fail.
-    std::vector<TimelineRequestRecord> runDue(const widgets::WidgetHost& host,
-                                              const platform::Clock& clock);
 
     // A placement's drawing failed at `now`: it is asked again after the back-off, by its next
     // reload date at the latest.

@@ -291,22 +291,4 @@ platform::Result<void> paintPixels(const DrawList& list, double scale, PixelTarg
     return drawn;
 }
 
-Bitmap renderBitmap(const DrawList& list, double scale) {
-    platform::Result<SurfacePtr> image = drawImage(list, scale);
-    if (!image) return {};
-    cairo_surface_t* s = image->get();
-    Bitmap bitmap;
-    bitmap.width = cairo_image_surface_get_width(s);
-    bitmap.height = cairo_image_surface_get_height(s);
-    const unsigned char* data = cairo_image_surface_get_data(s);
-    const int stride = cairo_image_surface_get_stride(s);
-    bitmap.pixels.resize(std::size_t(bitmap.width) * bitmap.height);
-    Rgba* out = bitmap.pixels.data();
-    for (int y = 0; y < bitmap.height; ++y) {
-        const auto* row = reinterpret_cast<const std::uint32_t*>(data + std::size_t(y) * stride);
-        for (int x = 0; x < bitmap.width; ++x) *out++ = straightPixel(row[x]);
-    }
-    return bitmap;
-}
-
 }  // namespace render

@@ -36,16 +36,6 @@ struct Rgba {
     bool operator==(const Rgba&) const = default;
 };
 
-// Pixels in rows from the top, each row from the left.
-struct Bitmap {
-    int width = 0;
-    int height = 0;
-    std::vector<Rgba> pixels;
-
-    [[nodiscard]] Rgba at(int x, int y) const { return pixels[std::size_t(y) * width + x]; }
-    bool operator==(const Bitmap&) const = default;
-};
-
 // Memory that holds an image in Cairo's ARGB32 form: premultiplied alpha, one native-endian
 // 32-bit word per pixel, rows `stride` bytes apart. The caller owns it (shared memory, a
 // window's buffer).
@@ -69,10 +59,5 @@ struct PixelSize {
 // first.
 [[nodiscard]] platform::Result<void> paintPixels(const layout::DrawList& list, double scale,
                                                  PixelTarget target);
-
-// The list drawn as PNG would be, before encoding: canvas × scale pixels, transparent where
-// nothing is drawn. An invalid canvas or scale gives an empty bitmap.
-[[nodiscard]] Bitmap renderBitmap(const layout::DrawList& list,
-                                  double scale = layout::defaults::renderScale);
 
 }  // namespace render

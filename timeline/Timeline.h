@@ -16,10 +16,6 @@ namespace timeline {
 struct TimelineProviderContext {
     explicit TimelineProviderContext(const platform::Clock& clock) : clock(&clock) {}
 
-    WidgetFamily family = WidgetFamily::systemMedium;
-    bool isPreview = false;
-    double displayWidth = 0;
-    double displayHeight = 0;
     const platform::Clock* clock;
     // The folder of the shared store; empty means the one the environment names.
     std::string storeDirectory;

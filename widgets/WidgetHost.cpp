@@ -67,12 +67,7 @@ AnyTimeline WidgetHost::request(const Placement& placement, Request request,
     const auto* configuration = widget(placement.kind);
     VELMORA_ASSERT(configuration != nullptr);
     TimelineProviderContext context(clock);
-    context.family = placement.family;
-    const auto canvas = layout::defaults::canvasSize(placement.family);
-    context.displayWidth = canvas.width;
-    context.displayHeight = canvas.height;
     context.storeDirectory = m_settings.storeDirectory;
-    context.isPreview = request != Request::timeline;
 
     std::optional<AnyTimeline> answer;
     switch (request) {

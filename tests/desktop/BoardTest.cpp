@@ -4,6 +4,7 @@
 #include "hosting/DrawnWidget.h"
 #include "hosting/Extension.h"
 #include "render/Painter.h"
+#include "tests/support/Bitmap.h"
 #include "tests/support/TempStore.h"
 #include "widgets/WidgetHost.h"
 #include "widgets/Widgets.h"

@@ -1,4 +1,5 @@
 #include "render/Painter.h"
+#include "tests/support/Bitmap.h"
 
 #include "render/PangoTextMeasurer.h"
 #include "style/Palette.h"

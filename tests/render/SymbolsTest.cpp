@@ -1,5 +1,6 @@
 #include "layout/Symbols.h"
 #include "render/Painter.h"
+#include "tests/support/Bitmap.h"
 
 #include "style/Palette.h"
 

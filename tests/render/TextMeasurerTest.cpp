@@ -3,6 +3,7 @@
 #include "layout/ShownText.h"
 #include "render/Painter.h"
 #include "style/Palette.h"
+#include "tests/support/Bitmap.h"
 
 #include <gtest/gtest.h>
 

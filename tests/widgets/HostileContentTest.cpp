@@ -9,6 +9,7 @@
 #include "render/Painter.h"
 #include "render/PangoTextMeasurer.h"
 #include "store/AppGroupStore.h"
+#include "tests/support/Bitmap.h"
 #include "tests/support/TempStore.h"
 #include "widgets/WidgetHost.h"
 #include "widgets/Widgets.h"
