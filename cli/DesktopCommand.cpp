@@ -3,6 +3,7 @@
 #include "hosting/DesktopPlacements.h"
 #include "platform/AtomicFile.h"
 #include "platform/Deployment.h"
+#include "platform/UserFolders.h"
 
 #include <CLI/CLI.hpp>
 
@@ -60,7 +61,7 @@ std::string execArgument(const std::string& argument) {
 }
 
 std::filesystem::path autostartFile() {
-    return userConfigFolder() / "autostart" /
+    return platform::userFolder(platform::UserFolder::config) / "autostart" /
            (std::string(platform::desktopApplicationId()) + ".desktop");
 }
 

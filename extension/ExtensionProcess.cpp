@@ -3,6 +3,7 @@
 #include "extension/ExtensionServer.h"
 #include "ipc/ExtensionLimits.h"
 #include "platform/Confinement.h"
+#include "platform/UserFolders.h"
 #include "store/StoreLocation.h"
 
 #include <fontconfig/fontconfig.h>
@@ -50,14 +51,6 @@ void addStrings(std::vector<std::filesystem::path>& paths, FcStrList* list) {
     FcStrListDone(list);
 }
 
-// The folder an XDG variable names, else the one below the home folder.
-std::filesystem::path xdgFolder(const char* variable, const char* underHome) {
-    const char* set = std::getenv(variable);
-    if (set != nullptr && *set == '/') return set;
-    const char* home = std::getenv("HOME");
-    return std::filesystem::path(home != nullptr ? home : "/") / underHome;
-}
-
 // What the extension may read: the app group's store folder, and what drawing needs: fonts,
 // their configuration and caches, time-zone data and the libraries it loads, which it may also
 // map as code. Text is drawn with the user's own fontconfig configuration, whose fallback fonts
@@ -66,17 +59,17 @@ std::filesystem::path xdgFolder(const char* variable, const char* underHome) {
 // listed too, for a configuration that adds a folder only once it exists.
 platform::ConfinementRules confinementRules(const std::filesystem::path& store) {
     platform::ConfinementRules rules;
-    const auto home = xdgFolder("HOME", "");
+    const auto home = platform::homeFolder();
     rules.readable = {store,
                       "/etc/fonts",
                       "/usr/share/fontconfig",
                       "/usr/share/fonts",
                       "/usr/local/share/fonts",
-                      xdgFolder("XDG_DATA_HOME", ".local/share") / "fonts",
+                      platform::userFolder(platform::UserFolder::data) / "fonts",
                       home / ".fonts",
                       "/var/cache/fontconfig",
-                      xdgFolder("XDG_CACHE_HOME", ".cache") / "fontconfig",
-                      xdgFolder("XDG_CONFIG_HOME", ".config") / "fontconfig",
+                      platform::userFolder(platform::UserFolder::cache) / "fontconfig",
+                      platform::userFolder(platform::UserFolder::config) / "fontconfig",
                       home / ".fontconfig",
                       home / ".fonts.conf",
                       "/usr/share/zoneinfo",
@@ -168,9 +161,8 @@ int tryRunning() {
 platform::Result<void, ProcessFailure> probe(const widgets::WidgetHost& widgets,
                                              const platform::Clock& clock,
                                              const std::filesystem::path& store) {
-    const char* home = std::getenv("HOME");
     report("write in the store folder", tryWriting(store));
-    report("write in the home folder", tryWriting(home != nullptr ? home : "/root"));
+    report("write in the home folder", tryWriting(platform::homeFolder()));
     report("write in /tmp", tryWriting("/tmp"));
     report("listen on a TCP port", tryListening());
     report("run a program", tryRunning());

@@ -1,5 +1,7 @@
 #include "hosting/DesktopPlacements.h"
 
+#include "platform/UserFolders.h"
+
 #include "hosting/Placements.h"
 #include "platform/AtomicFile.h"
 #include "platform/InputFile.h"
@@ -15,17 +17,8 @@ namespace hosting {
 
 using timeline::WidgetFamily;
 
-std::filesystem::path userConfigFolder() {
-    // XDG base directories must be absolute; a relative value is ignored.
-    if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg != nullptr && xdg[0] == '/')
-        return xdg;
-    if (const char* home = std::getenv("HOME"); home != nullptr && home[0] != '\0')
-        return std::filesystem::path(home) / ".config";
-    return ".config";
-}
-
 std::filesystem::path userPlacementsFile() {
-    return userConfigFolder() / "velmora" / "placements.json";
+    return platform::userFolder(platform::UserFolder::config) / "velmora" / "placements.json";
 }
 
 std::vector<Placement> firstRunPlacements() {

@@ -16,9 +16,6 @@ namespace hosting {
 // The board's placements as they are kept between runs: the `--placements` format, a JSON array
 // of {"kind": KIND, "family": FAMILY}, in the user's configuration folder.
 
-// The user's configuration folder: $XDG_CONFIG_HOME when it is absolute, else ~/.config.
-[[nodiscard]] std::filesystem::path userConfigFolder();
-
 // $XDG_CONFIG_HOME/velmora/placements.json, else ~/.config/velmora/placements.json.
 [[nodiscard]] std::filesystem::path userPlacementsFile();
 
