@@ -6,7 +6,7 @@
 // the modifiers that wrap a view. The result is a draw list for the painters and the frames
 // of every node for the frames dump. Layout is pure: same inputs, same result. A text is given
 // to the measurer and the painter only as far as its frame and line limit can show it
-// (TextMeasurer::shownText). The engine, one file per kind of view: render/LayoutEngine.h.
+// (TextMeasurer::shownText). The engine, one file per kind of view: layout/LayoutEngine.h.
 
 #include "layout/Geometry.h"
 #include "layout/LayoutResult.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-// The engine behind render/Layout.h (whose entry points are in Layout.cpp), for the files
+// The engine behind layout/Layout.h (whose entry points are in Layout.cpp), for the files
 // that lay out one kind of view each:
 //   LayoutEngine.cpp    the walk: environment, measuring with its cache, placing, leaves
 //   ModifierLayout.cpp  frame, padding, background and clip
@@ -8,7 +8,7 @@
 //   GridLayout.cpp      flexible grid columns and rows
 //   TextLayout.cpp      a text's string, style and fit to a proposal, bounded to what shows
 //   FrameDescription.cpp  what the frames dump says of each node
-// Nothing here is for the views: they reach layout through render/Layout.h only.
+// Nothing here is for the views: they reach layout through layout/Layout.h only.
 
 #include "layout/Geometry.h"
 #include "layout/LayoutResult.h"

@@ -128,7 +128,7 @@ TEST(DesktopPlacements, SavedPlacementsLoadBackAndAMissingFileGivesTheFirstRun) 
     }
 }
 
-TEST(DesktopDrawing, DrawsTheRenderersPixelsInsideContinuousCornersWithLinkAndTexts) {
+TEST(DrawnWidget, DrawsTheRenderersPixelsInsideContinuousCornersWithLinkAndTexts) {
     const tempstore::TempStore store;
     const auto host = hostOn(store, 1);
     const Placement brief{"DailyBrief", WidgetFamily::systemMedium};
