@@ -24,7 +24,6 @@
 
 using namespace timeline;
 using namespace ui;
-using namespace timeline;
 using namespace layout;
 using namespace render;
 

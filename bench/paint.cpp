@@ -13,9 +13,6 @@ using namespace timeline;
 using namespace layout;
 using namespace render;
 
-using namespace layout;
-using namespace render;
-
 namespace {
 
 // About what layout produces for the medium watchlist: background, header with symbol and age,

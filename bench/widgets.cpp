@@ -21,10 +21,8 @@
 
 using namespace timeline;
 using namespace ui;
-using namespace timeline;
 using namespace layout;
 using namespace render;
-using namespace widgets;
 using namespace widgets;
 using namespace store;
 

@@ -14,13 +14,10 @@
 
 using namespace timeline;
 using namespace widgets;
-using namespace desktop;
 
 namespace cli {
 
 using namespace ui;
-using namespace timeline;
-using namespace widgets;
 using namespace dailybrief;
 using namespace watchlist;
 

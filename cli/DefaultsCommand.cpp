@@ -18,8 +18,6 @@ using namespace desktop;
 namespace cli {
 
 using namespace ui;
-using namespace timeline;
-using namespace widgets;
 using namespace dailybrief;
 using namespace watchlist;
 namespace {

@@ -19,7 +19,6 @@
 
 using namespace timeline;
 using namespace widgets;
-using namespace hosting;
 using namespace desktop;
 
 namespace cli {

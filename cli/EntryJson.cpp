@@ -10,8 +10,6 @@ using namespace widgets;
 
 namespace cli {
 
-using namespace timeline;
-using namespace widgets;
 using namespace dailybrief;
 using namespace watchlist;
 namespace {

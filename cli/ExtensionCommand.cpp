@@ -9,12 +9,6 @@
 #include <cstdlib>
 #include <memory>
 
-using namespace timeline;
-using namespace widgets;
-using namespace ipc;
-using namespace extension;
-using namespace desktop;
-
 namespace cli {
 namespace {
 

@@ -17,13 +17,10 @@ using namespace widgets;
 using namespace ipc;
 using namespace hosting;
 using namespace gallery;
-using namespace desktop;
 
 namespace cli {
 
 using namespace ui;
-using namespace timeline;
-using namespace widgets;
 using namespace dailybrief;
 using namespace watchlist;
 namespace {

@@ -32,7 +32,6 @@ using namespace desktop;
 
 namespace cli {
 
-using namespace timeline;
 namespace {
 
 struct HostOptions {

@@ -10,7 +10,6 @@
 
 using namespace timeline;
 using namespace widgets;
-using namespace desktop;
 
 namespace cli {
 

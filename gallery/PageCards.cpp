@@ -13,8 +13,6 @@ using namespace hosting;
 namespace gallery {
 
 using namespace ui;
-using namespace timeline;
-using namespace widgets;
 using namespace dailybrief;
 using namespace watchlist;
 namespace {

@@ -9,9 +9,6 @@ using namespace widgets;
 
 namespace hosting {
 
-using namespace timeline;
-using namespace widgets;
-
 Scheduler::Scheduler(std::vector<Placement> placements)
     : m_placements(std::move(placements)),
       m_reloadAfter(m_placements.size(), platform::Date::min()),

@@ -9,12 +9,18 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build-release}
 scripts/install-deps.sh mmdebstrap lintian devscripts
-# The flags a Debian package is built with, every hardening feature on; CMake reads CXXFLAGS and
-# LDFLAGS when it first configures a folder, and the preprocessor's flags go with the compiler's.
+# The flags a Debian package is built with, every hardening feature on, the preprocessor's with
+# the compiler's. Stack clash protection and control-flow protection are the hardening features
+# newer releases of dpkg-buildflags add by themselves; Debian 12's does not yet.
 export DEB_BUILD_MAINT_OPTIONS=hardening=+all
 eval "$(dpkg-buildflags --export=sh)"
-export CXXFLAGS="$CXXFLAGS $CPPFLAGS"
-cmake --preset release -B "$build" >/dev/null
+case "$(dpkg --print-architecture)" in
+  amd64) CXXFLAGS="$CXXFLAGS -fstack-clash-protection -fcf-protection" ;;
+  arm64) CXXFLAGS="$CXXFLAGS -fstack-clash-protection -mbranch-protection=standard" ;;
+  *) CXXFLAGS="$CXXFLAGS -fstack-clash-protection" ;;
+esac
+cmake --preset release -B "$build" -DCMAKE_CXX_FLAGS="$CXXFLAGS $CPPFLAGS" \
+  -DCMAKE_EXE_LINKER_FLAGS="$LDFLAGS" >/dev/null
 cmake --build "$build" --target velmora-widgets velmora-docs -j "$(nproc)"
 (cd "$build" && cpack -G DEB >/dev/null)
 deb=$(ls -t "$build"/velmora-widgets_*.deb | head -1)

@@ -27,7 +27,6 @@
 #include <vector>
 
 using namespace timeline;
-using namespace timeline;
 using namespace dailybrief;
 using namespace watchlist;
 using namespace widgets;
