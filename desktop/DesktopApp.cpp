@@ -610,14 +610,15 @@ private:
     // corners, or why either failed.
     static void reloadAnswer(Extension& extension, const WidgetHost& host, Request request,
                              double scale, Answer& answer) {
-        auto reload =
+        auto answered =
             extension.reload(answer.placement, request, answer.at, scale, ImageEncoding::argb32);
-        if (!reload) {
-            answer.timeline = reload.error();
+        if (!answered) {
+            answer.timeline = answered.error();
             return;
         }
-        answer.timeline = std::move(reload->timeline);
-        answer.drawn = drawnWidget(*reload->drawing, scale, boardSettings.cornerRadius,
+        ExtensionReload reload = std::move(answered).value();
+        answer.timeline = std::move(reload.timeline);
+        answer.drawn = drawnWidget(*reload.drawing, scale, boardSettings.cornerRadius,
                                    label(host, answer.placement));
     }
 

@@ -23,7 +23,7 @@ namespace extension {
 namespace {
 
 // The stack of each thread the libraries start (Pango sorts fonts on one).
-constexpr std::size_t threadStackBytes = 512 * 1024;
+constexpr std::size_t threadStackBytes = std::size_t(512) * 1024;
 
 [[noreturn]] void outOfMemory() {
     static constexpr char line[] = "velmora-widgets extension: error: out of memory\n";

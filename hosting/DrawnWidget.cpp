@@ -52,10 +52,10 @@ platform::Result<DrawnWidget> drawnWidget(const ExtensionDrawing& drawing, doubl
             !painted)
             return painted;
         for (int y = 0; y < rows; ++y) {
-            auto* row =
-                reinterpret_cast<std::uint32_t*>(pixels.get() + (firstRow + y) * size->stride);
-            const auto* mask =
-                reinterpret_cast<const std::uint32_t*>(coverage.get() + y * size->stride);
+            auto* row = reinterpret_cast<std::uint32_t*>(
+                pixels.get() + std::ptrdiff_t(firstRow + y) * size->stride);
+            const auto* mask = reinterpret_cast<const std::uint32_t*>(
+                coverage.get() + std::ptrdiff_t(y) * size->stride);
             for (int x = 0; x < size->width; ++x) {
                 const std::uint32_t alpha = mask[x] >> 24;
                 if (alpha == 255) continue;

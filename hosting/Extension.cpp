@@ -289,11 +289,12 @@ platform::Result<ExtensionReload> Extension::reload(const Placement& placement, 
         asked.buffer = buffer->id;
         asked.bufferSize = buffer->size;
     }
-    auto reply = exchange(asked, buffer ? buffer->fd.get() : -1);
-    if (!reply) return reply.error();
-    if (auto* failure = std::get_if<FailureReply>(&reply->message))
+    auto exchanged = exchange(asked, buffer ? buffer->fd.get() : -1);
+    if (!exchanged) return exchanged.error();
+    ReceivedMessage reply = std::move(exchanged).value();
+    if (auto* failure = std::get_if<FailureReply>(&reply.message))
         return platform::Error{failure->description};
-    auto* reloaded = std::get_if<ReloadReply>(&reply->message);
+    auto* reloaded = std::get_if<ReloadReply>(&reply.message);
     if (reloaded == nullptr) return fail("the extension answered a reload with something else");
     if (reloaded->timeline.entries.empty()) return fail("the extension answered with no entry");
     ExtensionReload answer{std::move(reloaded->timeline), std::nullopt};
@@ -308,7 +309,7 @@ platform::Result<ExtensionReload> Extension::reload(const Placement& placement, 
         return fail("the extension sent " + checked.error().description);
     auto image = buffer
                      ? platform::Result<ExtensionImage>(ExtensionImage(buffer, drawing.byteCount))
-                     : mapImage(drawing, reply->fd);
+                     : mapImage(drawing, reply.fd);
     if (!image) return fail("the extension sent " + image.error().description);
     answer.drawing = ExtensionDrawing{std::move(image).value(),
                                       drawing.encoding,

@@ -29,21 +29,18 @@ std::vector<TimelineRequestRecord> Scheduler::runDue(const TimelineSource& sourc
     const platform::Date now = clock.now();
     std::vector<TimelineRequestRecord> records;
     for (const std::size_t i : dueAt(now)) {
-        auto reload = source(m_placements[i], clock);
-        if (!reload) {
+        auto answered = source(m_placements[i], clock);
+        if (!answered) {
             // Asked again after the back-off: the reload date it had has passed.
             m_reloadAfter[i] = std::max(m_backoff.failed(i, now, std::nullopt),
                                         now + std::chrono::microseconds(1));
-            failures.push_back({i, m_placements[i], reload.error(), m_reloadAfter[i]});
+            failures.push_back({i, m_placements[i], answered.error(), m_reloadAfter[i]});
             continue;
         }
+        ExtensionReload reload = std::move(answered).value();
         const std::size_t number = m_latest[i] ? m_latest[i]->number + 1 : 1;
-        TimelineRequestRecord record{i,
-                                     number,
-                                     m_placements[i],
-                                     now,
-                                     std::move(reload->timeline),
-                                     std::move(reload->drawing)};
+        TimelineRequestRecord record{
+            i, number, m_placements[i], now, std::move(reload.timeline), std::move(reload.drawing)};
         // A reload date at or before now would make the host ask again at once, in a tight
         // loop: wait at least until the next moment after this request.
         m_reloadAfter[i] =

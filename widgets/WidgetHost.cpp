@@ -84,7 +84,8 @@ AnyTimeline WidgetHost::request(const Placement& placement, Request request,
             });
             break;
         case Request::timeline:
-            configuration->getTimeline(context, [&](AnyTimeline timeline) { answer = timeline; });
+            configuration->getTimeline(context,
+                                       [&](AnyTimeline timeline) { answer = std::move(timeline); });
             break;
     }
     // Providers complete before they return; a missing answer is a provider bug.
