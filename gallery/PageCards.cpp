@@ -3,6 +3,7 @@
 #include "hosting/Extension.h"
 #include "platform/Fatal.h"
 #include "ui/LocalizedString.h"
+#include "widgets/AnyEntry.h"
 #include "widgets/WidgetHost.h"
 
 using namespace timeline;

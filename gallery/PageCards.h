@@ -4,7 +4,6 @@
 #include "platform/Date.h"
 #include "platform/Result.h"
 #include "timeline/Placement.h"
-#include "widgets/AnyEntry.h"
 
 #include <filesystem>
 #include <string>

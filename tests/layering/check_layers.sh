@@ -13,7 +13,7 @@ forbidden=(desktop:extension desktop:render desktop:dailybrief desktop:watchlist
            gallery:extension gallery:render gallery:dailybrief gallery:watchlist)
 # The widget headers the pages and the board still include: the bundle's description, its entries and the
 # host's settings, until the extension describes its bundle over the channel.
-allowed=(widgets/WidgetHost.h widgets/AnyEntry.h widgets/StaticConfiguration.h)
+allowed=(widgets/WidgetHost.h widgets/StaticConfiguration.h widgets/AnyEntry.h)
 declare -A rank
 for i in "${!layers[@]}"; do rank[${layers[$i]}]=$i; done
 status=0
