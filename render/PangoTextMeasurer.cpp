@@ -73,32 +73,4 @@ const TextMeasurer& pangoTextMeasurer() {
     return measurer;
 }
 
-TextLayoutFacts describeTextLayout(std::string_view text, const TextStyle& style,
-                                   std::optional<double> width) {
-    const detail::ShapedText shaped = detail::shapeText(text, style, width);
-    PangoLayout* layout = pangoLayout(shaped);
-    TextLayoutFacts facts{pango_layout_get_line_count(layout),
-                          shaped.cutByHand || pango_layout_is_ellipsized(layout),
-                          {},
-                          0,
-                          0};
-    for (const GSList* line = pango_layout_get_lines_readonly(layout); line; line = line->next) {
-        for (const GSList* run = static_cast<PangoLayoutLine*>(line->data)->runs; run;
-             run = run->next) {
-            const PangoGlyphString* glyphs = static_cast<PangoGlyphItem*>(run->data)->glyphs;
-            facts.glyphs += glyphs->num_glyphs;
-            for (int i = 0; i < glyphs->num_glyphs; ++i)
-                facts.unknownGlyphs += (glyphs->glyphs[i].glyph & PANGO_GLYPH_UNKNOWN_FLAG) != 0;
-        }
-    }
-    const PangoLayoutLine* first = pango_layout_get_line_readonly(layout, 0);
-    if (first && first->runs) {
-        const auto* run = static_cast<const PangoGlyphItem*>(first->runs->data);
-        PangoFontDescription* description = pango_font_describe(run->item->analysis.font);
-        facts.family = pango_font_description_get_family(description);
-        pango_font_description_free(description);
-    }
-    return facts;
-}
-
 }  // namespace render

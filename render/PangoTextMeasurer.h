@@ -29,17 +29,4 @@ public:
 // its own Pango context).
 [[nodiscard]] const layout::TextMeasurer& pangoTextMeasurer();
 
-// What Pango made of a text, for tests and diagnostics.
-struct TextLayoutFacts {
-    int lineCount = 0;
-    bool ellipsized = false;  // the text was cut and ends with "…"
-    std::string family;       // of the font that sets the first character
-    int glyphs = 0;           // on all lines, the ellipsis included
-    int unknownGlyphs = 0;    // drawn as a box: no font on the machine has the character
-    bool operator==(const TextLayoutFacts&) const = default;
-};
-[[nodiscard]] TextLayoutFacts describeTextLayout(std::string_view text,
-                                                 const layout::TextStyle& style,
-                                                 std::optional<double> width);
-
 }  // namespace render

@@ -1,4 +1,5 @@
 #include "render/PangoTextMeasurer.h"
+#include "tests/support/TextLayoutFacts.h"
 
 #include "layout/ShownText.h"
 #include "render/Painter.h"

@@ -11,6 +11,7 @@
 #include "store/AppGroupStore.h"
 #include "tests/support/Bitmap.h"
 #include "tests/support/TempStore.h"
+#include "tests/support/TextLayoutFacts.h"
 #include "widgets/WidgetHost.h"
 #include "widgets/Widgets.h"
 
