@@ -6,6 +6,7 @@
 #include "hosting/Extension.h"
 #include "bench/SeededStore.h"
 #include "render/Painter.h"
+#include "widgets/WidgetHost.h"
 #include "widgets/Widgets.h"
 
 #include <benchmark/benchmark.h>
@@ -58,7 +59,8 @@ HostSettings settings() {
 ExtensionSettings launchSettings() {
     char self[PATH_MAX] = {};
     const ssize_t n = ::readlink("/proc/self/exe", self, sizeof self - 1);
-    auto extension = extensionSettings(settings());
+    const auto host = settings();
+    auto extension = extensionSettings({host.storeDirectory, host.locale, host.timeZone});
     extension.program =
         (std::filesystem::path(std::string(self, std::size_t(std::max<ssize_t>(n, 0))))
              .parent_path()

@@ -196,11 +196,9 @@ std::string usageError(CLI::App& app, const CLI::ParseError& error) {
 
 }  // namespace
 
-int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widgets,
-                   DesktopBoardRunner desktopBoard) {
+int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widgets) {
     GlobalOptions globals;
     globals.widgets = std::move(widgets);
-    globals.desktopBoard = desktopBoard;
     CLI::App app{"Velmora widgets: the shared store, the widget providers and their host.",
                  "velmora-widgets"};
     app.require_subcommand(1);

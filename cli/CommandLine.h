@@ -16,10 +16,6 @@ class App;
 class Option;
 }  // namespace CLI
 
-namespace desktop {
-struct DesktopOptions;
-}  // namespace desktop
-
 // The `velmora-widgets` command line: the host app's writer side of the store and the widget
 // host's requests, one command per file. CommandLine.cpp builds the app and hands it to each
 // command's register function; a command's callback reports how it ended through `finish`.
@@ -53,10 +49,6 @@ struct CommandError {
 // How a command ended: nothing on success.
 using CommandResult = platform::Result<void, CommandError>;
 
-// Runs the desktop board; only the board program, which links the toolkit, has one.
-using DesktopBoardRunner = CommandResult (*)(const GlobalOptions& globals,
-                                             const desktop::DesktopOptions& options);
-
 // The options every command sees, filled in while the command line is parsed.
 struct GlobalOptions {
     std::string storeDirectory;  // --store-dir; empty: the environment's store folder
@@ -65,8 +57,7 @@ struct GlobalOptions {
     std::string timeZone;        // --time-zone, for commands that draw
     int exitCode = exitSuccess;
     std::vector<widgets::StaticConfiguration>
-        widgets;                                // the bundle the program's entry handed over
-    DesktopBoardRunner desktopBoard = nullptr;  // none: `desktop` starts the board program
+        widgets;  // the bundle the program's entry handed over
 
     // The clock requests read: fixed at --at when given, else the system clock.
     [[nodiscard]] const platform::Clock& clock() const;
@@ -101,8 +92,7 @@ CLI::Option* expectDate(CLI::Option* option);
 
 // Runs the program over the bundle's widgets; returns its exit code.
 [[nodiscard]] int runCommandLine(int argc, char** argv,
-                                 std::vector<widgets::StaticConfiguration> widgets,
-                                 DesktopBoardRunner desktopBoard = nullptr);
+                                 std::vector<widgets::StaticConfiguration> widgets);
 
 // `defaults write|read|delete KEY`: the store as the host app writes it.
 void registerDefaultsCommand(CLI::App& app, GlobalOptions& globals);

@@ -13,7 +13,6 @@
 
 using namespace timeline;
 using namespace widgets;
-using namespace desktop;
 
 namespace cli {
 

@@ -1,5 +1,4 @@
 #include "cli/CommandLine.h"
-#include "desktop/DesktopApp.h"
 #include "hosting/DesktopPlacements.h"
 #include "platform/AtomicFile.h"
 #include "platform/Deployment.h"
@@ -17,17 +16,13 @@
 #include <string>
 #include <vector>
 
-using namespace timeline;
-using namespace widgets;
-using namespace desktop;
-
 namespace cli {
 
 namespace {
 
 struct DesktopCommandOptions {
-    DesktopOptions board;
-    std::string autostart;  // "on", "off" or empty
+    std::string placementsFile;  // empty: the user's
+    std::string autostart;       // "on", "off" or empty
 };
 
 // The board program: the toolkit's libraries are linked into it alone, so that the short
@@ -67,7 +62,7 @@ std::filesystem::path autostartFile() {
 // The arguments that start this board again: the program, the options that chose the store and
 // the drawing, the command and its placements.
 std::vector<std::string> boardArguments(const std::string& program, const GlobalOptions& globals,
-                                        const DesktopOptions& options) {
+                                        const DesktopCommandOptions& options) {
     std::vector<std::string> arguments{program};
     const auto option = [&](const char* name, const std::string& value) {
         if (value.empty()) return;
@@ -82,7 +77,8 @@ std::vector<std::string> boardArguments(const std::string& program, const Global
     return arguments;
 }
 
-CommandResult setAutostart(bool on, const GlobalOptions& globals, const DesktopOptions& options) {
+CommandResult setAutostart(bool on, const GlobalOptions& globals,
+                           const DesktopCommandOptions& options) {
     const auto file = autostartFile();
     std::error_code error;
     if (!on) {
@@ -116,11 +112,10 @@ CommandResult run(const DesktopCommandOptions& options, const GlobalOptions& glo
     if (!globals.at.empty())
         return CommandError::usage("the board runs on the system clock; --at does not apply");
     if (!options.autostart.empty())
-        return setAutostart(options.autostart == "on", globals, options.board);
-    if (globals.desktopBoard != nullptr) return globals.desktopBoard(globals, options.board);
+        return setAutostart(options.autostart == "on", globals, options);
 
     const auto program = boardProgram();
-    const auto arguments = boardArguments(program.string(), globals, options.board);
+    const auto arguments = boardArguments(program.string(), globals, options);
     std::vector<char*> argv;
     argv.reserve(arguments.size() + 1);
     for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
@@ -139,7 +134,7 @@ void registerDesktopCommand(CLI::App& app, GlobalOptions& globals) {
         "desktop",
         "Show the placed widgets in a window on the desktop; a click opens a widget's link");
     command
-        ->add_option("--placements", options->board.placementsFile,
+        ->add_option("--placements", options->placementsFile,
                      "The placements to show and keep (default: "
                      "$XDG_CONFIG_HOME/velmora/placements.json)")
         ->type_name("FILE");

@@ -1,25 +1,24 @@
-#include "cli/CommandLine.h"
 #include "desktop/DesktopApp.h"
-#include "widgets/WidgetHost.h"
-#include "widgets/Widgets.h"
 
-#include <string>
+#include <CLI/CLI.hpp>
 
-namespace {
-
-cli::CommandResult runBoard(const cli::GlobalOptions& globals,
-                            const desktop::DesktopOptions& options) {
-    if (const int status =
-            desktop::runDesktopBoard(globals.widgets, globals.widgetHost().settings(), options);
-        status != 0)
-        return cli::CommandError{status, "the board ended with status " + std::to_string(status)};
-    return {};
-}
-
-}  // namespace
-
-// The board program: the extension's command line with the desktop board built in. The
-// `velmora-widgets desktop` command starts it.
+// The board program: what `velmora-widgets desktop` starts, with the options that chose the
+// store, the language and the placements. It links the toolkit and none of the widgets: their
+// names and drawings come from the extension it launches, `velmora-widgets extension`.
 int main(int argc, char** argv) {
-    return cli::runCommandLine(argc, argv, widgets::VelmoraWidgetsBundle().body(), runBoard);
+    hosting::ExtensionOptions extension;
+    desktop::DesktopOptions options;
+    CLI::App app{"The Velmora widgets on a board on the desktop.", "velmora-widgets-desktop"};
+    app.add_option("--store-dir", extension.storeDirectory, "Folder of the shared store")
+        ->type_name("DIR");
+    app.add_option("--locale", extension.locale, "Language and region the widgets speak")
+        ->type_name("LOCALE");
+    app.add_option("--time-zone", extension.timeZone, "Time zone of the widgets' dates")
+        ->type_name("ZONE");
+    CLI::App* board = app.add_subcommand("desktop", "Show the placed widgets");
+    board->add_option("--placements", options.placementsFile, "The placements to show and keep")
+        ->type_name("FILE");
+    app.require_subcommand(1, 1);
+    CLI11_PARSE(app, argc, argv);
+    return desktop::runDesktopBoard(extension, options);
 }

@@ -40,7 +40,9 @@ CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals
     const auto& clock = globals.clock();
     // Requests and drawings run in the extension process. One that fails there is left out of
     // the page with an error line; the gallery goes on, and exits 1 at the end.
-    Extension extension(extensionSettings(widgets.settings()));
+    Extension extension(
+        extensionSettings({widgets.settings().storeDirectory, widgets.settings().locale,
+                           widgets.settings().timeZone}));
     std::optional<CommandError> failed;
     std::vector<GalleryCard> cards;
     for (const auto& placement : widgets.allPlacements()) {
@@ -69,7 +71,7 @@ CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals
                     ", " + widgets.settings().timeZone +
                     ". Every widget in every family: its placeholder and its current entry.";
     if (auto written = platform::writeFileAtomically(
-            out / "index.html", galleryPage(gallerySections(widgets, cards), page));
+            out / "index.html", galleryPage(gallerySections(widgets.describe(), cards), page));
         !written)
         return CommandError::failure(written.error().description);
     std::error_code ignored;

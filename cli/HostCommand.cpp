@@ -28,7 +28,6 @@ using namespace widgets;
 using namespace ipc;
 using namespace hosting;
 using namespace gallery;
-using namespace desktop;
 
 namespace cli {
 
@@ -83,10 +82,12 @@ class HostRun {
 public:
     HostRun(const WidgetHost& widgets, std::vector<Placement> placements, std::filesystem::path out,
             platform::StopSignals signals)
-        : m_extension(extensionSettings(widgets.settings())),
+        : m_extension(extensionSettings({widgets.settings().storeDirectory,
+                                         widgets.settings().locale, widgets.settings().timeZone})),
           m_scale(widgets.settings().scale),
           m_scheduler(std::move(placements)),
-          m_page(widgets, m_extension, m_scheduler.placements().size()),
+          m_page(widgets.describe(), widgets.settings().scale, m_extension,
+                 m_scheduler.placements().size()),
           m_out(std::move(out)),
           m_signals(std::move(signals)) {}
 
@@ -237,7 +238,7 @@ CommandResult run(const HostOptions& options, const GlobalOptions& globals,
 
     auto placements = widgets.allPlacements();
     if (!options.placementsFile.empty()) {
-        auto read = readPlacements(options.placementsFile, widgets);
+        auto read = readPlacements(options.placementsFile, widgets.describe());
         if (!read) return CommandError::usage(read.error().description);
         placements = std::move(read).value();
     }

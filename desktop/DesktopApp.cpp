@@ -11,8 +11,7 @@
 #include "platform/Date.h"
 #include "platform/Deployment.h"
 #include "platform/WakeTimer.h"
-#include "ui/LocalizedString.h"
-#include "widgets/WidgetHost.h"
+#include "timeline/WidgetDescription.h"
 
 #include <glib-unix.h>
 #include <gtk/gtk.h>
@@ -36,7 +35,6 @@
 #include <vector>
 
 using namespace timeline;
-using namespace widgets;
 using namespace ipc;
 using namespace hosting;
 
@@ -340,8 +338,8 @@ private:
 // The board's extension: the command-line program beside it in the build tree, or in the folder
 // for programs once installed, which loads none of the toolkit's libraries; the board program
 // itself when neither is found.
-ExtensionSettings boardExtensionSettings(const HostSettings& settings) {
-    auto extension = extensionSettings(settings);
+ExtensionSettings boardExtensionSettings(const ExtensionOptions& options) {
+    auto extension = extensionSettings(options);
     if (std::getenv("VELMORA_EXTENSION") != nullptr) return extension;
     std::error_code error;
     const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
@@ -360,7 +358,7 @@ ExtensionSettings boardExtensionSettings(const HostSettings& settings) {
 struct Answer {
     Placement placement;
     platform::Date at;
-    platform::Result<widgets::AnyTimeline> timeline = platform::Error{"not asked"};
+    platform::Result<TimelineDates> timeline = platform::Error{"not asked"};
     std::optional<platform::Result<DrawnWidget>> drawn;
     // For a placement that shows nothing yet: its placeholder, drawn when the timeline or its
     // drawing failed, so that the widget is never left empty.
@@ -391,16 +389,12 @@ velmora-widget:disabled { opacity: 0.35; }
 
 class BoardApp {
 public:
-    BoardApp(std::vector<widgets::StaticConfiguration> widgets, widgets::HostSettings settings,
-             const DesktopOptions& options)
-        : m_widgets(std::move(widgets)),
-          m_settings(std::move(settings)),
-          m_host(m_widgets, m_settings),
-          m_placementsFile(options.placementsFile.empty()
+    BoardApp(const ExtensionOptions& extension, const DesktopOptions& options)
+        : m_placementsFile(options.placementsFile.empty()
                                ? userPlacementsFile()
                                : std::filesystem::path(options.placementsFile)),
           m_board({}),
-          m_worker(std::make_unique<ExtensionWorker>(boardExtensionSettings(m_settings))) {
+          m_worker(std::make_unique<ExtensionWorker>(boardExtensionSettings(extension))) {
         m_app = gtk_application_new(std::string(platform::desktopApplicationId()).c_str(),
                                     G_APPLICATION_DEFAULT_FLAGS);
         g_signal_connect_swapped(m_app, "startup",
@@ -501,15 +495,7 @@ private:
         gtk_overlay_add_overlay(GTK_OVERLAY(overlay), m_message);
         gtk_window_set_child(GTK_WINDOW(m_window), overlay);
 
-        auto placements = loadBoardPlacements(m_placementsFile, m_host);
-        if (!placements) {
-            showMessage(placements.error().description + "; showing the first-run widgets");
-            placements = firstRunPlacements();
-        }
-        for (const auto& placement : *placements) {
-            if (m_board.place(placement)) addView(placement);
-        }
-        updateEmptyState();
+        gtk_widget_set_visible(m_emptyLabel, FALSE);
 
         if (auto timer = platform::WakeTimer::create()) {
             m_timer.emplace(std::move(timer).value());
@@ -530,6 +516,35 @@ private:
         g_signal_connect_swapped(m_window, "realize",
                                  G_CALLBACK(+[](BoardApp* self) { self->realized(); }), this);
         gtk_widget_realize(m_window);
+        describe();
+    }
+
+    // The board knows the bundle's widgets from the extension alone: it asks for them first,
+    // then places the user's widgets and asks for their timelines.
+    void describe() {
+        m_worker->post([this](Extension& extension) {
+            auto described = extension.describe();
+            return [this, described = std::move(described)] { placeWidgets(described); };
+        });
+    }
+
+    void placeWidgets(const platform::Result<std::vector<WidgetDescription>>& described) {
+        if (!described) {
+            showMessage("The widgets cannot be listed: " + described.error().description);
+            gtk_widget_set_visible(m_emptyLabel, TRUE);
+            return;
+        }
+        m_widgets = *described;
+        auto placements = loadBoardPlacements(m_placementsFile, m_widgets);
+        if (!placements) {
+            showMessage(placements.error().description + "; showing the first-run widgets");
+            placements = firstRunPlacements();
+        }
+        for (const auto& placement : *placements) {
+            if (describedWidget(m_widgets, placement.kind) && m_board.place(placement))
+                addView(placement);
+        }
+        updateEmptyState();
         refresh();
     }
 
@@ -550,9 +565,9 @@ private:
             if (const auto& record = m_board.latest(i))
                 answers.push_back({record->placement, record->requestedAt});
         m_worker->post(
-            [this, answers, host = m_host, scale = m_scale](Extension& extension) mutable {
+            [this, answers, widgets = m_widgets, scale = m_scale](Extension& extension) mutable {
                 for (auto& answer : answers)
-                    reloadAnswer(extension, host, Request::timeline, scale, answer);
+                    reloadAnswer(extension, widgets, Request::timeline, scale, answer);
                 return [this, answers] {
                     for (const auto& answer : answers)
                         if (answer.drawn && *answer.drawn) show(answer.placement, **answer.drawn);
@@ -589,43 +604,43 @@ private:
         }
         if (answers.empty()) return armTimer();
         m_asking = true;
-        m_worker->post([this, answers, now, host = m_host, scale = m_scale,
+        m_worker->post([this, answers, now, widgets = m_widgets, scale = m_scale,
                         changes = m_boardChanges](Extension& extension) mutable {
             for (auto& answer : answers) {
-                reloadAnswer(extension, host, Request::timeline, scale, answer);
+                reloadAnswer(extension, widgets, Request::timeline, scale, answer);
                 if (answer.blank && !(answer.drawn && *answer.drawn))
-                    drawPlaceholder(extension, host, scale, answer);
+                    drawPlaceholder(extension, widgets, scale, answer);
             }
             return [this, answers, now, changes] { answered(answers, now, changes); };
         });
     }
 
     // The widget's display name, as the board's label and a screen reader say it.
-    static std::string label(const WidgetHost& host, const Placement& placement) {
-        return ui::resolveText(ui::TextNode{host.widget(placement.kind)->displayName}, std::nullopt,
-                               host.settings().locale);
+    static std::string label(const std::vector<WidgetDescription>& widgets,
+                             const Placement& placement) {
+        const auto widget = describedWidget(widgets, placement.kind);
+        return widget ? (*widget)->displayName : placement.kind;
     }
 
     // One reload in the extension, drawn at `scale`: the timeline, and the widget cut to its
     // corners, or why either failed.
-    static void reloadAnswer(Extension& extension, const WidgetHost& host, Request request,
-                             double scale, Answer& answer) {
-        auto answered =
-            extension.reload(answer.placement, request, answer.at, scale, ImageEncoding::argb32);
+    static void reloadAnswer(Extension& extension, const std::vector<WidgetDescription>& widgets,
+                             Request request, double scale, Answer& answer) {
+        auto answered = extension.reload(answer.placement, request, answer.at, scale,
+                                         ImageEncoding::argb32, boardSettings.cornerRadius);
         if (!answered) {
             answer.timeline = answered.error();
             return;
         }
         ExtensionReload reload = std::move(answered).value();
         answer.timeline = std::move(reload.timeline);
-        answer.drawn = drawnWidget(*reload.drawing, scale, boardSettings.cornerRadius,
-                                   label(host, answer.placement));
+        answer.drawn = drawnWidget(*reload.drawing, label(widgets, answer.placement));
     }
 
-    static void drawPlaceholder(Extension& extension, const WidgetHost& host, double scale,
-                                Answer& answer) {
+    static void drawPlaceholder(Extension& extension, const std::vector<WidgetDescription>& widgets,
+                                double scale, Answer& answer) {
         Answer placeholder{answer.placement, answer.at};
-        reloadAnswer(extension, host, Request::placeholder, scale, placeholder);
+        reloadAnswer(extension, widgets, Request::placeholder, scale, placeholder);
         if (placeholder.drawn && *placeholder.drawn)
             answer.placeholder = std::move(*placeholder.drawn).value();
     }
@@ -698,7 +713,7 @@ private:
     }
 
     void reloadNow(const std::string& kind) {
-        if (!kind.empty() && m_host.widget(kind) == nullptr) return;
+        if (!kind.empty() && !describedWidget(m_widgets, kind)) return;
         m_redrawStarted = std::chrono::steady_clock::now();
         m_board.reloadNow(kind);
         ++m_boardChanges;
@@ -818,16 +833,12 @@ private:
         gtk_widget_set_margin_end(list, 24);
         gtk_widget_set_margin_top(list, 24);
         gtk_widget_set_margin_bottom(list, 24);
-        const auto& locale = m_settings.locale;
-        for (const auto& widget : m_host.widgets()) {
-            GtkWidget* name = gtk_label_new(
-                ui::resolveText(ui::TextNode{widget.displayName}, std::nullopt, locale).c_str());
+        for (const auto& widget : m_widgets) {
+            GtkWidget* name = gtk_label_new(widget.displayName.c_str());
             gtk_widget_add_css_class(name, "title-3");
             gtk_label_set_xalign(GTK_LABEL(name), 0);
             gtk_box_append(GTK_BOX(list), name);
-            GtkWidget* description = gtk_label_new(
-                ui::resolveText(ui::TextNode{widget.descriptionText}, std::nullopt, locale)
-                    .c_str());
+            GtkWidget* description = gtk_label_new(widget.description.c_str());
             gtk_label_set_wrap(GTK_LABEL(description), TRUE);
             gtk_label_set_xalign(GTK_LABEL(description), 0);
             gtk_widget_add_css_class(description, "dim-label");
@@ -858,8 +869,8 @@ private:
         // The placeholder comes from the extension; the view waits for it, held until then.
         g_object_ref(view);
         m_worker->post([view, answer = Answer{placement, platform::systemClock().now()},
-                        host = m_host, scale = m_scale](Extension& extension) mutable {
-            reloadAnswer(extension, host, Request::placeholder, scale, answer);
+                        widgets = m_widgets, scale = m_scale](Extension& extension) mutable {
+            reloadAnswer(extension, widgets, Request::placeholder, scale, answer);
             return [view, answer]() mutable {
                 if (answer.drawn && *answer.drawn && gtk_widget_get_root(view) != nullptr) {
                     answer.drawn->value().label +=
@@ -881,9 +892,7 @@ private:
         return preview;
     }
 
-    std::vector<widgets::StaticConfiguration> m_widgets;
-    HostSettings m_settings;
-    WidgetHost m_host;  // the bundle: its widgets' names, families and placements
+    std::vector<WidgetDescription> m_widgets;  // the bundle's, as the extension describes them
     std::filesystem::path m_placementsFile;
     DesktopBoard m_board;
     std::size_t m_boardChanges = 0;  // placements placed, removed or reloaded so far
@@ -908,9 +917,8 @@ private:
 
 }  // namespace
 
-int runDesktopBoard(std::vector<widgets::StaticConfiguration> widgets,
-                    widgets::HostSettings settings, const DesktopOptions& options) {
-    BoardApp app(std::move(widgets), std::move(settings), options);
+int runDesktopBoard(const ExtensionOptions& extension, const DesktopOptions& options) {
+    BoardApp app(extension, options);
     return app.run("velmora-widgets");
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "widgets/StaticConfiguration.h"
-#include "widgets/WidgetHost.h"
+#include "hosting/Extension.h"
 
 #include <string>
 #include <string_view>
@@ -16,10 +15,10 @@ struct DesktopOptions {
     std::string placementsFile;  // empty: the user's (userPlacementsFile())
 };
 
-// Runs the board until its window is closed. A second board started while one runs shows the
-// running board's window and ends.
+// Runs the board, its widgets drawn by an extension launched with `extension`, until its window
+// is closed. A second board started while one runs shows the running board's window and ends.
 // Its exit status: 0 when it ended as asked.
-[[nodiscard]] int runDesktopBoard(std::vector<widgets::StaticConfiguration> widgets,
-                                  widgets::HostSettings settings, const DesktopOptions& options);
+[[nodiscard]] int runDesktopBoard(const hosting::ExtensionOptions& extension,
+                                  const DesktopOptions& options);
 
 }  // namespace desktop

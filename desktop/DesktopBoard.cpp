@@ -3,7 +3,6 @@
 #include <algorithm>
 
 using namespace timeline;
-using namespace widgets;
 using namespace hosting;
 
 namespace desktop {

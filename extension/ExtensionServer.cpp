@@ -111,6 +111,8 @@ unsigned char* ExtensionServer::buffer(const ReloadRequest& request, const Owned
 ExtensionServer::Answer ExtensionServer::answer(const ExtensionMessage& request, OwnedFd fd) {
     if (const auto* reload = std::get_if<ReloadRequest>(&request))
         return this->reload(*reload, std::move(fd));
+    if (const auto* describe = std::get_if<DescribeRequest>(&request))
+        return {DescribeReply{describe->id, m_widgets.describe()}, {}};
     return {failed(0, "not a request"), {}};
 }
 
@@ -118,12 +120,19 @@ ExtensionServer::Answer ExtensionServer::reload(const ReloadRequest& r, OwnedFd 
     if (auto unknown = unknownPlacement(m_widgets, r.placement))
         return {failed(r.id, *unknown), {}};
     if (!(r.scale >= 1 && r.scale <= 3)) return {failed(r.id, "a scale outside 1 to 3"), {}};
+    if (!(r.cornerRadius >= 0 && r.cornerRadius <= maximumCornerRadius))
+        return {failed(r.id, "a corner radius outside 0 to " +
+                                 std::to_string(int(maximumCornerRadius)) + " points"),
+                {}};
+    if (r.cornerRadius > 0 && r.encoding == ImageEncoding::png)
+        return {failed(r.id, "corners are cut in ARGB32 drawings only"), {}};
     const platform::FixedClock clock(r.now);
-    ReloadReply reply{r.id, m_widgets.request(r.placement, r.request, clock), std::nullopt};
+    const auto timeline = m_widgets.request(r.placement, r.request, clock);
+    ReloadReply reply{r.id, timelineDates(timeline), std::nullopt};
     if (r.encoding == ImageEncoding::none) return {std::move(reply), {}};
 
     // The entry a host shows, built into a view once: laid out, painted and read out.
-    const auto view = m_widgets.content(r.placement, reply.timeline.entries.front(), r.now);
+    const auto view = m_widgets.content(r.placement, timeline.entries.front(), r.now);
     const auto layout = m_widgets.layOut(view, r.placement.family, r.now, r.scale);
     const auto& list = layout.drawList;
     Drawing& drawing = reply.drawing.emplace();
@@ -148,6 +157,12 @@ ExtensionServer::Answer ExtensionServer::reload(const ReloadRequest& r, OwnedFd 
                                                {pixels, size->width, size->height, size->stride});
             !painted)
             return {failed(r.id, painted.error().description), {}};
+        if (r.cornerRadius > 0)
+            if (auto cut =
+                    render::cutContinuousCorners({pixels, size->width, size->height, size->stride},
+                                                 list.canvas, r.scale, r.cornerRadius);
+                !cut)
+                return {failed(r.id, cut.error().description), {}};
     } else {
         auto png = render::paintToBytes(list, render::ImageFormat::png, r.scale);
         if (!png) return {failed(r.id, png.error().description), {}};
@@ -176,7 +191,8 @@ platform::Result<void> ExtensionServer::serve(ExtensionChannel& channel,
             return platform::Error{error.description};
         }
         const auto& request = received->message;
-        if (!std::holds_alternative<ReloadRequest>(request))
+        if (!std::holds_alternative<ReloadRequest>(request) &&
+            !std::holds_alternative<DescribeRequest>(request))
             return platform::Error{"the host sent what only an extension sends"};
         auto answer = this->answer(request, std::move(received.value().fd));
         if (auto sent = channel.send(answer.reply, answer.image.get()); !sent) {

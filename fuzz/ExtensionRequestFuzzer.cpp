@@ -6,7 +6,8 @@
 #include <type_traits>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::checkFrames(fuzz::text(data, size),
-                      []<typename M>(const M&) { return std::is_same_v<M, ipc::ReloadRequest>; });
+    fuzz::checkFrames(fuzz::text(data, size), []<typename M>(const M&) {
+        return std::is_same_v<M, ipc::ReloadRequest> || std::is_same_v<M, ipc::DescribeRequest>;
+    });
     return 0;
 }

@@ -2,23 +2,25 @@
 
 #include "gallery/PageCards.h"
 #include "hosting/Extension.h"
-#include "widgets/WidgetHost.h"
 
 using namespace timeline;
-using namespace widgets;
 using namespace ipc;
 using namespace hosting;
 
 namespace gallery {
 
-LivePage::LivePage(const WidgetHost& widgets, Extension& extension, std::size_t placementCount)
-    : m_widgets(widgets), m_extension(extension), m_cards(placementCount) {}
+LivePage::LivePage(std::vector<WidgetDescription> widgets, double scale, Extension& extension,
+                   std::size_t placementCount)
+    : m_widgets(std::move(widgets)),
+      m_scale(scale),
+      m_extension(extension),
+      m_cards(placementCount) {}
 
 PageUpdate LivePage::update(const std::vector<TimelineRequestRecord>& requests,
                             platform::Date now) {
     PageUpdate update;
     auto& files = update.files;
-    const double scale = m_widgets.settings().scale;
+    const double scale = m_scale;
     for (const auto& request : requests) {
         std::optional<DrawnCard> drawn;
         if (request.drawing) {

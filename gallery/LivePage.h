@@ -3,16 +3,13 @@
 #include "gallery/PageHtml.h"
 #include "hosting/Scheduler.h"
 #include "platform/Result.h"
+#include "timeline/WidgetDescription.h"
 
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
-
-namespace widgets {
-class WidgetHost;
-}  // namespace widgets
 
 namespace hosting {
 class Extension;
@@ -42,8 +39,9 @@ public:
     // An open browser reloads the page this often, in seconds.
     static constexpr int refreshSeconds = 5;
 
-    LivePage(const widgets::WidgetHost& widgets, hosting::Extension& extension,
-             std::size_t placementCount);
+    // The page lists `widgets` (their names and descriptions) and draws at `scale`.
+    LivePage(std::vector<timeline::WidgetDescription> widgets, double scale,
+             hosting::Extension& extension, std::size_t placementCount);
 
     // Makes each request's card and image from the drawing its reload brought (one reloaded
     // without drawing, as a simulation does, is reloaded again at its date, drawn), then the page
@@ -53,7 +51,8 @@ public:
                                     platform::Date now);
 
 private:
-    const widgets::WidgetHost& m_widgets;
+    std::vector<timeline::WidgetDescription> m_widgets;
+    double m_scale = 2;
     hosting::Extension& m_extension;
     std::vector<std::optional<GalleryCard>> m_cards;  // per placement
 };

@@ -2,27 +2,12 @@
 
 #include "hosting/Extension.h"
 #include "platform/Fatal.h"
-#include "ui/LocalizedString.h"
-#include "widgets/AnyEntry.h"
-#include "widgets/WidgetHost.h"
 
 using namespace timeline;
-using namespace widgets;
 using namespace ipc;
 using namespace hosting;
 
 namespace gallery {
-
-using namespace ui;
-using namespace dailybrief;
-using namespace watchlist;
-namespace {
-
-std::string text(const LocalizedStringKey& key, const std::string& locale) {
-    return resolveText(TextNode{key}, std::nullopt, locale);
-}
-
-}  // namespace
 
 std::string pageDate(platform::Date date) {
     return platform::formatDate(std::chrono::floor<std::chrono::seconds>(date));
@@ -40,7 +25,6 @@ std::string galleryImageName(const Placement& placement, std::string_view reques
 DrawnCard drawnCard(const Placement& placement, std::string_view request,
                     const ExtensionReload& reload, bool showReload) {
     const auto& timeline = reload.timeline;
-    const auto& entry = timeline.entries.front();
     VELMORA_ASSERT(reload.drawing.has_value());
     const auto& drawing = reload.drawing;
 
@@ -51,22 +35,18 @@ DrawnCard drawnCard(const Placement& placement, std::string_view request,
     drawn.card.kind = placement.kind;
     drawn.card.family = std::string(name(placement.family));
     drawn.card.request = std::string(request);
-    drawn.card.entryDate = pageDate(entryDate(entry));
+    drawn.card.entryDate = pageDate(timeline.entries.front());
     drawn.card.nextReload = showReload ? pageDate(timeline.policy.date) : "—";
     drawn.card.url = drawing->url;
     drawn.png = std::string(drawing->image.bytes());
     return drawn;
 }
 
-std::vector<GallerySection> gallerySections(const WidgetHost& widgets,
+std::vector<GallerySection> gallerySections(const std::vector<WidgetDescription>& widgets,
                                             const std::vector<GalleryCard>& cards) {
-    const auto& locale = widgets.settings().locale;
     std::vector<GallerySection> sections;
-    for (const auto& widget : widgets.widgets()) {
-        GallerySection section{widget.kind,
-                               text(widget.displayName, locale),
-                               text(widget.descriptionText, locale),
-                               {}};
+    for (const auto& widget : widgets) {
+        GallerySection section{widget.kind, widget.displayName, widget.description, {}};
         for (const auto& card : cards)
             if (card.kind == widget.kind) section.cards.push_back(card);
         if (!section.cards.empty()) sections.push_back(std::move(section));

@@ -4,6 +4,7 @@
 #include "platform/Date.h"
 #include "platform/Result.h"
 #include "timeline/Placement.h"
+#include "timeline/WidgetDescription.h"
 
 #include <filesystem>
 #include <string>
@@ -12,10 +13,6 @@
 
 // What the gallery and host commands share: drawing a placement's entry into a card with its
 // PNG, grouping cards per widget, and writing the files of an output folder.
-namespace widgets {
-class WidgetHost;
-}  // namespace widgets
-
 namespace hosting {
 struct ExtensionReload;
 }  // namespace hosting
@@ -47,8 +44,8 @@ struct DrawnCard {
 
 // The cards under their widgets' display names and descriptions, widgets in bundle order, each
 // widget's cards in the order given; widgets without cards are left out.
-[[nodiscard]] std::vector<GallerySection> gallerySections(const widgets::WidgetHost& widgets,
-                                                          const std::vector<GalleryCard>& cards);
+[[nodiscard]] std::vector<GallerySection> gallerySections(
+    const std::vector<timeline::WidgetDescription>& widgets, const std::vector<GalleryCard>& cards);
 
 // Creates `directory` and its parents when missing. An error when that fails or the path is not
 // a folder.

@@ -11,7 +11,6 @@
 #include <cstdlib>
 
 using namespace timeline;
-using namespace widgets;
 
 namespace hosting {
 
@@ -26,8 +25,8 @@ std::vector<Placement> firstRunPlacements() {
             {"DailyBrief", WidgetFamily::systemMedium}};
 }
 
-platform::Result<std::vector<Placement>> loadBoardPlacements(const std::filesystem::path& file,
-                                                             const WidgetHost& host) {
+platform::Result<std::vector<Placement>> loadBoardPlacements(
+    const std::filesystem::path& file, const std::vector<WidgetDescription>& widgets) {
     std::error_code missing;
     if (!std::filesystem::exists(file, missing) && !missing) return firstRunPlacements();
     const auto text = platform::readInputFile(file, placementsFileLimit);
@@ -36,7 +35,7 @@ platform::Result<std::vector<Placement>> loadBoardPlacements(const std::filesyst
     // has removed every widget.
     const auto json = nlohmann::json::parse(*text, nullptr, false);
     if (json.is_array() && json.empty()) return std::vector<Placement>{};
-    return parsePlacements(*text, file.string(), host);
+    return parsePlacements(*text, file.string(), widgets);
 }
 
 std::string placementsJson(const std::vector<Placement>& placements) {

@@ -2,14 +2,11 @@
 
 #include "platform/Result.h"
 #include "timeline/Placement.h"
+#include "timeline/WidgetDescription.h"
 
 #include <filesystem>
 #include <string>
 #include <vector>
-
-namespace widgets {
-class WidgetHost;
-}  // namespace widgets
 
 namespace hosting {
 
@@ -25,7 +22,7 @@ namespace hosting {
 // The placements `file` lists; a file that does not exist yet gives the first run's, and an
 // empty array an empty board (every widget removed). An error names the file and the fault.
 [[nodiscard]] platform::Result<std::vector<timeline::Placement>> loadBoardPlacements(
-    const std::filesystem::path& file, const widgets::WidgetHost& host);
+    const std::filesystem::path& file, const std::vector<timeline::WidgetDescription>& widgets);
 
 // The placements in the file format, one a line.
 [[nodiscard]] std::string placementsJson(const std::vector<timeline::Placement>& placements);

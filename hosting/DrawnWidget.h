@@ -23,11 +23,10 @@ struct DrawnWidget {
     std::string description;  // its texts in reading order, one a line
 };
 
-// The board's widget from an ARGB32 drawing the extension made at `scale`: its pixels, cut to
-// continuous corners of `cornerRadius` points, its link and its texts; `label` is the widget's
-// display name. Everything the board shows of a widget comes from here.
+// The board's widget from an ARGB32 drawing the extension made, its corners already cut: its
+// pixels, its link and its texts; `label` is the widget's display name. Everything the board
+// shows of a widget comes from here.
 [[nodiscard]] platform::Result<DrawnWidget> drawnWidget(const ExtensionDrawing& drawing,
-                                                        double scale, double cornerRadius,
                                                         std::string label);
 
 }  // namespace hosting

@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -19,7 +20,6 @@
 extern char** environ;
 
 using namespace timeline;
-using namespace widgets;
 using namespace ipc;
 
 namespace hosting {
@@ -118,16 +118,19 @@ std::uint32_t messageId(const ExtensionMessage& message) {
 
 }  // namespace
 
-ExtensionSettings extensionSettings(const HostSettings& settings) {
+ExtensionSettings extensionSettings(const ExtensionOptions& options) {
     ExtensionSettings extension;
     const char* other = std::getenv("VELMORA_EXTENSION");
     extension.program = other != nullptr && *other != '\0' ? other : "/proc/self/exe";
-    if (!settings.storeDirectory.empty())
-        extension.arguments = {"--store-dir", settings.storeDirectory};
-    for (const auto& argument :
-         {std::string("--locale"), settings.locale, std::string("--time-zone"), settings.timeZone,
-          std::string("extension")})
-        extension.arguments.push_back(argument);
+    const auto option = [&](const char* name, const std::string& value) {
+        if (value.empty()) return;
+        extension.arguments.emplace_back(name);
+        extension.arguments.push_back(value);
+    };
+    option("--store-dir", options.storeDirectory);
+    option("--locale", options.locale);
+    option("--time-zone", options.timeZone);
+    extension.arguments.emplace_back("extension");
     return extension;
 }
 
@@ -279,8 +282,8 @@ platform::Result<ReceivedMessage> Extension::exchange(const ExtensionMessage& re
 
 platform::Result<ExtensionReload> Extension::reload(const Placement& placement, Request request,
                                                     platform::Date now, double scale,
-                                                    ImageEncoding encoding) {
-    ReloadRequest asked{++m_lastId, placement, request, now, scale, encoding};
+                                                    ImageEncoding encoding, double cornerRadius) {
+    ReloadRequest asked{++m_lastId, placement, request, now, scale, encoding, cornerRadius};
     std::shared_ptr<ExtensionMemory> buffer;
     if (encoding == ImageEncoding::argb32) {
         auto free = freeBuffer();
@@ -297,6 +300,8 @@ platform::Result<ExtensionReload> Extension::reload(const Placement& placement, 
     auto* reloaded = std::get_if<ReloadReply>(&reply.message);
     if (reloaded == nullptr) return fail("the extension answered a reload with something else");
     if (reloaded->timeline.entries.empty()) return fail("the extension answered with no entry");
+    if (!std::is_sorted(reloaded->timeline.entries.begin(), reloaded->timeline.entries.end()))
+        return fail("the extension answered with entries out of date order");
     ExtensionReload answer{std::move(reloaded->timeline), std::nullopt};
     if (encoding == ImageEncoding::none) {
         if (reloaded->drawing) return fail("the extension sent a drawing nobody asked for");
@@ -320,6 +325,27 @@ platform::Result<ExtensionReload> Extension::reload(const Placement& placement, 
                                       drawing.url,
                                       drawing.texts};
     return answer;
+}
+
+platform::Result<std::vector<WidgetDescription>> Extension::describe() {
+    auto exchanged = exchange(DescribeRequest{++m_lastId});
+    if (!exchanged) return exchanged.error();
+    ReceivedMessage reply = std::move(exchanged).value();
+    if (auto* failure = std::get_if<FailureReply>(&reply.message))
+        return platform::Error{failure->description};
+    auto* described = std::get_if<DescribeReply>(&reply.message);
+    if (described == nullptr)
+        return fail("the extension answered a description request with something else");
+    auto& widgets = described->widgets;
+    for (auto widget = widgets.begin(); widget != widgets.end(); ++widget) {
+        if (widget->kind.empty() || widget->families.empty())
+            return fail("the extension described a widget without a kind or a family");
+        if (std::find_if(widgets.begin(), widget, [&](const WidgetDescription& earlier) {
+                return earlier.kind == widget->kind;
+            }) != widget)
+            return fail("the extension described " + widget->kind + " twice");
+    }
+    return std::move(widgets);
 }
 
 }  // namespace hosting

@@ -6,8 +6,8 @@
 #include "layout/Geometry.h"
 #include "platform/Result.h"
 #include "timeline/Placement.h"
-#include "widgets/AnyEntry.h"
-#include "widgets/WidgetHost.h"
+#include "timeline/Request.h"
+#include "timeline/WidgetDescription.h"
 
 #include <sys/types.h>
 
@@ -29,9 +29,17 @@ struct ExtensionSettings {
     std::uint64_t memoryLimit = ipc::extensionMemoryLimit;
 };
 
-// The extension of a host drawing with `settings`: this program's `extension` command, or the
-// program that VELMORA_EXTENSION names, handed the same arguments.
-[[nodiscard]] ExtensionSettings extensionSettings(const widgets::HostSettings& settings);
+// Where the extension's widgets read their store and in which locale and time zone they speak;
+// empty: as the environment says.
+struct ExtensionOptions {
+    std::string storeDirectory;
+    std::string locale;
+    std::string timeZone;
+};
+
+// The extension of a host: this program's `extension` command, or the program that
+// VELMORA_EXTENSION names, handed the same arguments.
+[[nodiscard]] ExtensionSettings extensionSettings(const ExtensionOptions& options);
 
 // A memfd mapped into the host: a buffer the extension draws into, or the memfd a PNG came in.
 // Unmapped when the last image that shows it goes.
@@ -67,9 +75,10 @@ struct ExtensionDrawing {
     std::string texts;  // what the widget says in reading order, a line each
 };
 
-// What a reload brought: the timeline, and the drawing of its first entry when one was asked.
+// What a reload brought: the timeline (its entries' dates and reload policy), and the drawing of
+// its first entry when one was asked.
 struct ExtensionReload {
-    widgets::AnyTimeline timeline;
+    ipc::TimelineDates timeline;
     std::optional<ExtensionDrawing> drawing;
 };
 
@@ -87,11 +96,16 @@ public:
     ~Extension() { end(); }
 
     // One reload, one exchange: the placement's placeholder, snapshot or timeline at `now`, and
-    // unless `encoding` is none the drawing of its first entry at `scale`.
+    // unless `encoding` is none the drawing of its first entry at `scale`, with its corners cut
+    // at `cornerRadius` points when that is above 0 (ARGB32 only).
     [[nodiscard]] platform::Result<ExtensionReload> reload(const timeline::Placement& placement,
-                                                           widgets::Request request,
+                                                           timeline::Request request,
                                                            platform::Date now, double scale,
-                                                           ipc::ImageEncoding encoding);
+                                                           ipc::ImageEncoding encoding,
+                                                           double cornerRadius = 0);
+
+    // The bundle's widgets: each kind once, each offering a family at least.
+    [[nodiscard]] platform::Result<std::vector<timeline::WidgetDescription>> describe();
 
     // The running process, if one runs.
     [[nodiscard]] std::optional<pid_t> processId() const;

@@ -1,7 +1,6 @@
 #include "hosting/Placements.h"
 
 #include "platform/InputFile.h"
-#include "widgets/WidgetHost.h"
 
 #include <nlohmann/json.hpp>
 
@@ -9,20 +8,18 @@
 #include <string>
 
 using namespace timeline;
-using namespace widgets;
 
 namespace hosting {
 
-platform::Result<std::vector<Placement>> readPlacements(const std::filesystem::path& file,
-                                                        const WidgetHost& widgets) {
+platform::Result<std::vector<Placement>> readPlacements(
+    const std::filesystem::path& file, const std::vector<WidgetDescription>& widgets) {
     const auto text = platform::readInputFile(file, placementsFileLimit);
     if (!text) return platform::Error{"placements file " + text.error().description};
     return parsePlacements(*text, file.string(), widgets);
 }
 
-platform::Result<std::vector<Placement>> parsePlacements(std::string_view text,
-                                                         std::string_view file,
-                                                         const WidgetHost& widgets) {
+platform::Result<std::vector<Placement>> parsePlacements(
+    std::string_view text, std::string_view file, const std::vector<WidgetDescription>& widgets) {
     const std::string where = "placements file \"" + std::string(file) + "\": ";
     nlohmann::json json;
     try {
@@ -44,8 +41,8 @@ platform::Result<std::vector<Placement>> parsePlacements(std::string_view text,
         if (!item.is_object() || !item.contains("kind") || !item["kind"].is_string() ||
             !item.contains("family") || !item["family"].is_string())
             return platform::Error{at + R"(expected {"kind": TEXT, "family": TEXT})"};
-        auto placement =
-            widgets.placement(item["kind"].get<std::string>(), item["family"].get<std::string>());
+        auto placement = describedPlacement(widgets, item["kind"].get<std::string>(),
+                                            item["family"].get<std::string>());
         if (!placement) return platform::Error{at + placement.error().description};
         if (std::find(placements.begin(), placements.end(), *placement) != placements.end())
             return platform::Error{at + placement->kind + " " +

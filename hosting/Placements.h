@@ -2,15 +2,12 @@
 
 #include "platform/Result.h"
 #include "timeline/Placement.h"
+#include "timeline/WidgetDescription.h"
 
 #include <cstddef>
 #include <filesystem>
 #include <string_view>
 #include <vector>
-
-namespace widgets {
-class WidgetHost;
-}  // namespace widgets
 
 namespace hosting {
 
@@ -22,10 +19,11 @@ inline constexpr std::size_t placementsFileLimit = 1 << 20;
 // a widget of the bundle in a family it offers, none twice. An error names the file and, where
 // one is at fault, the item.
 [[nodiscard]] platform::Result<std::vector<timeline::Placement>> readPlacements(
-    const std::filesystem::path& file, const widgets::WidgetHost& widgets);
+    const std::filesystem::path& file, const std::vector<timeline::WidgetDescription>& widgets);
 
 // The same for the file's text; `file` names it in errors.
 [[nodiscard]] platform::Result<std::vector<timeline::Placement>> parsePlacements(
-    std::string_view text, std::string_view file, const widgets::WidgetHost& widgets);
+    std::string_view text, std::string_view file,
+    const std::vector<timeline::WidgetDescription>& widgets);
 
 }  // namespace hosting

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 using namespace timeline;
-using namespace widgets;
 
 namespace hosting {
 

@@ -5,7 +5,6 @@
 #include "platform/Clock.h"
 #include "platform/Result.h"
 #include "timeline/Placement.h"
-#include "widgets/WidgetHost.h"
 
 #include <cstddef>
 #include <functional>
@@ -21,7 +20,7 @@ struct TimelineRequestRecord {
     std::size_t number = 0;  // how many timelines the placement has been given, this one included
     timeline::Placement placement;
     platform::Date requestedAt;
-    widgets::AnyTimeline timeline;
+    ipc::TimelineDates timeline;
     std::optional<ExtensionDrawing> drawing;  // its first entry, when the source drew it
 };
 
@@ -34,7 +33,7 @@ struct RequestFailure {
 };
 
 // Where timelines come from: the extension process, whose reloads may fail and bring the first
-// entry drawn, or the widgets in this process.
+// entry drawn.
 using TimelineSource = std::function<platform::Result<ExtensionReload>(const timeline::Placement&,
                                                                        const platform::Clock&)>;
 

@@ -8,7 +8,6 @@
 #include <cstring>
 
 using namespace timeline;
-using namespace widgets;
 
 namespace ipc {
 namespace {

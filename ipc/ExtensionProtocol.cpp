@@ -7,12 +7,8 @@
 #include <utility>
 
 using namespace timeline;
-using namespace widgets;
 
 namespace ipc {
-
-using dailybrief::DailyBriefEntry;
-using watchlist::WatchlistEntry;
 
 namespace {
 
@@ -32,25 +28,13 @@ constexpr bool isVector<std::vector<T>> = true;
 template <typename T, typename U>
 concept Is = std::same_as<std::remove_const_t<T>, U>;
 
-// The records travel as their own field lists give them.
-template <typename T>
-requires requires {
-    std::remove_const_t<T>::fields();
-}
-auto fields(T& record) {
-    return AppGroupContainer::tieFields(record);
-}
-template <Is<DailyBriefEntry> T>
-auto fields(T& e) {
-    return std::tie(e.date, e.brief);
-}
-template <Is<WatchlistEntry> T>
-auto fields(T& e) {
-    return std::tie(e.date, e.rows, e.portfolio);
-}
-template <Is<widgets::AnyTimeline> T>
+template <Is<TimelineDates> T>
 auto fields(T& t) {
     return std::tie(t.entries, t.policy.date);
+}
+template <Is<WidgetDescription> T>
+auto fields(T& w) {
+    return std::tie(w.kind, w.displayName, w.description, w.families);
 }
 template <Is<Placement> T>
 auto fields(T& p) {
@@ -58,8 +42,8 @@ auto fields(T& p) {
 }
 template <Is<ReloadRequest> T>
 auto fields(T& m) {
-    return std::tie(m.id, m.placement, m.request, m.now, m.scale, m.encoding, m.buffer,
-                    m.bufferSize);
+    return std::tie(m.id, m.placement, m.request, m.now, m.scale, m.encoding, m.cornerRadius,
+                    m.buffer, m.bufferSize);
 }
 template <Is<Drawing> T>
 auto fields(T& d) {
@@ -77,6 +61,14 @@ auto fields(T& m) {
 template <Is<Goodbye> T>
 auto fields(T&) {
     return std::tie();
+}
+template <Is<DescribeRequest> T>
+auto fields(T& m) {
+    return std::tie(m.id);
+}
+template <Is<DescribeReply> T>
+auto fields(T& m) {
+    return std::tie(m.id, m.widgets);
 }
 
 // The largest value of each enumeration that travels, for checking what arrives.
@@ -100,8 +92,6 @@ constexpr std::size_t leastSize() {
         return 1;
     else if constexpr (std::is_same_v<T, platform::Date>)
         return sizeof(std::int64_t);
-    else if constexpr (std::is_same_v<T, widgets::AnyEntry>)
-        return 1 + std::min(leastSize<DailyBriefEntry>(), leastSize<WatchlistEntry>());
     else if constexpr (std::is_arithmetic_v<T>)
         return sizeof(T);
     else
@@ -127,9 +117,6 @@ public:
             for (const auto& item : value) put(item);
         } else if constexpr (std::is_same_v<T, platform::Date>) {
             put(std::int64_t(value.time_since_epoch().count()));
-        } else if constexpr (std::is_same_v<T, widgets::AnyEntry>) {
-            put(std::uint8_t(value.index()));
-            std::visit([&](const auto& entry) { put(entry); }, value);
         } else if constexpr (std::is_enum_v<T>) {
             put(std::uint8_t(value));
         } else if constexpr (std::is_arithmetic_v<T>) {
@@ -173,15 +160,6 @@ public:
             std::int64_t micros = 0;
             get(micros);
             value = platform::Date(std::chrono::microseconds(micros));
-        } else if constexpr (std::is_same_v<T, widgets::AnyEntry>) {
-            std::uint8_t index = 0;
-            get(index);
-            if (index == 0)
-                get(value.template emplace<0>());
-            else if (index == 1)
-                get(value.template emplace<1>());
-            else
-                fail("an entry of unknown kind " + std::to_string(index));
         } else if constexpr (std::is_same_v<T, bool>) {
             std::uint8_t byte = 0;
             get(byte);

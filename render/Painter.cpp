@@ -291,4 +291,50 @@ platform::Result<void> paintPixels(const DrawList& list, double scale, PixelTarg
     return drawn;
 }
 
+platform::Result<void> cutContinuousCorners(PixelTarget target, layout::Size canvas, double scale,
+                                            double cornerRadius) {
+    DrawList shape;
+    shape.canvas = canvas;
+    const std::optional<PixelSize> size = pixelSize(shape, scale);
+    if (!size || target.data == nullptr || target.width != size->width ||
+        target.height != size->height || target.stride < size->stride)
+        return platform::Error{"the pixel buffer does not fit the canvas"};
+    // Only the bands along the top and bottom edges hold corners, so the coverage of the rounded
+    // canvas is painted for their rows alone, into one band's buffer.
+    const int band = std::min(
+        size->height, int(std::ceil(layout::continuousCornerExtent * cornerRadius * scale)) + 1);
+    auto coverage = std::make_unique_for_overwrite<unsigned char[]>(std::size_t(size->stride) *
+                                                                    std::size_t(band));
+    const auto cut = [&](int firstRow, int rows) -> platform::Result<void> {
+        DrawList edge;
+        edge.canvas = {canvas.width, rows / scale};
+        edge.commands.push_back(layout::FillShape{
+            layout::Rect{0, -firstRow / scale, canvas.width, canvas.height}, cornerRadius,
+            ui::RoundedCornerStyle::continuous, ui::Color::white()});
+        if (auto painted =
+                paintPixels(edge, scale, {coverage.get(), size->width, rows, size->stride});
+            !painted)
+            return painted;
+        for (int y = 0; y < rows; ++y) {
+            auto* row = reinterpret_cast<std::uint32_t*>(
+                target.data + std::ptrdiff_t(firstRow + y) * target.stride);
+            const auto* mask = reinterpret_cast<const std::uint32_t*>(
+                coverage.get() + std::ptrdiff_t(y) * size->stride);
+            for (int x = 0; x < size->width; ++x) {
+                const std::uint32_t alpha = mask[x] >> 24;
+                if (alpha == 255) continue;
+                std::uint32_t pixel = 0;  // premultiplied: every channel scales with the coverage
+                for (int shift = 0; shift < 32; shift += 8)
+                    pixel |= (((row[x] >> shift & 0xFF) * alpha + 127) / 255) << shift;
+                row[x] = pixel;
+            }
+        }
+        return {};
+    };
+    if (auto top = cut(0, band); !top) return top;
+    const int bottom = std::max(band, size->height - band);
+    if (bottom < size->height) return cut(bottom, size->height - bottom);
+    return {};
+}
+
 }  // namespace render

@@ -60,4 +60,11 @@ struct PixelSize {
 [[nodiscard]] platform::Result<void> paintPixels(const layout::DrawList& list, double scale,
                                                  PixelTarget target);
 
+// Makes the pixels of `target`, a `canvas` drawn at `scale`, transparent outside continuous
+// corners of `cornerRadius` points, and partly so along their curve. Applied after painting:
+// drawn through a clip, the glyphs and hairlines near the edges would blend a shade differently
+// from the same widget drawn square.
+[[nodiscard]] platform::Result<void> cutContinuousCorners(PixelTarget target, layout::Size canvas,
+                                                          double scale, double cornerRadius);
+
 }  // namespace render

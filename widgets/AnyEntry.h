@@ -16,4 +16,12 @@ using AnyTimeline = timeline::Timeline<AnyEntry>;
     return std::visit([](const auto& e) { return e.date; }, entry);
 }
 
+// A timeline as a host schedules it: the date of each entry, and when to ask again.
+[[nodiscard]] inline timeline::Timeline<platform::Date> timelineDates(const AnyTimeline& timeline) {
+    timeline::Timeline<platform::Date> dates{{}, timeline.policy};
+    dates.entries.reserve(timeline.entries.size());
+    for (const auto& entry : timeline.entries) dates.entries.push_back(entryDate(entry));
+    return dates;
+}
+
 }  // namespace widgets

@@ -3,6 +3,7 @@
 #include "layout/Layout.h"
 #include "platform/Fatal.h"
 #include "render/PangoTextMeasurer.h"
+#include "ui/LocalizedString.h"
 
 namespace widgets {
 
@@ -21,38 +22,26 @@ const StaticConfiguration* WidgetHost::widget(std::string_view kind) const {
     return nullptr;
 }
 
-namespace {
-
-// "a, b, c"
-template <typename List, typename Name>
-std::string listed(const List& list, Name name) {
-    std::string text;
-    for (const auto& item : list) text += (text.empty() ? "" : ", ") + std::string(name(item));
-    return text;
+std::vector<WidgetDescription> WidgetHost::describe() const {
+    std::vector<WidgetDescription> described;
+    described.reserve(m_widgets.size());
+    for (const auto& widget : m_widgets)
+        described.push_back(
+            {widget.kind,
+             resolveText(TextNode{widget.displayName}, std::nullopt, m_settings.locale),
+             resolveText(TextNode{widget.descriptionText}, std::nullopt, m_settings.locale),
+             widget.families});
+    return described;
 }
-
-}  // namespace
 
 platform::Result<const StaticConfiguration*> WidgetHost::widgetOfKind(std::string_view kind) const {
     if (const auto* found = widget(kind)) return found;
-    return platform::Error{
-        "unknown widget kind \"" + std::string(kind) + "\" (kinds: " +
-        listed(m_widgets,
-               [](const StaticConfiguration& w) -> const std::string& { return w.kind; }) +
-        ")"};
+    return describedWidget(describe(), kind).error();
 }
 
 platform::Result<Placement> WidgetHost::placement(std::string_view kind,
                                                   std::string_view family) const {
-    const auto found = widgetOfKind(kind);
-    if (!found) return found.error();
-    const auto* configuration = *found;
-    const auto named = widgetFamilyNamed(family);
-    if (!named || !configuration->supports(*named))
-        return platform::Error{
-            "family \"" + std::string(family) + "\" is not offered by " + configuration->kind +
-            " (families: " + listed(configuration->families, timeline::name) + ")"};
-    return Placement{configuration->kind, *named};
+    return describedPlacement(describe(), kind, family);
 }
 
 std::vector<Placement> WidgetHost::allPlacements() const {

@@ -5,7 +5,9 @@
 #include "platform/Clock.h"
 #include "platform/Result.h"
 #include "timeline/Placement.h"
+#include "timeline/Request.h"
 #include "timeline/Timeline.h"
+#include "timeline/WidgetDescription.h"
 #include "ui/EnvironmentValues.h"
 #include "widgets/StaticConfiguration.h"
 
@@ -25,7 +27,7 @@ struct HostSettings {
     std::string storeDirectory;  // empty: the environment's store folder
 };
 
-enum class Request { placeholder, snapshot, timeline };
+using timeline::Request;
 
 // The stand-in for the platform's widget host: it knows the bundle's widgets, asks their
 // providers for entries and draws entries through the widgets' content in a family.
@@ -38,6 +40,8 @@ public:
     }
     [[nodiscard]] const HostSettings& settings() const { return m_settings; }
     [[nodiscard]] const widgets::StaticConfiguration* widget(std::string_view kind) const;
+    // The bundle's widgets as a host lists them, their texts in the settings' locale.
+    [[nodiscard]] std::vector<timeline::WidgetDescription> describe() const;
 
     // The widget of `kind`, or an error naming the kinds the bundle offers.
     [[nodiscard]] platform::Result<const widgets::StaticConfiguration*> widgetOfKind(

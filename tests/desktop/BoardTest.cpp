@@ -81,7 +81,8 @@ TEST(DesktopBoard, AsksNewPlacementsAndReloadedKindsOnlyAndKeepsTheOthersOnRemov
             [&](const Placement& placement,
                 const platform::Clock& at) -> platform::Result<ExtensionReload> {
                 if (briefFails && placement.kind == "DailyBrief") return platform::Error{"hung"};
-                return ExtensionReload{host.request(placement, Request::timeline, at), {}};
+                return ExtensionReload{
+                    timelineDates(host.request(placement, Request::timeline, at)), {}};
             },
             clock, failures);
     };
@@ -111,18 +112,18 @@ TEST(DesktopPlacements, SavedPlacementsLoadBackAndAMissingFileGivesTheFirstRun) 
     const tempstore::TempStore folder;
     const auto host = hostOn(folder);
     const auto file = folder.folder() / "config" / "velmora" / "placements.json";
-    EXPECT_EQ(*loadBoardPlacements(file, host), firstRunPlacements());
+    EXPECT_EQ(*loadBoardPlacements(file, host.describe()), firstRunPlacements());
 
     for (const std::vector<Placement>& placements :
          {std::vector<Placement>{{"DailyBrief", WidgetFamily::systemLarge},
                                  {"WatchlistGlance", WidgetFamily::systemSmall}},
           std::vector<Placement>{}}) {
         ASSERT_TRUE(saveBoardPlacements(file, placements).ok());
-        EXPECT_EQ(*loadBoardPlacements(file, host), placements);
+        EXPECT_EQ(*loadBoardPlacements(file, host.describe()), placements);
     }
     for (const char* text : {"{", R"([{"kind": "DailyBrief", "family": "systemSmall"}])"}) {
         std::ofstream(file) << text;
-        const auto loaded = loadBoardPlacements(file, host);
+        const auto loaded = loadBoardPlacements(file, host.describe());
         ASSERT_FALSE(loaded.ok()) << text;
         EXPECT_NE(loaded.error().description.find(file.string()), std::string::npos);
     }
@@ -134,13 +135,14 @@ TEST(DrawnWidget, DrawsTheRenderersPixelsInsideContinuousCornersWithLinkAndTexts
     const Placement brief{"DailyBrief", WidgetFamily::systemMedium};
     const auto entry = host.request(brief, Request::placeholder, platform::systemClock());
     const auto now = entry.policy.date;
-    auto settings = extensionSettings(host.settings());
+    auto settings = extensionSettings(
+        {host.settings().storeDirectory, host.settings().locale, host.settings().timeZone});
     settings.program = VELMORA_PROGRAM;
     Extension extension(std::move(settings));
     const auto reload =
-        extension.reload(brief, Request::placeholder, now, 1, ImageEncoding::argb32);
+        extension.reload(brief, Request::placeholder, now, 1, ImageEncoding::argb32, 22);
     ASSERT_TRUE(reload.ok()) << reload.error().description;
-    const auto drawn = drawnWidget(*reload->drawing, 1, 22, "Daily Brief");
+    const auto drawn = drawnWidget(*reload->drawing, "Daily Brief");
     ASSERT_TRUE(drawn.ok()) << drawn.error().description;
 
     const auto layout = host.layOut(brief, entry.entries.front(), now);
@@ -157,7 +159,8 @@ TEST(DrawnWidget, DrawsTheRenderersPixelsInsideContinuousCornersWithLinkAndTexts
                       std::uint32_t(p.alpha) << 24 | p.red << 16 | p.green << 8 | p.blue)
                 << x << "," << y;
         }
-    for (auto [x, y] : {std::pair{0, 0}, {drawn->width - 1, 0}, {0, drawn->height - 1}})
+    for (auto [x, y] :
+         {std::pair{0, 0}, std::pair{drawn->width - 1, 0}, std::pair{0, drawn->height - 1}})
         EXPECT_EQ(argb(x, y), 0u) << "corner " << x << "," << y;
 
     EXPECT_EQ(drawn->link, layout.drawList.url);

@@ -7,6 +7,7 @@
 #include "tests/support/DiskState.h"
 #include "tests/support/Samples.h"
 #include "tests/support/TempStore.h"
+#include "widgets/WidgetHost.h"
 #include "widgets/Widgets.h"
 
 #include <gmock/gmock.h>
@@ -44,13 +45,13 @@ struct SeededStore {
         temp.putData("vmWatchlistTickers", samples::rows);
         temp.putData("vmPortfolioSnapshot", samples::snapshot);
     }
-    [[nodiscard]] HostSettings host() const {
-        HostSettings settings;
+    [[nodiscard]] widgets::HostSettings host() const {
+        widgets::HostSettings settings;
         settings.storeDirectory = temp.directory();
         return settings;
     }
     [[nodiscard]] ExtensionSettings extension(const char* program) const {
-        auto settings = extensionSettings(host());
+        auto settings = extensionSettings({temp.directory(), "en_US", "UTC"});
         settings.program = program;
         return settings;
     }
@@ -75,59 +76,6 @@ std::string run(const std::string& command, int* status = nullptr) {
     return output;
 }
 
-TEST(ExtensionProtocol, FramesRoundTripAndAnythingElseIsRefused) {
-    const AppGroupContainer::JSONDecoder decoder;
-    watchlist::WatchlistEntry rows{
-        at, decoder.decode<std::vector<AppGroupContainer::WatchlistRow>>(samples::rows).value(),
-        decoder.decode<AppGroupContainer::PortfolioSnapshot>(samples::snapshot).value()};
-    dailybrief::DailyBriefEntry briefEntry{
-        at, decoder.decode<AppGroupContainer::DailyBrief>(samples::brief).value()};
-    const ExtensionMessage messages[] = {
-        ReloadRequest{7, brief, Request::snapshot, at, 3, ImageEncoding::png},
-        ReloadRequest{8, glance, Request::timeline, at, 2, ImageEncoding::argb32, 4, 8 << 20},
-        ReloadReply{9, {{briefEntry, dailybrief::DailyBriefEntry{at, {}}}, {at}}, std::nullopt},
-        ReloadReply{10,
-                    {{rows}, {at}},
-                    Drawing{ImageEncoding::argb32, 340, 340, 1360, 462400, 170, 170, "velmora://x",
-                            "A\nB"}},
-        FailureReply{11, "no widget"},
-        Goodbye{}};
-    for (const auto& message : messages) {
-        const auto frame = encodeFrame(message);
-        const auto header = decodeFrameHeader(frame);
-        ASSERT_TRUE(header) << header.error().description;
-        const auto decoded = decodeFramePayload(*header, std::string_view(frame).substr(12));
-        ASSERT_TRUE(decoded) << decoded.error().description;
-        EXPECT_EQ(*decoded, message);
-    }
-
-    const std::string request = encodeFrame(messages[0]);
-    const std::string reply = encodeFrame(messages[2]);
-    const struct {
-        std::string frame;
-        const char* fault;
-    } broken[] = {
-        {"HTTP" + request.substr(4), "not a frame of ours"},
-        {request.substr(0, 4) + '\3' + request.substr(5), "protocol version 3"},
-        {request.substr(0, 6) + '\7' + request.substr(7), "unknown type 7"},
-        {request.substr(0, 12 + 4 + 4 + 10) + '\3' + request.substr(31), "unknown case 3"},
-        {reply.substr(0, 16) + "\xff\xff\xff\x0f" + reply.substr(20), "longer than its frame"},
-        {request.substr(0, request.size() - 1), "cut short"},
-        {request + '\0', "left over"},
-    };
-    for (const auto& [frame, fault] : broken) {
-        auto header = decodeFrameHeader(frame);
-        if (header) {
-            header.value().payloadLength = std::uint32_t(frame.size() - 12);  // what came
-            const auto decoded = decodeFramePayload(*header, std::string_view(frame).substr(12));
-            ASSERT_FALSE(decoded) << fault;
-            EXPECT_THAT(decoded.error().description, HasSubstr(fault));
-        } else {
-            EXPECT_THAT(header.error().description, HasSubstr(fault));
-        }
-    }
-}
-
 // Requests and drawings through the confined extension give what the host's own process gives,
 // text in scripts that only the system's fallback fonts draw included.
 TEST(Extension, AnswersAsTheInProcessPathDoes) {
@@ -145,10 +93,10 @@ TEST(Extension, AnswersAsTheInProcessPathDoes) {
         const auto reload =
             extension.reload(placement, Request::timeline, at, 2, ImageEncoding::argb32);
         ASSERT_TRUE(reload) << reload.error().description;
-        EXPECT_EQ(reload->timeline, local.request(placement, Request::timeline, clock));
+        const auto timeline = local.request(placement, Request::timeline, clock);
+        EXPECT_EQ(reload->timeline, timelineDates(timeline));
 
-        const auto& entry = reload->timeline.entries.front();
-        const auto list = local.layOut(placement, entry, at).drawList;
+        const auto list = local.layOut(placement, timeline.entries.front(), at).drawList;
         const auto size = render::pixelSize(list, 2).value();
         std::vector<unsigned char> pixels(std::size_t(size.stride) * size.height);
         ASSERT_TRUE(
@@ -176,6 +124,26 @@ std::map<std::string, std::string> probe(const SeededStore& store) {
         if (const auto colon = line.find(": "); colon != std::string::npos)
             outcomes[line.substr(0, colon)] = line.substr(colon + 2);
     return outcomes;
+}
+
+// A host learns the bundle from the extension: what it describes is the bundle as the widgets in
+// this process describe it, in the host's locale; a description that lists a widget twice is
+// refused.
+TEST(Extension, DescribesTheBundleAndADescriptionThatListsAWidgetTwiceIsRefused) {
+    SeededStore store;
+    Extension extension(store.extension(VELMORA_PROGRAM));
+    const auto described = extension.describe();
+    ASSERT_TRUE(described) << described.error().description;
+    EXPECT_EQ(*described,
+              WidgetHost(widgets::VelmoraWidgetsBundle().body(), store.host()).describe());
+    EXPECT_EQ(described->front().displayName, "Watchlist Glance");
+
+    inject("twins", "", "0");
+    Extension twins(store.extension(VELMORA_FAULTY_EXTENSION));
+    const auto twice = twins.describe();
+    ::unsetenv("VELMORA_FAULT");
+    ASSERT_FALSE(twice);
+    EXPECT_THAT(twice.error().description, HasSubstr("twice"));
 }
 
 TEST(Confinement, ProgramsListeningAndNamespacesAreRefusedAndTheStoreIsRead) {

@@ -27,7 +27,7 @@ std::vector<hosting::TimelineRequestRecord> runDue(hosting::Scheduler& scheduler
     return scheduler.runDue(
         [&](const Placement& placement, const platform::Clock& at) {
             return platform::Result<hosting::ExtensionReload>(hosting::ExtensionReload{
-                widgets.request(placement, Request::timeline, at), std::nullopt});
+                timelineDates(widgets.request(placement, Request::timeline, at)), std::nullopt});
         },
         clock, failures);
 }

@@ -6,14 +6,15 @@ layers=(platform records store timeline ui style layout render dailybrief watchl
         ipc extension hosting gallery desktop cli)
 # Folders that stand side by side and never include each other.
 siblings=(dailybrief:watchlist gallery:desktop)
-# What a folder never includes although it sits above it: the pages and the board draw only
-# what the extension sends, never the widgets' code or the painter; the extension never depends
-# on what the hosts share.
-forbidden=(desktop:extension desktop:render desktop:dailybrief desktop:watchlist
-           gallery:extension gallery:render gallery:dailybrief gallery:watchlist)
-# The widget headers the pages and the board still include: the bundle's description, its entries and the
-# host's settings, until the extension describes its bundle over the channel.
-allowed=(widgets/WidgetHost.h widgets/StaticConfiguration.h widgets/AnyEntry.h)
+# What a folder never includes although it sits above it: the channel, what the hosts share, the
+# pages and the board know the widgets only as the extension describes and draws them, so they
+# never include the records, the store, the painter, a widget or the extension itself.
+forbidden=()
+for host in ipc hosting gallery desktop; do
+  for part in records store render dailybrief watchlist widgets extension; do
+    forbidden+=("$host:$part")
+  done
+done
 declare -A rank
 for i in "${!layers[@]}"; do rank[${layers[$i]}]=$i; done
 status=0
@@ -33,9 +34,8 @@ for folder in "${layers[@]}"; do
         status=1
       fi
     done
-    for rule in "${forbidden[@]}" desktop:widgets gallery:widgets; do
+    for rule in "${forbidden[@]}"; do
       [[ $rule == "$folder:$target" ]] || continue
-      [[ $target == widgets && " ${allowed[*]} " == *" $path "* ]] && continue
       echo "$file includes $path, which $folder/ never includes" >&2
       status=1
     done

@@ -6,6 +6,7 @@
 //                 allocate  allocates and touches memory without end
 //                 cut       sends half of a drawing's reply, then exits
 //                 goodbye   says goodbye, as after its idle time, and exits
+//                 twins     describes every widget twice
 // VELMORA_FAULT_AFTER=N answers N requests first (default 0); VELMORA_FAULT_KIND=KIND keeps
 // the fault to one widget kind's requests, VELMORA_FAULT_REQUEST=timeline to timeline requests. The
 // command line is the host's; only the global options before `extension` are read.
@@ -28,8 +29,9 @@ std::string setting(const char* name) {
     return value != nullptr ? value : "";
 }
 
-const std::string& kindOf(const ipc::ExtensionMessage& message) {
-    return std::get<ipc::ReloadRequest>(message).placement.kind;
+std::string kindOf(const ipc::ExtensionMessage& message) {
+    const auto* reload = std::get_if<ipc::ReloadRequest>(&message);
+    return reload != nullptr ? reload->placement.kind : "";
 }
 
 [[noreturn]] void misbehave(const std::string& fault, ipc::ExtensionChannel& channel,
@@ -84,11 +86,17 @@ int main(int argc, char** argv) {
     while (auto received = channel.receive(std::nullopt)) {
         const auto& request = received->message;
         const auto* reload = std::get_if<ipc::ReloadRequest>(&request);
-        const bool timeline = reload != nullptr && reload->request == widgets::Request::timeline;
-        if (!fault.empty() && (faultKind.empty() || faultKind == kindOf(request)) &&
-            (!timelinesOnly || timeline) && answered-- <= 0)
+        const bool timeline = reload != nullptr && reload->request == timeline::Request::timeline;
+        if (!fault.empty() && fault != "twins" &&
+            (faultKind.empty() || faultKind == kindOf(request)) && (!timelinesOnly || timeline) &&
+            answered-- <= 0)
             misbehave(fault, channel, request);
         auto answer = server.answer(request, std::move(received.value().fd));
+        if (auto* described = std::get_if<ipc::DescribeReply>(&answer.reply);
+            described != nullptr && fault == "twins") {
+            const auto widgets = described->widgets;
+            described->widgets.insert(described->widgets.end(), widgets.begin(), widgets.end());
+        }
         if (!channel.send(answer.reply, answer.image.get())) break;
     }
     return 0;
