@@ -2,8 +2,8 @@
 #include "gallery/LivePage.h"
 #include "gallery/PageCards.h"
 #include "hosting/Extension.h"
+#include "hosting/HostingSession.h"
 #include "hosting/Placements.h"
-#include "hosting/Scheduler.h"
 #include "platform/AtomicFile.h"
 #include "platform/BackgroundTask.h"
 #include "platform/StopSignals.h"
@@ -73,11 +73,11 @@ void printStopped(std::string_view signal) {
     std::fflush(stdout);
 }
 
-// The host's run: the scheduler and the page on a worker thread, everything else here. The main
-// thread only waits (for the worker, a stop signal or the next reload date) and writes the files
-// the worker made, so a stop signal is taken within moments whatever the worker is doing, and
-// no file is ever left half-written. Requests and drawings run in the extension process; one
-// that fails there is one error line, and the host goes on.
+// The host's run: the session here, its reloads made in the extension on a worker thread. The
+// main thread only waits (for the worker, a stop signal or the next reload date), applies what
+// came back and writes the page's files, so a stop signal is taken within moments whatever the
+// worker is doing, and no file is ever left half-written. Requests and drawings run in the
+// extension process; one that fails there is one error line, and the host goes on.
 class HostRun {
 public:
     HostRun(const WidgetHost& widgets, std::vector<Placement> placements, std::filesystem::path out,
@@ -85,9 +85,8 @@ public:
         : m_extension(extensionSettings({widgets.settings().storeDirectory,
                                          widgets.settings().locale, widgets.settings().timeZone})),
           m_scale(widgets.settings().scale),
-          m_scheduler(std::move(placements)),
-          m_page(widgets.describe(), widgets.settings().scale, m_extension,
-                 m_scheduler.placements().size()),
+          m_session(placements),
+          m_page(widgets.describe(), placements.size()),
           m_out(std::move(out)),
           m_signals(std::move(signals)) {}
 
@@ -97,13 +96,35 @@ public:
     CommandResult simulate(platform::Date start, platform::Date until) {
         platform::ManualClock clock(start);
         while (clock.now() < until) {
-            if (auto ran = runDue(clock, ImageEncoding::none); !ran) return ran.error();
-            clock.set(m_scheduler.nextReload());
+            if (auto ran = runDue(clock.now(), ImageEncoding::none); !ran) return ran.error();
+            clock.set(*m_session.nextReload());
         }
-        std::vector<TimelineRequestRecord> latest;
-        for (std::size_t i = 0; i < m_scheduler.placements().size(); ++i)
-            if (m_scheduler.latest(i)) latest.push_back(*m_scheduler.latest(i));
-        if (auto published = publish(latest, clock.now()); !published) return published;
+        // Each placement's last timeline, its entry drawn as it stood when it was asked (its
+        // placeholder when that drawing fails).
+        SessionUpdate last;
+        if (auto ran = onWorker([&] {
+                for (std::size_t i = 0; i < m_session.placements().size(); ++i) {
+                    const auto& latest = m_session.latest(i);
+                    if (!latest) continue;
+                    auto outcome =
+                        runReload(m_extension, {i, latest->placement, latest->requestedAt, true},
+                                  {m_scale, ImageEncoding::png});
+                    if (outcome.reload) {
+                        last.requests.push_back(*latest);
+                        last.requests.back().drawing = std::move(outcome.reload->drawing);
+                        continue;
+                    }
+                    last.failures.push_back(
+                        m_session.drawingFailed(i, outcome.reload.error(), clock.now()));
+                    if (outcome.placeholder)
+                        last.placeholders.push_back(
+                            {i, latest->placement, std::move(*outcome.placeholder)});
+                }
+            });
+            !ran)
+            return ran;
+        printFailures(last.failures);
+        if (auto published = publish(last); !published) return published;
         std::printf("simulated %s to %s\n%s\n", platform::formatDate(start).c_str(),
                     platform::formatDate(until).c_str(), pagePath(m_out).c_str());
         return {};
@@ -123,11 +144,11 @@ public:
                 std::printf("stopped (reached %s)\n", platform::formatDate(*until).c_str());
                 return {};
             }
-            const platform::Date next = m_scheduler.nextReload();
+            const platform::Date next = *m_session.nextReload();
             if (next <= now) {
-                auto requests = runDue(clock, ImageEncoding::png);
-                if (!requests) return requests.error();
-                if (auto published = publish(*requests, clock.now()); !published) return published;
+                auto update = runDue(now, ImageEncoding::png);
+                if (!update) return update.error();
+                if (auto published = publish(*update); !published) return published;
                 if (!pageAnnounced) {
                     std::printf("page: %s\n", pagePath(m_out).c_str());
                     std::fflush(stdout);
@@ -177,37 +198,29 @@ private:
         }
     }
 
-    // Runs the due requests on the worker and prints them, and those that failed.
-    platform::Result<std::vector<TimelineRequestRecord>, CommandError> runDue(
-        const platform::Clock& clock, ImageEncoding encoding) {
-        std::vector<TimelineRequestRecord> requests;
-        std::vector<RequestFailure> failures;
-        const auto source = [&](const Placement& placement, const platform::Clock& clock) {
-            return m_extension.reload(placement, Request::timeline, clock.now(), m_scale, encoding);
-        };
-        if (auto ran = onWorker([&] { requests = m_scheduler.runDue(source, clock, failures); });
+    // Makes the due reloads on the worker and prints them, and those that failed.
+    platform::Result<SessionUpdate, CommandError> runDue(platform::Date now,
+                                                         ImageEncoding encoding) {
+        const auto due = m_session.due(now);
+        std::vector<ReloadOutcome> outcomes;
+        if (auto ran = onWorker([&] {
+                for (const auto& reload : due)
+                    outcomes.push_back(runReload(m_extension, reload, {m_scale, encoding}));
+            });
             !ran)
             return ran.error();
-        printRequests(requests);
+        auto update = m_session.apply(std::move(outcomes), now);
+        printRequests(update.requests);
         std::fflush(stdout);
-        printFailures(failures);
-        return requests;
+        printFailures(update.failures);
+        return update;
     }
 
-    // Draws the requests' entries and the page on the worker, then writes the files here. A
-    // placement whose drawing failed is reported and asked again after a back-off.
-    CommandResult publish(const std::vector<TimelineRequestRecord>& requests, platform::Date now) {
-        PageUpdate update;
-        if (auto ran = onWorker([&] { update = m_page.update(requests, now); }); !ran) return ran;
-        std::vector<RequestFailure> failures;
-        for (auto& [index, error] : update.failures)
-            failures.push_back(m_scheduler.drawingFailed(index, std::move(error), now));
-        printFailures(failures);
-        for (const auto& request : requests)
-            if (std::none_of(failures.begin(), failures.end(),
-                             [&](const auto& f) { return f.index == request.index; }))
-                m_scheduler.drawn(request.index);
-        for (const auto& file : update.files)
+    // Makes the cards of the drawings an update brought and the page, and writes the files.
+    CommandResult publish(const SessionUpdate& update) {
+        const auto page = m_page.update(update);
+        for (const auto index : page.shown) m_session.shown(index);
+        for (const auto& file : page.files)
             if (auto written = platform::writeFileAtomically(m_out / file.name, file.bytes);
                 !written)
                 return CommandError::failure(written.error().description);
@@ -216,7 +229,7 @@ private:
 
     Extension m_extension;
     double m_scale;
-    Scheduler m_scheduler;
+    HostingSession m_session;
     LivePage m_page;
     std::filesystem::path m_out;
     platform::StopSignals m_signals;

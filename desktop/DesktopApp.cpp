@@ -1,11 +1,11 @@
 #include "desktop/DesktopApp.h"
 
-#include "desktop/DesktopBoard.h"
 #include "desktop/DesktopGrid.h"
 #include "desktop/DesktopSettings.h"
 #include "hosting/DesktopPlacements.h"
 #include "hosting/DrawnWidget.h"
 #include "hosting/Extension.h"
+#include "hosting/HostingSession.h"
 #include "layout/PlatformDefaults.h"
 #include "platform/Clock.h"
 #include "platform/Date.h"
@@ -353,19 +353,6 @@ ExtensionSettings boardExtensionSettings(const ExtensionOptions& options) {
     return extension;
 }
 
-// What the extension gave for one placement: its timeline, asked for at `at`, and its entry
-// drawn as it stands then.
-struct Answer {
-    Placement placement;
-    platform::Date at;
-    platform::Result<TimelineDates> timeline = platform::Error{"not asked"};
-    std::optional<platform::Result<DrawnWidget>> drawn;
-    // For a placement that shows nothing yet: its placeholder, drawn when the timeline or its
-    // drawing failed, so that the widget is never left empty.
-    bool blank = false;
-    std::optional<DrawnWidget> placeholder;
-};
-
 // ---- The application ---------------------------------------------------------------------------
 
 const char* familyCaption(WidgetFamily family) {
@@ -393,7 +380,6 @@ public:
         : m_placementsFile(options.placementsFile.empty()
                                ? userPlacementsFile()
                                : std::filesystem::path(options.placementsFile)),
-          m_board({}),
           m_worker(std::make_unique<ExtensionWorker>(boardExtensionSettings(extension))) {
         m_app = gtk_application_new(std::string(platform::desktopApplicationId()).c_str(),
                                     G_APPLICATION_DEFAULT_FLAGS);
@@ -541,7 +527,7 @@ private:
             placements = firstRunPlacements();
         }
         for (const auto& placement : *placements) {
-            if (describedWidget(m_widgets, placement.kind) && m_board.place(placement))
+            if (describedWidget(m_widgets, placement.kind) && m_session.place(placement))
                 addView(placement);
         }
         updateEmptyState();
@@ -560,19 +546,22 @@ private:
         if (scale == m_scale) return;
         m_scale = scale;
         // Each widget's entry drawn again at the new scale: the same reload, at its date.
-        std::vector<Answer> answers;
+        std::vector<DueReload> again;
         for (std::size_t i = 0; i < m_views.size(); ++i)
-            if (const auto& record = m_board.latest(i))
-                answers.push_back({record->placement, record->requestedAt});
-        m_worker->post(
-            [this, answers, widgets = m_widgets, scale = m_scale](Extension& extension) mutable {
-                for (auto& answer : answers)
-                    reloadAnswer(extension, widgets, Request::timeline, scale, answer);
-                return [this, answers] {
-                    for (const auto& answer : answers)
-                        if (answer.drawn && *answer.drawn) show(answer.placement, **answer.drawn);
-                };
-            });
+            if (const auto& record = m_session.latest(i))
+                again.push_back({i, record->placement, record->requestedAt});
+        m_worker->post([this, again, drawing = drawingOptions()](Extension& extension) {
+            std::vector<ReloadOutcome> outcomes;
+            for (const auto& reload : again)
+                outcomes.push_back(runReload(extension, reload, drawing));
+            return [this, outcomes = std::move(outcomes)] {
+                for (const auto& outcome : outcomes)
+                    if (outcome.reload && outcome.reload->drawing)
+                        if (auto drawn =
+                                drawnWidget(*outcome.reload->drawing, label(outcome.due.placement)))
+                            show(outcome.due.placement, *drawn);
+            };
+        });
     }
 
     void addView(const Placement& placement) {
@@ -588,102 +577,64 @@ private:
 
     void updateEmptyState() { gtk_widget_set_visible(m_emptyLabel, m_views.empty()); }
 
-    // Asks every due placement for a timeline and draws its entry, in the extension off the main
-    // loop; shows what came back and sleeps until the next reload date. A placement whose request
-    // or drawing failed keeps what it shows and is asked again after a back-off.
+    DrawingOptions drawingOptions() const {
+        return {double(m_scale), ImageEncoding::argb32, boardSettings.cornerRadius};
+    }
+
+    // Has the due reloads made in the extension off the main loop, then shows what came back and
+    // sleeps until the next reload date. A placement whose reload or drawing failed keeps what it
+    // shows (its placeholder when it showed nothing yet) and is asked again after a back-off.
     void refresh() {
         if (m_asking) {
             m_askAgain = true;
             return;
         }
         const auto now = platform::systemClock().now();
-        std::vector<Answer> answers;
-        for (auto index : m_board.dueAt(now)) {
-            answers.push_back({m_board.placements()[index], now});
-            answers.back().blank = stateOf(m_views[index]).texture == nullptr;
-        }
-        if (answers.empty()) return armTimer();
+        auto due = m_session.due(now);
+        if (due.empty()) return armTimer();
         m_asking = true;
-        m_worker->post([this, answers, now, widgets = m_widgets, scale = m_scale,
-                        changes = m_boardChanges](Extension& extension) mutable {
-            for (auto& answer : answers) {
-                reloadAnswer(extension, widgets, Request::timeline, scale, answer);
-                if (answer.blank && !(answer.drawn && *answer.drawn))
-                    drawPlaceholder(extension, widgets, scale, answer);
-            }
-            return [this, answers, now, changes] { answered(answers, now, changes); };
-        });
+        m_worker->post(
+            [this, due = std::move(due), now, drawing = drawingOptions()](Extension& extension) {
+                std::vector<ReloadOutcome> outcomes;
+                for (const auto& reload : due)
+                    outcomes.push_back(runReload(extension, reload, drawing));
+                return [this, outcomes = std::move(outcomes), now]() mutable {
+                    answered(std::move(outcomes), now);
+                };
+            });
     }
 
     // The widget's display name, as the board's label and a screen reader say it.
-    static std::string label(const std::vector<WidgetDescription>& widgets,
-                             const Placement& placement) {
-        const auto widget = describedWidget(widgets, placement.kind);
+    std::string label(const Placement& placement) const {
+        const auto widget = describedWidget(m_widgets, placement.kind);
         return widget ? (*widget)->displayName : placement.kind;
     }
 
-    // One reload in the extension, drawn at `scale`: the timeline, and the widget cut to its
-    // corners, or why either failed.
-    static void reloadAnswer(Extension& extension, const std::vector<WidgetDescription>& widgets,
-                             Request request, double scale, Answer& answer) {
-        auto answered = extension.reload(answer.placement, request, answer.at, scale,
-                                         ImageEncoding::argb32, boardSettings.cornerRadius);
-        if (!answered) {
-            answer.timeline = answered.error();
-            return;
-        }
-        ExtensionReload reload = std::move(answered).value();
-        answer.timeline = std::move(reload.timeline);
-        answer.drawn = drawnWidget(*reload.drawing, label(widgets, answer.placement));
-    }
-
-    static void drawPlaceholder(Extension& extension, const std::vector<WidgetDescription>& widgets,
-                                double scale, Answer& answer) {
-        Answer placeholder{answer.placement, answer.at};
-        reloadAnswer(extension, widgets, Request::placeholder, scale, placeholder);
-        if (placeholder.drawn && *placeholder.drawn)
-            answer.placeholder = std::move(*placeholder.drawn).value();
-    }
-
-    void answered(const std::vector<Answer>& answers, platform::Date now, std::size_t changes) {
+    void answered(std::vector<ReloadOutcome> outcomes, platform::Date now) {
         m_asking = false;
-        if (changes != m_boardChanges) return refresh();  // placed, removed or reloaded meanwhile
-        const auto answerOf = [&](const Placement& placement) -> const Answer& {
-            return *std::find_if(answers.begin(), answers.end(),
-                                 [&](const Answer& a) { return a.placement == placement; });
-        };
-        std::vector<RequestFailure> failures;
-        const platform::FixedClock clock(now);
-        const auto asked = m_board.runDue(
-            [&](const Placement& placement,
-                const platform::Clock&) -> platform::Result<ExtensionReload> {
-                const auto& timeline = answerOf(placement).timeline;
-                if (!timeline) return timeline.error();
-                return ExtensionReload{*timeline, std::nullopt};
-            },
-            clock, failures);
-        for (auto index : asked) {
-            const auto& record = *m_board.latest(index);
+        auto update = m_session.apply(std::move(outcomes), now);
+        for (const auto& record : update.requests) {
             g_log(logDomain, G_LOG_LEVEL_DEBUG, "timeline %s %s -> reload after %s",
                   record.placement.kind.c_str(), std::string(name(record.placement.family)).c_str(),
                   platform::formatDate(record.timeline.policy.date).c_str());
-            const auto& drawn = *answerOf(record.placement).drawn;
+            auto drawn = drawnWidget(*record.drawing, label(record.placement));
             if (!drawn) {
-                failures.push_back(m_board.drawingFailed(index, drawn.error(), now));
+                update.failures.push_back(
+                    m_session.drawingFailed(record.index, drawn.error(), now));
                 continue;
             }
-            m_board.drawn(index);
-            showDrawing(m_views[index], *drawn);
+            m_session.shown(record.index);
+            showDrawing(m_views[record.index], *drawn);
         }
-        for (const auto& failure : failures)
-            if (const auto& placeholder = answerOf(failure.placement).placeholder;
-                placeholder && stateOf(m_views[failure.index]).texture == nullptr)
-                showDrawing(m_views[failure.index], *placeholder);
-        for (const auto& failure : failures)
+        for (const auto& placeholder : update.placeholders)
+            if (auto drawn = drawnWidget(*placeholder.reload.drawing, label(placeholder.placement)))
+                showDrawing(m_views[placeholder.index], *drawn);
+        for (const auto& failure : update.failures)
             g_warning("%s %s: %s; asking again at %s", failure.placement.kind.c_str(),
                       std::string(name(failure.placement.family)).c_str(),
                       failure.error.description.c_str(),
                       platform::formatDate(failure.retryAt).c_str());
+        // Placed or reloaded while the extension worked: those are due still.
         if (std::exchange(m_askAgain, false)) return refresh();
         armTimer();
         // Ours ends here, with the new pixels handed to the toolkit.
@@ -692,7 +643,7 @@ private:
 
     // Shows a drawing on the view of its placement, if that is still on the board.
     void show(const Placement& placement, const DrawnWidget& drawn) {
-        const auto& placed = m_board.placements();
+        const auto& placed = m_session.placements();
         const auto found = std::find(placed.begin(), placed.end(), placement);
         if (found != placed.end()) showDrawing(m_views[std::size_t(found - placed.begin())], drawn);
     }
@@ -701,7 +652,7 @@ private:
     // set (by the user, by NTP, after a resume): either way the board looks at the time again.
     // An empty board sets none.
     void armTimer() {
-        const auto next = m_board.nextReload();
+        const auto next = m_session.nextReload();
         if (!m_timer || !next) return;
         if (auto armed = m_timer->wakeAt(*next); !armed) showMessage(armed.error().description);
     }
@@ -715,8 +666,7 @@ private:
     void reloadNow(const std::string& kind) {
         if (!kind.empty() && !describedWidget(m_widgets, kind)) return;
         m_redrawStarted = std::chrono::steady_clock::now();
-        m_board.reloadNow(kind);
-        ++m_boardChanges;
+        m_session.reloadNow(kind);
         refresh();
     }
 
@@ -771,13 +721,12 @@ private:
     }
 
     void save() {
-        if (auto saved = saveBoardPlacements(m_placementsFile, m_board.placements()); !saved)
+        if (auto saved = saveBoardPlacements(m_placementsFile, m_session.placements()); !saved)
             showMessage(saved.error().description);
     }
 
     void place(const Placement& placement) {
-        if (!m_board.place(placement)) return;
-        ++m_boardChanges;
+        if (!m_session.place(placement)) return;
         addView(placement);
         updateEmptyState();
         save();
@@ -802,8 +751,7 @@ private:
         const auto found = std::find(m_views.begin(), m_views.end(), view);
         if (found == m_views.end()) return;
         const auto index = std::size_t(found - m_views.begin());
-        m_board.remove(index);
-        ++m_boardChanges;
+        m_session.remove(index);
         m_views.erase(found);
         gtk_widget_unparent(view);
         updateEmptyState();
@@ -868,19 +816,20 @@ private:
             nullptr);
         // The placeholder comes from the extension; the view waits for it, held until then.
         g_object_ref(view);
-        m_worker->post([view, answer = Answer{placement, platform::systemClock().now()},
-                        widgets = m_widgets, scale = m_scale](Extension& extension) mutable {
-            reloadAnswer(extension, widgets, Request::placeholder, scale, answer);
-            return [view, answer]() mutable {
-                if (answer.drawn && *answer.drawn && gtk_widget_get_root(view) != nullptr) {
-                    answer.drawn->value().label +=
-                        std::string(", ") + familyCaption(answer.placement.family);
-                    showDrawing(view, answer.drawn->value());
-                }
+        m_worker->post([view, placement, drawing = drawingOptions(),
+                        label = label(placement) + ", " +
+                                familyCaption(placement.family)](Extension& extension) {
+            const auto reload =
+                extension.reload(placement, Request::placeholder, platform::systemClock().now(),
+                                 drawing.scale, drawing.encoding, drawing.cornerRadius);
+            platform::Result<DrawnWidget> drawn =
+                reload ? drawnWidget(*reload->drawing, label) : reload.error();
+            return [view, drawn = std::move(drawn)] {
+                if (drawn && gtk_widget_get_root(view) != nullptr) showDrawing(view, *drawn);
                 g_object_unref(view);
             };
         });
-        const auto& placed = m_board.placements();
+        const auto& placed = m_session.placements();
         if (std::find(placed.begin(), placed.end(), placement) != placed.end()) {
             gtk_widget_set_sensitive(view, FALSE);
             gtk_widget_set_tooltip_text(view, "Already on the board");
@@ -894,10 +843,9 @@ private:
 
     std::vector<WidgetDescription> m_widgets;  // the bundle's, as the extension describes them
     std::filesystem::path m_placementsFile;
-    DesktopBoard m_board;
-    std::size_t m_boardChanges = 0;  // placements placed, removed or reloaded so far
-    bool m_asking = false;           // the worker is asking for the due timelines
-    bool m_askAgain = false;         // refresh once it has answered
+    HostingSession m_session;  // the placed widgets, their timelines and reload dates
+    bool m_asking = false;     // the worker is asking for the due timelines
+    bool m_askAgain = false;   // refresh once it has answered
     GtkApplication* m_app = nullptr;
     GtkWidget* m_window = nullptr;
     GtkWidget* m_grid = nullptr;

@@ -9,41 +9,30 @@ using namespace hosting;
 
 namespace gallery {
 
-LivePage::LivePage(std::vector<WidgetDescription> widgets, double scale, Extension& extension,
-                   std::size_t placementCount)
-    : m_widgets(std::move(widgets)),
-      m_scale(scale),
-      m_extension(extension),
-      m_cards(placementCount) {}
+LivePage::LivePage(std::vector<WidgetDescription> widgets, std::size_t placementCount)
+    : m_widgets(std::move(widgets)), m_cards(placementCount) {}
 
-PageUpdate LivePage::update(const std::vector<TimelineRequestRecord>& requests,
-                            platform::Date now) {
+PageUpdate LivePage::update(const SessionUpdate& session) {
     PageUpdate update;
     auto& files = update.files;
-    const double scale = m_scale;
-    for (const auto& request : requests) {
-        std::optional<DrawnCard> drawn;
-        if (request.drawing) {
-            drawn =
-                drawnCard(request.placement, "current", {request.timeline, request.drawing}, true);
-        } else if (auto again =
-                       m_extension.reload(request.placement, Request::timeline, request.requestedAt,
-                                          scale, ImageEncoding::png)) {
-            drawn = drawnCard(request.placement, "current", *again, true);
-        } else {
-            update.failures.emplace_back(request.index, again.error());
-            if (m_cards[request.index]) continue;
-            const auto placeholder = m_extension.reload(request.placement, Request::placeholder,
-                                                        now, scale, ImageEncoding::png);
-            if (!placeholder) continue;
-            drawn = drawnCard(request.placement, "current", *placeholder, false);
-        }
-        auto card = std::move(*drawn);
-        files.push_back({card.card.image, std::move(card.png)});
-        // A new address per version, so a refreshing browser never shows a cached image.
-        card.card.image += "?v=" + std::to_string(request.number);
-        m_cards[request.index] = std::move(card.card);
-    }
+    // A new address per version, the timeline's number (0: the placeholder), so a refreshing
+    // browser never shows a cached image.
+    const auto show = [&](std::size_t index, std::size_t version, DrawnCard drawn) {
+        files.push_back({drawn.card.image, std::move(drawn.png)});
+        drawn.card.image += "?v=" + std::to_string(version);
+        m_cards[index] = std::move(drawn.card);
+        update.shown.push_back(index);
+    };
+    for (const auto& request : session.requests)
+        if (request.drawing && request.index < m_cards.size())
+            show(
+                request.index, request.number,
+                drawnCard(request.placement, "current", {request.timeline, request.drawing}, true));
+    for (const auto& placeholder : session.placeholders)
+        if (placeholder.index < m_cards.size() && !m_cards[placeholder.index] &&
+            placeholder.reload.drawing)
+            show(placeholder.index, 0,
+                 drawnCard(placeholder.placement, "current", placeholder.reload, false));
     std::vector<GalleryCard> cards;
     for (const auto& card : m_cards)
         if (card) cards.push_back(*card);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "gallery/PageHtml.h"
-#include "hosting/Scheduler.h"
+#include "hosting/HostingSession.h"
 #include "platform/Result.h"
 #include "timeline/WidgetDescription.h"
 
@@ -10,10 +10,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-namespace hosting {
-class Extension;
-}  // namespace hosting
 
 namespace gallery {
 
@@ -26,34 +22,29 @@ struct OutputFile {
 };
 
 // What an update of the page made: the files to write, the images first and the page last; and
-// the placements whose drawing failed, by index, with what happened.
+// the placements whose drawing it shows, by index.
 struct PageUpdate {
     std::vector<OutputFile> files;
-    std::vector<std::pair<std::size_t, platform::Error>> failures;
+    std::vector<std::size_t> shown;
 };
 
-// The live host's page: one card per placement with the entry of its latest timeline, drawn in
-// the extension process at the time it was asked for, in a page that an open browser refreshes.
+// The live host's page: one card per placement with the entry of its latest timeline, as the
+// extension drew it when it was asked for, in a page that an open browser refreshes.
 class LivePage {
 public:
     // An open browser reloads the page this often, in seconds.
     static constexpr int refreshSeconds = 5;
 
-    // The page lists `widgets` (their names and descriptions) and draws at `scale`.
-    LivePage(std::vector<timeline::WidgetDescription> widgets, double scale,
-             hosting::Extension& extension, std::size_t placementCount);
+    // The page lists `widgets` (their names and descriptions).
+    LivePage(std::vector<timeline::WidgetDescription> widgets, std::size_t placementCount);
 
-    // Makes each request's card and image from the drawing its reload brought (one reloaded
-    // without drawing, as a simulation does, is reloaded again at its date, drawn), then the page
-    // with every card so far. A placement whose drawing fails keeps its card; one that has none
-    // yet gets its placeholder, drawn at `now`, when that can be drawn.
-    [[nodiscard]] PageUpdate update(const std::vector<hosting::TimelineRequestRecord>& requests,
-                                    platform::Date now);
+    // Makes a card and its image of each drawing a session's update brought, and of the
+    // placeholder of a placement whose first reload failed, then the page with every card so
+    // far. A request without a drawing (a simulation's) leaves its placement's card as it was.
+    [[nodiscard]] PageUpdate update(const hosting::SessionUpdate& update);
 
 private:
     std::vector<timeline::WidgetDescription> m_widgets;
-    double m_scale = 2;
-    hosting::Extension& m_extension;
     std::vector<std::optional<GalleryCard>> m_cards;  // per placement
 };
 

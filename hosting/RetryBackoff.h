@@ -3,24 +3,22 @@
 #include "platform/Date.h"
 
 #include <chrono>
-#include <cstddef>
-#include <map>
 #include <optional>
 
 namespace hosting {
 
 // When to ask again for a placement whose request or drawing failed: a second after its first
 // failure, twice as long after each further failure in a row up to five minutes, and never
-// later than the placement's next reload date, when it would be asked anyway.
+// later than the placement's next reload date, when it would be asked anyway. One per placement.
 class RetryBackoff {
 public:
     static constexpr std::chrono::seconds first{1};
     static constexpr std::chrono::seconds longest{300};
 
-    // The placement (by index) failed at `now`: when to ask again.
-    [[nodiscard]] platform::Date failed(std::size_t placement, platform::Date now,
+    // The placement failed at `now`: when to ask again.
+    [[nodiscard]] platform::Date failed(platform::Date now,
                                         std::optional<platform::Date> nextReload) {
-        const int row = m_failures[placement]++;
+        const int row = m_failures++;
         const auto wait =
             row >= 9 ? longest : std::min<std::chrono::seconds>(first * (1 << row), longest);
         const platform::Date retry = now + wait;
@@ -28,10 +26,10 @@ public:
     }
 
     // The placement was answered and drawn: its next failure waits a second again.
-    void succeeded(std::size_t placement) { m_failures.erase(placement); }
+    void succeeded() { m_failures = 0; }
 
 private:
-    std::map<std::size_t, int> m_failures;  // failures in a row, per placement
+    int m_failures = 0;  // in a row
 };
 
 }  // namespace hosting

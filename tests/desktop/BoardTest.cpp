@@ -1,4 +1,3 @@
-#include "desktop/DesktopBoard.h"
 #include "desktop/DesktopGrid.h"
 #include "hosting/DesktopPlacements.h"
 #include "hosting/DrawnWidget.h"
@@ -67,45 +66,6 @@ TEST(DesktopGrid, FlowsWidgetsInPlacementOrderOnColumnsThatFitTheWidth) {
         EXPECT_EQ(grid.frames, c.frames) << "width " << c.width;
         EXPECT_EQ(grid.size, c.size) << "width " << c.width;
     }
-}
-
-TEST(DesktopBoard, AsksNewPlacementsAndReloadedKindsOnlyAndKeepsTheOthersOnRemoval) {
-    const tempstore::TempStore store;
-    const auto host = hostOn(store);
-    DesktopBoard board({{"WatchlistGlance", WidgetFamily::systemSmall},
-                        {"DailyBrief", WidgetFamily::systemMedium}});
-    const platform::FixedClock clock(*platform::parseCommandLineDate("2025-11-16T05:00:00Z"));
-    std::vector<RequestFailure> failures;
-    const auto runDue = [&](bool briefFails = false) {
-        return board.runDue(
-            [&](const Placement& placement,
-                const platform::Clock& at) -> platform::Result<ExtensionReload> {
-                if (briefFails && placement.kind == "DailyBrief") return platform::Error{"hung"};
-                return ExtensionReload{
-                    timelineDates(host.request(placement, Request::timeline, at)), {}};
-            },
-            clock, failures);
-    };
-    EXPECT_EQ(runDue(), (std::vector<std::size_t>{0, 1}));
-    EXPECT_TRUE(runDue().empty());
-    EXPECT_EQ(board.nextReload(), clock.now() + std::chrono::seconds(900));
-
-    EXPECT_FALSE(board.place({"DailyBrief", WidgetFamily::systemMedium}));
-    EXPECT_TRUE(board.place({"DailyBrief", WidgetFamily::systemLarge}));
-    EXPECT_EQ(runDue(), (std::vector<std::size_t>{2}));
-    board.reloadNow("DailyBrief");
-    EXPECT_EQ(board.dueAt(clock.now()), (std::vector<std::size_t>{1, 2}));
-    EXPECT_TRUE(runDue(true).empty());
-    ASSERT_EQ(failures.size(), 2u);
-    EXPECT_EQ(failures[1].index, 2u);  // the board's index
-    EXPECT_EQ(board.nextReload(), clock.now() + RetryBackoff::first);
-    EXPECT_EQ(board.latest(1)->number, 1u);  // keeps its last timeline
-
-    board.remove(0);
-    EXPECT_EQ(board.latest(0)->placement, (Placement{"DailyBrief", WidgetFamily::systemMedium}));
-    EXPECT_TRUE(runDue().empty());
-    board.reloadNow("");
-    EXPECT_EQ(runDue(), (std::vector<std::size_t>{0, 1}));
 }
 
 TEST(DesktopPlacements, SavedPlacementsLoadBackAndAMissingFileGivesTheFirstRun) {
