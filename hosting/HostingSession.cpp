@@ -113,8 +113,7 @@ void HostingSession::shown(std::size_t index) {
 RequestFailure HostingSession::drawingFailed(std::size_t index, platform::Error error,
                                              platform::Date now) {
     auto& state = m_state[index];
-    const platform::Date retry = state.backoff.failed(now, state.reloadAfter);
-    state.reloadAfter = std::min(state.reloadAfter, retry);
+    state.reloadAfter = state.backoff.failed(now, state.reloadAfter);
     return {index, m_placements[index], std::move(error), state.reloadAfter};
 }
 

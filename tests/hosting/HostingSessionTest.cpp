@@ -205,12 +205,12 @@ TEST(HostingSession, FailuresBackOffDoublingAndAPlacementThatShowsNothingGetsIts
     // reload date at the latest.
     auto answered = hosting::ReloadOutcome{
         session.due(now).at(0),
-        hosting::ExtensionReload{{{now}, {now + seconds(400)}}, hosting::ExtensionDrawing{}}};
+        hosting::ExtensionReload{{{now}, {now + seconds(100)}}, hosting::ExtensionDrawing{}}};
     EXPECT_EQ(session.apply({answered}, now).requests.size(), 1u);
     EXPECT_EQ(session.drawingFailed(0, platform::Error{"refused"}, now).retryAt,
-              now + seconds(300));
+              now + seconds(100));
     EXPECT_EQ(session.drawingFailed(0, platform::Error{"refused"}, now).retryAt,
-              now + seconds(300));
+              now + seconds(100));
     session.shown(0);
     EXPECT_EQ(session.drawingFailed(0, platform::Error{"refused"}, now).retryAt, now + seconds(1));
     EXPECT_FALSE(session.due(now + seconds(1)).at(0).placeholderOnFailure);
