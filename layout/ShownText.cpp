@@ -16,9 +16,11 @@ namespace {
 constexpr double narrowestAdvanceEm = 0.1;  // narrower than any visible glyph
 constexpr double lowestLineEm = 0.5;        // lower than any line of any font
 constexpr double sparePerLine = 2;          // characters
-// A grapheme cluster takes a few bytes (an emoji family with its joiners, 25); one of more
-// than this many on average is a pile of combining marks, cut at a character boundary.
-constexpr double clusterBytes = 64;
+// The most bytes a tenth of an em of visible text takes: an emoji family with its joiners is 25
+// bytes over an em and more, a syllable of the Indic scripts a dozen over half an em, a letter
+// with its accents a few over half an em. More than this is a pile of combining marks, which
+// shows as no more than a character and would cost Pango seconds to shape: it is cut by bytes.
+constexpr double slotBytes = 8;
 
 bool usable(const ui::Font& font) {
     return font.size > 0 && std::isfinite(font.size);
@@ -60,6 +62,7 @@ std::size_t cutAfterLines(std::string_view text, double perLine, double lines, s
     utext_close(utext);
     if (U_FAILURE(status)) return limit;
     double line = 1, inLine = 0;
+    std::int32_t last = 0;  // where the last cluster read starts
     for (std::int32_t start = clusters->first(), end = clusters->next();
          end != icu::BreakIterator::DONE; start = end, end = clusters->next()) {
         if (inLine >= perLine) {
@@ -73,7 +76,11 @@ std::size_t cutAfterLines(std::string_view text, double perLine, double lines, s
         } else {
             ++inLine;
         }
+        last = start;
     }
+    // Cut short by bytes: the last cluster read may go on past them, and is left out unless it
+    // is all there is.
+    if (limit < text.size() && last > 0) return std::size_t(last);
     return limit;
 }
 
@@ -103,7 +110,7 @@ std::string_view estimatedShownText(std::string_view text, const TextStyle& styl
 
     // No more than the lines can hold, nor than the break iterator can count.
     const double readable =
-        std::min(lines * perLine * clusterBytes, double(std::numeric_limits<std::int32_t>::max()));
+        std::min(lines * perLine * slotBytes, double(std::numeric_limits<std::int32_t>::max()));
     std::size_t limit = text.size();
     if (readable < size) {
         auto bytes = std::int32_t(readable);

@@ -25,9 +25,10 @@ namespace layout {
 // The start of `text` that can show wrapped at `width` (absent: one line per paragraph) in
 // `height` or the style's line limit (see linesToShow), estimated for any font: no line is
 // lower than half an em, nor holds more characters (grapheme clusters) than its width holds at
-// a tenth of an em each (narrower than any visible glyph of either font), and every line break
-// ends a line. The cut falls between two grapheme clusters, so no character is broken; cutting
-// again gives the same text.
+// a tenth of an em each (narrower than any visible glyph of either font), nor more than eight
+// bytes for each of those tenths (piles of combining marks are cut by bytes), and every line
+// break ends a line. The cut falls between two grapheme clusters, so no character is broken,
+// unless a single cluster is longer than the bytes allowed; cutting again gives the same text.
 [[nodiscard]] std::string_view estimatedShownText(std::string_view text, const TextStyle& style,
                                                   std::optional<double> width,
                                                   std::optional<double> height);
