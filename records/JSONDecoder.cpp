@@ -5,6 +5,7 @@
 #include <unicode/utf8.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -116,20 +117,21 @@ private:
     int m_depth = 0;
 };
 
-platform::Result<Json> parse(std::string_view text) {
+// Runs a SAX handler over the text: the document's size, its syntax and its depth are checked
+// here (a handler returns false only when a value nests too deep), whatever the handler builds.
+template <typename Handler>
+platform::Result<void> saxParse(std::string_view text, Handler& handler) {
     if (text.size() > JSONDecoder::documentSizeLimit)
         return platform::Error{"document of " + std::to_string(text.size()) +
                                " bytes exceeds the " +
                                std::to_string(JSONDecoder::documentSizeLimit >> 20) + " MiB limit"};
     const char* furthest = text.data();
-    Json value;
-    DepthLimitedBuilder builder(value);
     try {
-        // Faults of the text itself are thrown; the builder stops the parser only for depth,
+        // Faults of the text itself are thrown; the handler stops the parser only for depth,
         // just after it has read the bracket that opens the value too deep.
         if (Json::sax_parse(TrackedReader(text.data(), &furthest),
-                            TrackedReader(text.data() + text.size(), &furthest), &builder))
-            return value;
+                            TrackedReader(text.data() + text.size(), &furthest), &handler))
+            return {};
         return platform::Error{"nested deeper than " + std::to_string(JSONDecoder::depthLimit) +
                                " levels at offset " + std::to_string(furthest - text.data() - 1)};
     } catch (const Json::parse_error& fault) {
@@ -148,6 +150,150 @@ platform::Result<Json> parse(std::string_view text) {
         return platform::Error{"not valid JSON: " + excerpt(what)};
     }
 }
+
+platform::Result<Json> parse(std::string_view text) {
+    Json value;
+    DepthLimitedBuilder builder(value);
+    if (auto parsed = saxParse(text, builder); !parsed) return parsed.error();
+    return value;
+}
+
+// The shape of a document that should be a list, read without building it: the type of its
+// value and, for an array, how many items it holds. Stops at the first value nested too deep.
+class ListShape {
+public:
+    bool null() { return value(Json::value_t::null); }
+    bool boolean(bool) { return value(Json::value_t::boolean); }
+    bool number_integer(Json::number_integer_t) { return value(Json::value_t::number_integer); }
+    bool number_unsigned(Json::number_unsigned_t) { return value(Json::value_t::number_unsigned); }
+    bool number_float(Json::number_float_t, const std::string&) {
+        return value(Json::value_t::number_float);
+    }
+    bool string(std::string&) { return value(Json::value_t::string); }
+    bool binary(Json::binary_t&) { return value(Json::value_t::binary); }
+    bool start_object(std::size_t) { return value(Json::value_t::object) && enter(); }
+    bool key(std::string&) { return true; }
+    bool end_object() { return leave(); }
+    bool start_array(std::size_t) { return value(Json::value_t::array) && enter(); }
+    bool end_array() { return leave(); }
+    template <typename Exception>
+    bool parse_error(std::size_t, const std::string&, const Exception& fault) {
+        throw fault;
+    }
+
+    Json::value_t type = Json::value_t::discarded;
+    std::size_t items = 0;
+
+private:
+    bool value(Json::value_t found) {
+        if (m_depth == 0) type = found;
+        if (m_depth == 1 && type == Json::value_t::array) ++items;
+        return true;
+    }
+    bool enter() { return ++m_depth <= JSONDecoder::depthLimit; }
+    bool leave() {
+        --m_depth;
+        return true;
+    }
+
+    int m_depth = 0;
+};
+
+template <typename Record>
+platform::Result<Record> decodeRecord(const Json& value, std::string path);
+
+template <typename T>
+constexpr bool isOptional = false;
+template <typename T>
+constexpr bool isOptional<std::optional<T>> = true;
+
+// The fewest bytes of JSON a record's object takes: its braces and, for each required member,
+// its quoted key, a colon, the shortest value of its type and a comma.
+template <typename Record>
+std::size_t leastObjectBytes() {
+    std::size_t bytes = 2;
+    forEachField<Record>([&](const auto& field) {
+        using Value = std::remove_cvref_t<decltype(std::declval<Record>().*(field.member))>;
+        if constexpr (!isOptional<Value>)
+            bytes += field.key.size() + 3 + (std::is_same_v<Value, std::string> ? 2 : 1) + 1;
+    });
+    return bytes;
+}
+
+// Decodes the items of a top-level array one at a time: each item is built as nlohmann's DOM
+// parser builds a value, decoded into a row and dropped, so that a list of a megabyte never
+// stands as a document in memory. The text has been checked whole before (ListShape); the first
+// row that does not decode stops the parser.
+class RowReader {
+public:
+    explicit RowReader(std::vector<WatchlistRow>& rows) : m_rows(rows) {}
+
+    bool null() { return m_depth > 1 ? m_item->null() : scalar(nullptr); }
+    bool boolean(bool b) { return m_depth > 1 ? m_item->boolean(b) : scalar(b); }
+    bool number_integer(Json::number_integer_t n) {
+        return m_depth > 1 ? m_item->number_integer(n) : scalar(n);
+    }
+    bool number_unsigned(Json::number_unsigned_t n) {
+        return m_depth > 1 ? m_item->number_unsigned(n) : scalar(n);
+    }
+    bool number_float(Json::number_float_t n, const std::string& text) {
+        return m_depth > 1 ? m_item->number_float(n, text) : scalar(n);
+    }
+    bool string(std::string& text) { return m_depth > 1 ? m_item->string(text) : scalar(text); }
+    bool binary(Json::binary_t& bytes) { return m_depth > 1 ? m_item->binary(bytes) : true; }
+    bool start_object(std::size_t size) {
+        if (++m_depth == 1) return true;  // the list itself is an array; this never comes
+        if (m_depth == 2) m_item.emplace(m_value, true);
+        return m_item->start_object(size);
+    }
+    bool key(std::string& name) { return m_item->key(name); }
+    bool end_object() { return leave(m_item->end_object()); }
+    bool start_array(std::size_t size) {
+        if (++m_depth == 1) return true;  // the list
+        if (m_depth == 2) m_item.emplace(m_value, true);
+        return m_item->start_array(size);
+    }
+    bool end_array() {
+        if (m_depth == 1) return leave(true);
+        return leave(m_item->end_array());
+    }
+    template <typename Exception>
+    bool parse_error(std::size_t, const std::string&, const Exception& fault) {
+        throw fault;
+    }
+
+    std::optional<platform::Error> fault;
+
+private:
+    using Builder = nlohmann::detail::json_sax_dom_parser<Json>;
+
+    // An item that is no object, which no row decodes from.
+    template <typename Value>
+    bool scalar(const Value& value) {
+        m_value = Json(value);
+        return decoded();
+    }
+    bool leave(bool built) {
+        if (--m_depth == 1 && built) return decoded();
+        return built;
+    }
+    bool decoded() {
+        auto row = decodeRecord<WatchlistRow>(m_value, "[" + std::to_string(m_rows.size()) + "]");
+        m_item.reset();
+        m_value = Json();
+        if (!row) {
+            fault = std::move(row).error();
+            return false;
+        }
+        m_rows.push_back(std::move(row).value());
+        return true;
+    }
+
+    std::vector<WatchlistRow>& m_rows;
+    Json m_value;  // the item being read
+    std::optional<Builder> m_item;
+    int m_depth = 0;
+};
 
 // An offset can carry a date in year 0000 or 9999 across the turn of the year in UTC, where
 // the writing form (four-digit years, UTC) cannot write it back: such an instant is no record
@@ -341,18 +487,19 @@ platform::Result<WatchlistRow> JSONDecoder::decode<WatchlistRow>(std::string_vie
 template <>
 platform::Result<std::vector<WatchlistRow>> JSONDecoder::decode<std::vector<WatchlistRow>>(
     std::string_view json) const {
-    const auto value = parse(json);
-    if (!value) return value.error();
-    if (!value->is_array())
-        return platform::Error{"expected an array, found " + std::string(typeName(*value))};
-
+    // Checked whole and counted first, so that the rows take their memory once.
+    ListShape shape;
+    if (auto checked = saxParse(json, shape); !checked) return checked.error();
+    if (shape.type != Json::value_t::array)
+        return platform::Error{"expected an array, found " +
+                               std::string(typeName(Json(shape.type)))};
     std::vector<WatchlistRow> rows;
-    rows.reserve(value->size());
-    for (std::size_t index = 0; index < value->size(); ++index) {
-        auto row = decodeRecord<WatchlistRow>((*value)[index], "[" + std::to_string(index) + "]");
-        if (!row) return row.error();
-        rows.push_back(std::move(row).value());
-    }
+    // As many rows as the items, but no more than the text could hold: an item of the list may
+    // be two bytes, a row no fewer than its required members take.
+    rows.reserve(std::min(shape.items, json.size() / leastObjectBytes<WatchlistRow>()));
+    RowReader reader(rows);
+    if (auto read = saxParse(json, reader); !read)
+        return reader.fault ? *reader.fault : read.error();
     return rows;
 }
 

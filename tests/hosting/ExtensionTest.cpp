@@ -126,6 +126,54 @@ std::map<std::string, std::string> probe(const SeededStore& store) {
     return outcomes;
 }
 
+// Records as large as the store takes, under each key, are valid records: the extension decodes
+// and draws them within its memory in every family, and its reply stays small (it carries what
+// the views show, not the records). A pile of combining marks, a list of a megabyte of rows and
+// a portfolio whose label is most of a megabyte among them; a list of empty objects, which holds
+// no row, is drawn as a list that holds none.
+TEST(Extension, RecordsAtTheStoresCapDrawInEveryFamily) {
+    const auto filled = [](const std::string& unit, std::size_t room) {
+        std::string text;
+        while (text.size() + unit.size() <= room) text += unit;
+        return text;
+    };
+    std::string marks = "a";
+    for (int i = 0; i < 200; ++i) marks += "\u0301";
+    constexpr std::size_t cap = std::size_t(1) << 20;
+    const std::string row = R"({"ticker":"A","price":1,"changePct":1})";
+    const std::string rows = "[" + filled(row + ",", cap - 2 - row.size()) + row + "]";
+    const struct {
+        const char* key;
+        std::string record;
+    } records[] = {
+        {"vmDailyBrief",
+         samples::with(samples::brief, "summary", filled(marks, cap - samples::brief.size()))},
+        {"vmDailyBrief", samples::with(samples::brief, "summary",
+                                       filled("Momentum holds. ", cap - samples::brief.size()))},
+        {"vmWatchlistTickers", rows},
+        // No row at all, but a megabyte of objects to build before that is known.
+        {"vmWatchlistTickers", "[" + filled("{},", cap - 4) + "{}]"},
+        {"vmPortfolioSnapshot", samples::with(samples::snapshot, "sourceLabel",
+                                              filled("Broker ", cap - samples::snapshot.size()))},
+    };
+    SeededStore store;
+    Extension extension(store.extension(VELMORA_PROGRAM));
+    const auto placements = WidgetHost(widgets::VelmoraWidgetsBundle().body(), {}).allPlacements();
+    for (const auto& [key, record] : records) {
+        SCOPED_TRACE(std::string(key) + " of " + std::to_string(record.size()) + " bytes");
+        ASSERT_LE(record.size(), cap);
+        ASSERT_GT(record.size(), cap - 1024);
+        store.temp.putData(key, record);
+        for (const auto& placement : placements) {
+            const auto reload =
+                extension.reload(placement, Request::timeline, at, 2, ImageEncoding::argb32);
+            ASSERT_TRUE(reload) << placement.kind << " " << name(placement.family) << ": "
+                                << reload.error().description;
+            EXPECT_LT(reload->drawing->texts.size(), std::size_t(64) << 10);
+        }
+    }
+}
+
 // A host learns the bundle from the extension: what it describes is the bundle as the widgets in
 // this process describe it, in the host's locale; a description that lists a widget twice is
 // refused.
