@@ -98,13 +98,6 @@ SessionUpdate HostingSession::apply(std::vector<ReloadOutcome> outcomes, platfor
     return update;
 }
 
-SessionUpdate HostingSession::runDue(Extension& extension, const DrawingOptions& drawing,
-                                     platform::Date now) {
-    std::vector<ReloadOutcome> outcomes;
-    for (const auto& reload : due(now)) outcomes.push_back(runReload(extension, reload, drawing));
-    return apply(std::move(outcomes), now);
-}
-
 void HostingSession::shown(std::size_t index) {
     m_state[index].shown = true;
     m_state[index].backoff.succeeded();

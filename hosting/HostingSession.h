@@ -113,9 +113,6 @@ public:
     // or reloaded since they were asked are left out.
     SessionUpdate apply(std::vector<ReloadOutcome> outcomes, platform::Date now);
 
-    // Due, made in line and applied: for a host that may wait for its extension.
-    SessionUpdate runDue(Extension& extension, const DrawingOptions& drawing, platform::Date now);
-
     // The host shows a placement's drawing: its next failure waits the shortest back-off again.
     void shown(std::size_t index);
     // A drawing the host could not show: asked again after the back-off, by the placement's next
