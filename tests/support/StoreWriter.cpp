@@ -6,9 +6,10 @@
 //       One connection to the app group's suite; in round i every KEY gets JSON_A (i even) or
 //       JSON_B (i odd) as a data value, each in its own transaction. Stops after ROUNDS rounds
 //       or the first round that ends SECONDS after the start, and prints "rounds N".
-//   velmora-store-writer hold FOLDER KEY JSON MILLISECONDS
+//   velmora-store-writer hold FOLDER KEY JSON MILLISECONDS [spill]
 //       Takes the suite's EXCLUSIVE lock, sets KEY to JSON inside that transaction, prints
-//       "locked" on standard output, waits, then commits.
+//       "locked" on standard output, waits, then commits. With "spill" the transaction first
+//       grows past a tiny page cache, as for abandon: the journal is hot while it waits.
 //   velmora-store-writer abandon FOLDER KEY JSON [spill]
 //       Sets KEY to JSON inside a transaction and exits without committing or rolling back,
 //       as a host app that crashes mid-write: the rollback journal stays behind. With "spill"
@@ -98,11 +99,22 @@ bool beginAndSet(sqlite3* db, const char* begin, std::string_view key, std::stri
     return done;
 }
 
+// Makes the open transaction outgrow a tiny page cache, so that SQLite syncs the journal and
+// writes changed pages into the database file.
+bool spillOver(sqlite3* db) {
+    constexpr const char* filler =
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 64) "
+        "INSERT INTO defaults SELECT 'filler' || i, zeroblob(4000) FROM n";
+    return sqlite3_exec(db, filler, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
 int hold(const std::filesystem::path& folder, std::string_view key, std::string_view json,
-         long milliseconds) {
+         long milliseconds, bool spill) {
     sqlite3* db = openRaw(folder);
     if (db == nullptr) return 1;
-    if (!beginAndSet(db, "BEGIN EXCLUSIVE", key, json))
+    if (spill && sqlite3_exec(db, "PRAGMA cache_size=10", nullptr, nullptr, nullptr) != SQLITE_OK)
+        return failure(std::string("cannot shrink the cache: ") + sqlite3_errmsg(db));
+    if (!beginAndSet(db, "BEGIN EXCLUSIVE", key, json) || (spill && !spillOver(db)))
         return failure(std::string("cannot lock and write: ") + sqlite3_errmsg(db));
     std::printf("locked\n");
     std::fflush(stdout);
@@ -120,10 +132,7 @@ int abandon(const std::filesystem::path& folder, std::string_view key, std::stri
         return failure(std::string("cannot shrink the cache: ") + sqlite3_errmsg(db));
     if (!beginAndSet(db, "BEGIN IMMEDIATE", key, json))
         return failure(std::string("cannot write: ") + sqlite3_errmsg(db));
-    constexpr const char* filler =
-        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 64) "
-        "INSERT INTO defaults SELECT 'filler' || i, zeroblob(4000) FROM n";
-    if (spill && sqlite3_exec(db, filler, nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (spill && !spillOver(db))
         return failure(std::string("cannot grow the transaction: ") + sqlite3_errmsg(db));
     // Leave without a word to SQLite: no commit, no rollback, no close.
     std::fflush(nullptr);
@@ -137,12 +146,11 @@ int main(int argc, char** argv) {
     if (args.size() >= 7 && args[0] == "write")
         return writeRounds(args[1], std::atol(argv[3]), std::atof(argv[4]),
                            {argv + 5, argv + argc});
-    if (args.size() == 5 && args[0] == "hold")
-        return hold(args[1], args[2], args[3], std::atol(argv[5]));
+    if ((args.size() == 5 || (args.size() == 6 && args[5] == "spill")) && args[0] == "hold")
+        return hold(args[1], args[2], args[3], std::atol(argv[5]), args.size() == 6);
     if ((args.size() == 4 || (args.size() == 5 && args[4] == "spill")) && args[0] == "abandon")
         return abandon(args[1], args[2], args[3], args.size() == 5);
     return failure(
         "usage: write FOLDER ROUNDS SECONDS KEY JSON_A JSON_B [...] | hold FOLDER KEY JSON "
-        "MILLISECONDS "
-        "| abandon FOLDER KEY JSON [spill]");
+        "MILLISECONDS [spill] | abandon FOLDER KEY JSON [spill]");
 }
