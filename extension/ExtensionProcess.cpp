@@ -17,6 +17,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -158,9 +159,36 @@ int tryRunning() {
     return WIFEXITED(status) && WEXITSTATUS(status) == 127 ? EPERM : 0;
 }
 
+// What the descriptor is, in a word or two.
+std::string kindOf(int fd) {
+    struct stat info {};
+    if (::fstat(fd, &info) != 0) return "closed";
+    if (::isatty(fd)) return "a terminal";
+    if (S_ISFIFO(info.st_mode)) return "a pipe";
+    if (S_ISSOCK(info.st_mode)) return "a socket";
+    if (S_ISCHR(info.st_mode)) return "a device";
+    return "a file";
+}
+
+// The descriptors open besides standard input, output and error: "none", or "3, 7".
+std::string otherDescriptors() {
+    std::string open;
+    const long last = std::min(::sysconf(_SC_OPEN_MAX), 1L << 16);
+    for (int fd = STDERR_FILENO + 1; fd < last; ++fd)
+        if (::fcntl(fd, F_GETFD) >= 0) open += (open.empty() ? "" : ", ") + std::to_string(fd);
+    return open.empty() ? "none" : open;
+}
+
+// What the process has of its host's, then each thing it must not do, tried.
 platform::Result<void, ProcessFailure> probe(const widgets::WidgetHost& widgets,
                                              const platform::Clock& clock,
                                              const std::filesystem::path& store) {
+    std::printf("descriptors besides 0, 1 and 2: %s\n", otherDescriptors().c_str());
+    const auto output = kindOf(STDOUT_FILENO);
+    const auto error = kindOf(STDERR_FILENO);
+    std::printf("standard output and error: %s\n",
+                (output == error ? output : output + ", " + error).c_str());
+    std::printf("session: %s\n", ::getsid(0) == ::getpid() ? "its own" : "another's");
     report("write in the store folder", tryWriting(store));
     report("write in the home folder", tryWriting(platform::homeFolder()));
     report("write in /tmp", tryWriting("/tmp"));

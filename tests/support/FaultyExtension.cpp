@@ -6,6 +6,10 @@
 //                 allocate  allocates and touches memory without end
 //                 cut       sends half of a drawing's reply, then exits
 //                 goodbye   says goodbye, as after its idle time, and exits
+//                 fork      starts a process that waits forever, prints "started PID", and
+//                           dies of SIGSEGV
+//                 noise     writes terminal controls, a forged host line and a line of 2000
+//                           bytes on its standard output and error first, then answers
 // VELMORA_FAULT_AFTER=N answers N requests first (default 0); VELMORA_FAULT_KIND=KIND keeps
 // the fault to one widget kind's requests, VELMORA_FAULT_REQUEST=timeline to timeline requests. The
 // command line is the host's; only the global options before `extension` are read.
@@ -16,6 +20,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -34,7 +39,15 @@ const std::string& kindOf(const ipc::ExtensionMessage& message) {
 
 [[noreturn]] void misbehave(const std::string& fault, ipc::ExtensionChannel& channel,
                             const ipc::ExtensionMessage& request) {
-    if (fault == "crash") {
+    if (fault == "fork") {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::close(channel.fd());  // the host sees its extension's end at once
+            for (;;) ::pause();
+        }
+        std::fprintf(stderr, "started %d\n", int(child));
+    }
+    if (fault == "crash" || fault == "fork") {
         // A plain crash, as a faulty extension would die of it, also in a sanitizer build whose
         // own handler would otherwise report the signal and exit.
         ::signal(SIGSEGV, SIG_DFL);
@@ -77,6 +90,16 @@ int main(int argc, char** argv) {
     const bool timelinesOnly = setting("VELMORA_FAULT_REQUEST") == "timeline";
     int answered = std::atoi(setting("VELMORA_FAULT_AFTER").c_str());
     if (fault == "crash" && answered == 0 && faultKind.empty()) ::raise(SIGSEGV);
+    if (fault == "noise") {
+        const std::string out =
+            "\x1b]0;title\x07\x1b[2J cleared\r\nvelmora-widgets: error: forged\n";
+        const std::string err =
+            "velmora-widgets extension: warning: its own\n\xc2\x9b"
+            "31m C1 " +
+            std::string(2000, 'x');
+        (void)!::write(STDOUT_FILENO, out.data(), out.size());
+        (void)!::write(STDERR_FILENO, err.data(), err.size());
+    }
 
     ipc::ExtensionChannel channel{platform::OwnedFd(STDIN_FILENO)};
     extension::ExtensionServer server(
@@ -85,8 +108,9 @@ int main(int argc, char** argv) {
         const auto& request = received->message;
         const auto* reload = std::get_if<ipc::ReloadRequest>(&request);
         const bool timeline = reload != nullptr && reload->request == widgets::Request::timeline;
-        if (!fault.empty() && (faultKind.empty() || faultKind == kindOf(request)) &&
-            (!timelinesOnly || timeline) && answered-- <= 0)
+        if (!fault.empty() && fault != "noise" &&
+            (faultKind.empty() || faultKind == kindOf(request)) && (!timelinesOnly || timeline) &&
+            answered-- <= 0)
             misbehave(fault, channel, request);
         auto answer = server.answer(request, std::move(received.value().fd));
         if (!channel.send(answer.reply, answer.image.get())) break;
