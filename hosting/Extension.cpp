@@ -245,9 +245,12 @@ platform::Result<void> Extension::launch() {
     m_pidFd = OwnedFd(int(::syscall(SYS_pidfd_open, pid, 0)));
     m_channel.emplace(std::move(ours));
     m_log = std::move(logRead);
-    // Whatever program runs, its memory is bounded before it is asked anything.
+    // Whatever program runs, its memory is bounded before it is asked anything: its private
+    // memory, and each file it grows (a memfd is memory too).
     const rlimit limit{m_settings.memoryLimit, m_settings.memoryLimit};
-    if (m_settings.memoryLimit != 0) ::prlimit(pid, RLIMIT_DATA, &limit, nullptr);
+    if (m_settings.memoryLimit != 0)
+        for (const auto resource : {RLIMIT_DATA, RLIMIT_FSIZE})
+            ::prlimit(pid, resource, &limit, nullptr);
     return {};
 }
 

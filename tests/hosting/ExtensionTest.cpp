@@ -2,6 +2,7 @@
 // confinement seen from inside and from /proc, and the host's side when it misbehaves.
 #include "hosting/Extension.h"
 #include "platform/Clock.h"
+#include "platform/OwnedFd.h"
 #include "records/JSONDecoder.h"
 #include "render/Painter.h"
 #include "tests/support/DiskState.h"
@@ -14,7 +15,9 @@
 
 #include <linux/landlock.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -199,8 +202,9 @@ TEST(Confinement, ProgramsListeningAndNamespacesAreRefusedAndTheStoreIsRead) {
     if (!seccompOffered()) GTEST_SKIP() << "this kernel offers no seccomp";
     SeededStore store;
     auto outcomes = probe(store);
+    // Refused by the filter itself, whatever Landlock would say of the program's file.
     for (const auto* action : {"run a program", "listen on a TCP port", "make a namespace"})
-        EXPECT_THAT(outcomes[action], HasSubstr("refused")) << action;
+        EXPECT_EQ(outcomes[action], "refused (Operation not permitted)") << action;
     EXPECT_EQ(outcomes["read the store"], "allowed (vmDailyBrief: NVDA)");
 
     Extension extension(store.extension(VELMORA_PROGRAM));
@@ -214,7 +218,7 @@ TEST(Confinement, ProgramsListeningAndNamespacesAreRefusedAndTheStoreIsRead) {
 }
 
 // The extension has nothing of the host's but its socket: no descriptor the host's caller left
-// open, no terminal.
+// open, no terminal to write to or type into.
 TEST(Confinement, NothingOfTheHostsButItsChannel) {
     if (!seccompOffered()) GTEST_SKIP() << "this kernel offers no seccomp";
     SeededStore store;
@@ -226,6 +230,45 @@ TEST(Confinement, NothingOfTheHostsButItsChannel) {
     EXPECT_EQ(outcomes["descriptors besides 0, 1 and 2"], "none");
     EXPECT_EQ(outcomes["standard output and error"], "a pipe");
     EXPECT_EQ(outcomes["session"], "its own");
+    EXPECT_EQ(outcomes["type into a terminal"], "refused (Operation not permitted)");
+}
+
+// No new socket of any kind, no executable memory, no memory past the limit that the data
+// limit does not count, and no lock on the store that could hold off the host app's writes.
+TEST(Confinement, SocketsExecutableOrSharedMemoryAndLocksAreRefused) {
+    if (!seccompOffered()) GTEST_SKIP() << "this kernel offers no seccomp";
+    SeededStore store;
+    // A listening socket by path, as the session bus's or an agent's.
+    const auto path = store.temp.folder() / "agent.socket";
+    const platform::OwnedFd agent(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.native().copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(agent.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(agent.get(), 1), 0);
+    ::setenv("SSH_AUTH_SOCK", path.c_str(), 1);
+    auto outcomes = probe(store);
+    ::unsetenv("SSH_AUTH_SOCK");
+
+    const std::string filter = "refused (Operation not permitted)";
+    const std::pair<const char*, std::string> expected[] = {
+        {"connect to a Unix socket by path", filter},
+        {"open a netlink socket", filter},
+        {"open a packet socket", filter},
+        {"make a socket pair", filter},
+        {"map memory writable and executable", filter},
+        {"make memory executable", filter},
+        {"map a memfd executable", filter},
+        {"map shared anonymous memory past the memory limit", filter},
+        {"grow a memfd past the memory limit",
+         extensionMemoryLimit == 0 ? "allowed" : "refused (File too large)"},
+        {"lock the store's file", filter},
+        {"lock the store's file for its open file description", filter},
+        {"lock the store's file whole", filter},
+    };
+    for (const auto& [action, outcome] : expected) EXPECT_EQ(outcomes[action], outcome) << action;
+    EXPECT_EQ(::accept(agent.get(), nullptr, nullptr), -1);                 // nobody came
+    EXPECT_EQ(outcomes["read the store"], "allowed (vmDailyBrief: NVDA)");  // without a lock
 }
 
 TEST(Confinement, LandlockRefusesEveryWrite) {
@@ -234,9 +277,9 @@ TEST(Confinement, LandlockRefusesEveryWrite) {
     SeededStore store;
     const diskstate::DiskState before(store.temp.folder());
     auto outcomes = probe(store);
-    for (const auto* action :
-         {"write in the store folder", "write in the home folder", "write in /tmp"})
-        EXPECT_THAT(outcomes[action], HasSubstr("refused (Permission denied)")) << action;
+    for (const auto* action : {"write in the store folder", "write to the store's file",
+                               "write in the home folder", "write in /tmp"})
+        EXPECT_EQ(outcomes[action], "refused (Permission denied)") << action;
     EXPECT_EQ(diskstate::DiskState(store.temp.folder()), before);
 }
 
