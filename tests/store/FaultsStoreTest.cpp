@@ -196,7 +196,7 @@ TEST(StoreFaults, AnOpenReaderNeverMakesTheWriterWait) {
         store::DefaultsStore::openSuite(platform::appGroupIdentifier(), f.store.folder());
     ASSERT_TRUE(suite && suite.value());
     ASSERT_TRUE(suite.value()->dataForKey(dailyBriefKey));
-    ChildProcess writer({writerProgram, "write", f.store.directory(), "2", "60",
+    ChildProcess writer({writerProgram, "write", f.store.directory(), "2", "60", "0",
                          std::string(dailyBriefKey), otherBrief, samples::brief});
     // Held off, it would give up after its busy timeout with "database is locked".
     EXPECT_EQ(writer.wait(), 0) << writer.err();
