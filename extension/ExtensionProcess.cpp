@@ -3,20 +3,28 @@
 #include "extension/ExtensionServer.h"
 #include "ipc/ExtensionLimits.h"
 #include "platform/Confinement.h"
+#include "platform/Deployment.h"
 #include "platform/UserFolders.h"
 #include "store/StoreLocation.h"
 
 #include <fontconfig/fontconfig.h>
 
 #include <fcntl.h>
+#include <linux/if_ether.h>
+#include <linux/netlink.h>
 #include <netinet/in.h>
 #include <sched.h>
 #include <spawn.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -93,7 +101,7 @@ platform::ConfinementRules confinementRules(const std::filesystem::path& store) 
         for (std::string path; std::getline(list, path, ':');)
             if (!path.empty()) rules.executable.emplace_back(path);
     }
-    rules.dataLimitBytes = ipc::extensionMemoryLimit;
+    rules.memoryLimitBytes = ipc::extensionMemoryLimit;
     return rules;
 }
 
@@ -133,6 +141,14 @@ int tryWriting(const std::filesystem::path& folder) {
     return 0;
 }
 
+// Opens `file` for writing, and writes nothing.
+int tryOpeningToWrite(const std::filesystem::path& file) {
+    const int fd = ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    if (fd < 0) return errno;
+    ::close(fd);
+    return 0;
+}
+
 int tryListening() {
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd < 0) return errno;
@@ -147,6 +163,99 @@ int tryListening() {
     return result;
 }
 
+int trySocket(int domain, int type, int protocol) {
+    const int fd = ::socket(domain, type | SOCK_CLOEXEC, protocol);
+    if (fd < 0) return errno;
+    ::close(fd);
+    return 0;
+}
+
+int tryConnecting(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) return ENAMETOOLONG;
+    path.copy(address.sun_path, path.size());
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) return errno;
+    const int result =
+        ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
+    ::close(fd);
+    return result;
+}
+
+int trySocketPair() {
+    int fds[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) return errno;
+    ::close(fds[0]);
+    ::close(fds[1]);
+    return 0;
+}
+
+// TIOCSTI on a pipe: refused by the kernel as no terminal, unless the filter refuses it first.
+int tryTypingIntoATerminal() {
+    int fds[2];
+    if (::pipe2(fds, O_CLOEXEC) != 0) return errno;
+    const char typed = ' ';
+    const int result = ::ioctl(fds[0], TIOCSTI, &typed) == 0 ? 0 : errno;
+    ::close(fds[0]);
+    ::close(fds[1]);
+    return result;
+}
+
+int tryMapping(std::size_t size, int protection, int flags, int fd = -1) {
+    void* memory = ::mmap(nullptr, size, protection, flags, fd, 0);
+    if (memory == MAP_FAILED) return errno;
+    ::munmap(memory, size);
+    return 0;
+}
+
+int tryMakingExecutable() {
+    constexpr std::size_t page = 4096;
+    void* memory =
+        ::mmap(nullptr, page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) return errno;
+    const int result = ::mprotect(memory, page, PROT_READ | PROT_EXEC) == 0 ? 0 : errno;
+    ::munmap(memory, page);
+    return result;
+}
+
+// A memfd of `size` bytes, mapped as code when `execute`.
+int tryMemfd(std::size_t size, bool execute) {
+    const int fd = ::memfd_create("velmora-probe", MFD_CLOEXEC);
+    if (fd < 0) return errno;
+    int result = ::ftruncate(fd, off_t(size)) == 0 ? 0 : errno;
+    if (result == 0 && execute) result = tryMapping(size, PROT_READ | PROT_EXEC, MAP_SHARED, fd);
+    ::close(fd);
+    return result;
+}
+
+enum class Lock { record, openFileDescription, whole };
+
+// A shared lock on `file`, as a reader of SQLite's takes one, released at once.
+int tryLocking(const std::filesystem::path& file, Lock lock) {
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return errno;
+    struct flock range {};
+    range.l_type = F_RDLCK;
+    range.l_whence = SEEK_SET;
+    int result = 0;
+    switch (lock) {
+        case Lock::record:
+            result = ::fcntl(fd, F_SETLK, &range);
+            break;
+        case Lock::openFileDescription:
+            result = ::fcntl(fd, F_OFD_SETLK, &range);
+            break;
+        case Lock::whole:
+            result = ::flock(fd, LOCK_SH | LOCK_NB);
+            break;
+    }
+    result = result == 0 ? 0 : errno;
+    ::close(fd);
+    return result;
+}
+
+// Starts a program: the error that kept it from running, 0 when it ran.
 int tryRunning() {
     char program[] = "/bin/true";
     char* argv[] = {program, nullptr};
@@ -155,16 +264,70 @@ int tryRunning() {
         return error;
     int status = 0;
     ::waitpid(pid, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 127 ? EPERM : 0;
+    return WIFEXITED(status) && WEXITSTATUS(status) == 127 ? ENOEXEC : 0;
 }
 
+// What the descriptor is, in a word or two.
+std::string kindOf(int fd) {
+    struct stat info {};
+    if (::fstat(fd, &info) != 0) return "closed";
+    if (::isatty(fd)) return "a terminal";
+    if (S_ISFIFO(info.st_mode)) return "a pipe";
+    if (S_ISSOCK(info.st_mode)) return "a socket";
+    if (S_ISCHR(info.st_mode)) return "a device";
+    return "a file";
+}
+
+// The descriptors open besides standard input, output and error: "none", or "3, 7".
+std::string otherDescriptors() {
+    std::string open;
+    const long last = std::min(::sysconf(_SC_OPEN_MAX), 1L << 16);
+    for (int fd = STDERR_FILENO + 1; fd < last; ++fd)
+        if (::fcntl(fd, F_GETFD) >= 0) open += (open.empty() ? "" : ", ") + std::to_string(fd);
+    return open.empty() ? "none" : open;
+}
+
+// What the process has of its host's, then each thing it must not do, tried.
 platform::Result<void, ProcessFailure> probe(const widgets::WidgetHost& widgets,
                                              const platform::Clock& clock,
                                              const std::filesystem::path& store) {
+    std::printf("descriptors besides 0, 1 and 2: %s\n", otherDescriptors().c_str());
+    const auto output = kindOf(STDOUT_FILENO);
+    const auto error = kindOf(STDERR_FILENO);
+    std::printf("standard output and error: %s\n",
+                (output == error ? output : output + ", " + error).c_str());
+    std::printf("session: %s\n", ::getsid(0) == ::getpid() ? "its own" : "another's");
+    report("type into a terminal", tryTypingIntoATerminal());
+
+    const auto storeFile = store::domainFile(store, platform::appGroupIdentifier());
     report("write in the store folder", tryWriting(store));
+    report("write to the store's file", tryOpeningToWrite(storeFile));
     report("write in the home folder", tryWriting(platform::homeFolder()));
     report("write in /tmp", tryWriting("/tmp"));
+    report("lock the store's file", tryLocking(storeFile, Lock::record));
+    report("lock the store's file for its open file description",
+           tryLocking(storeFile, Lock::openFileDescription));
+    report("lock the store's file whole", tryLocking(storeFile, Lock::whole));
+
     report("listen on a TCP port", tryListening());
+    const char* agent = std::getenv("SSH_AUTH_SOCK");
+    report("connect to a Unix socket by path",
+           tryConnecting(agent != nullptr ? agent : "/run/dbus/system_bus_socket"));
+    report("open a netlink socket", trySocket(AF_NETLINK, SOCK_RAW, NETLINK_ROUTE));
+    report("open a packet socket", trySocket(AF_PACKET, SOCK_RAW, htons(ETH_P_ALL)));
+    report("make a socket pair", trySocketPair());
+
+    constexpr std::size_t page = 4096;
+    const std::size_t pastTheLimit =
+        std::max<std::uint64_t>(ipc::extensionMemoryLimit, 30 << 20) + (1 << 20);
+    report("map memory writable and executable",
+           tryMapping(page, PROT_READ | PROT_WRITE | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS));
+    report("make memory executable", tryMakingExecutable());
+    report("map a memfd executable", tryMemfd(page, true));
+    report("map shared anonymous memory past the memory limit",
+           tryMapping(pastTheLimit, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS));
+    report("grow a memfd past the memory limit", tryMemfd(pastTheLimit, false));
+
     report("run a program", tryRunning());
     report("make a namespace", ::unshare(CLONE_NEWUSER) == 0 ? 0 : errno);
     const auto snapshot = widgets.request({"DailyBrief", timeline::WidgetFamily::systemMedium},

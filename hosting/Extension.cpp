@@ -65,6 +65,39 @@ std::string endOf(int status, std::uint64_t memoryLimit) {
     return "ended";
 }
 
+// What the extension writes on its standard output and error reaches the host's standard
+// error as lines of the host's own: each one line with the extension's prefix, cut to a
+// length, its control characters escaped, so that nothing it writes can move a terminal's
+// cursor, type into it or pass for the host.
+constexpr std::string_view forwardedPrefix = "velmora-widgets extension: ";
+constexpr std::size_t forwardedLineLength = 512;
+constexpr std::size_t forwardedBytes = std::size_t(64) << 10;  // a pipe's worth, per process
+
+std::string forwardedLine(std::string_view line) {
+    if (line.starts_with(forwardedPrefix)) line.remove_prefix(forwardedPrefix.size());
+    const bool cut = line.size() > forwardedLineLength;
+    line = line.substr(0, forwardedLineLength);
+    std::string text(forwardedPrefix);
+    const auto escape = [&](unsigned char c) {
+        constexpr char digits[] = "0123456789abcdef";
+        text += {'\\', 'x', digits[c >> 4], digits[c & 15]};
+    };
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const auto c = static_cast<unsigned char>(line[i]);
+        const auto next = i + 1 < line.size() ? static_cast<unsigned char>(line[i + 1]) : 0;
+        if (c == 0xc2 && next >= 0x80 && next < 0xa0) {  // a C1 control in UTF-8
+            escape(c);
+            escape(next);
+            ++i;
+        } else if (c < 0x20 || c == 0x7f || c == '\\') {
+            escape(c);
+        } else {
+            text += char(c);
+        }
+    }
+    return text + (cut ? "…\n" : "\n");
+}
+
 // Every buffer the extension draws into holds the largest widget at the largest scale (only
 // the pages a drawing touches take memory).
 constexpr std::size_t bufferSize = 8 << 20;
@@ -169,14 +202,25 @@ platform::Result<void> Extension::launch() {
         return platform::Error{std::string("cannot make its socket: ") + std::strerror(errno)};
     OwnedFd ours(sockets[0]);
     OwnedFd theirs(sockets[1]);
+    // Its standard output and error: a pipe the host reads once it has ended. Its end never
+    // blocks: what does not fit is lost.
+    int log[2];
+    if (::pipe2(log, O_CLOEXEC | O_NONBLOCK) != 0)
+        return platform::Error{std::string("cannot make its log: ") + std::strerror(errno)};
+    OwnedFd logRead(log[0]);
+    OwnedFd logWrite(log[1]);
 
-    // The extension reads its requests from standard input and writes nothing on the host's
-    // output; it runs in a process group of its own, so a terminal's Ctrl-C reaches the host
-    // alone, and with no signal blocked.
+    // The extension reads its requests from standard input and has nothing else of the host's:
+    // every other descriptor is closed, whatever the host's caller left open without
+    // close-on-exec. It leads a session of its own with no controlling terminal, so it cannot
+    // reach the terminal the host runs in and a terminal's Ctrl-C reaches the host alone; and
+    // no signal is blocked.
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
     posix_spawn_file_actions_adddup2(&files, theirs.get(), STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&files, STDERR_FILENO, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&files, logWrite.get(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&files, logWrite.get(), STDERR_FILENO);
+    posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     sigset_t none;
@@ -186,9 +230,8 @@ platform::Result<void> Extension::launch() {
     sigemptyset(&defaults);
     sigaddset(&defaults, SIGPIPE);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
-    posix_spawnattr_setpgroup(&attributes, 0);
-    posix_spawnattr_setflags(
-        &attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setflags(&attributes,
+                             POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
 
     std::vector<char*> argv{m_settings.program.data()};
     for (auto& argument : m_settings.arguments) argv.push_back(argument.data());
@@ -204,9 +247,13 @@ platform::Result<void> Extension::launch() {
     m_pid = pid;
     m_pidFd = OwnedFd(int(::syscall(SYS_pidfd_open, pid, 0)));
     m_channel.emplace(std::move(ours));
-    // Whatever program runs, its memory is bounded before it is asked anything.
+    m_log = std::move(logRead);
+    // Whatever program runs, its memory is bounded before it is asked anything: its private
+    // memory, and each file it grows (a memfd is memory too).
     const rlimit limit{m_settings.memoryLimit, m_settings.memoryLimit};
-    if (m_settings.memoryLimit != 0) ::prlimit(pid, RLIMIT_DATA, &limit, nullptr);
+    if (m_settings.memoryLimit != 0)
+        for (const auto resource : {RLIMIT_DATA, RLIMIT_FSIZE})
+            ::prlimit(pid, resource, &limit, nullptr);
     return {};
 }
 
@@ -215,13 +262,32 @@ Extension::Ending Extension::reap(bool mayEndItself) {
     pollfd exited{m_pidFd.get(), POLLIN, 0};
     const bool ownEnd =
         mayEndItself && m_pidFd.valid() && ::poll(&exited, 1, exitGraceMilliseconds) > 0;
-    if (!ownEnd) ::kill(m_pid, SIGKILL);
+    // Its whole session goes, whatever it started: while the process is not reaped its id
+    // names no other group.
+    ::kill(-m_pid, SIGKILL);
     int status = 0;
     while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
     }
     m_pid = -1;
     m_pidFd = OwnedFd();
+    forwardLog();
     return {status, ownEnd};
+}
+
+void Extension::forwardLog() {
+    std::string written;
+    char buffer[4096];
+    for (ssize_t n;
+         written.size() < forwardedBytes && (n = ::read(m_log.get(), buffer, sizeof buffer)) > 0;)
+        written.append(buffer, std::size_t(n));
+    m_log = OwnedFd();
+    std::string_view rest(written);
+    while (!rest.empty()) {
+        const auto end = std::min(rest.find('\n'), rest.size());
+        const std::string line = forwardedLine(rest.substr(0, end));
+        (void)!::write(STDERR_FILENO, line.data(), line.size());
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
 }
 
 void Extension::end() {

@@ -126,6 +126,9 @@ private:
         bool ownEnd = false;
     };
     Ending reap(bool mayEndItself);
+    // Writes what the ended process wrote on its standard output and error on the host's
+    // standard error, line by line.
+    void forwardLog();
     // Ends the process after a failure and says what happened: `what`, or, when it `closed` its
     // socket and died, its own end followed by `closed` (" without answering").
     platform::Error fail(const std::string& what, std::optional<std::string> closed = std::nullopt);
@@ -133,6 +136,7 @@ private:
     ExtensionSettings m_settings;
     pid_t m_pid = -1;
     platform::OwnedFd m_pidFd;
+    platform::OwnedFd m_log;  // the read end of its standard output and error
     std::optional<ipc::ExtensionChannel> m_channel;
     std::uint32_t m_lastId = 0;
     std::vector<std::shared_ptr<ExtensionMemory>> m_buffers;

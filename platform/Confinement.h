@@ -10,13 +10,15 @@
 namespace platform {
 
 // What a confined process may still do: read beneath some paths, map code beneath others,
-// and use at most so much memory. Writing is allowed nowhere, nor binding, listening or
-// accepting on network sockets, running programs, tracing, mounting or making namespaces;
-// outgoing connections stay allowed.
+// and use at most so much memory. Writing is allowed nowhere, nor making sockets (it keeps
+// the ones it has), locking files, terminal requests, executable or shared anonymous memory,
+// running programs, tracing, mounting or making namespaces.
 struct ConfinementRules {
     std::vector<std::filesystem::path> readable;    // files and folders, read only
     std::vector<std::filesystem::path> executable;  // read and mapped as code (libraries)
-    std::uint64_t dataLimitBytes = 0;               // RLIMIT_DATA; 0: none
+    // Private memory (RLIMIT_DATA) and the size of any one file it grows, memfds included
+    // (RLIMIT_FSIZE, SIGXFSZ then ignored); 0: none.
+    std::uint64_t memoryLimitBytes = 0;
 };
 
 // What confineProcess put in place. A kernel may lack Landlock or seccomp: the process then
@@ -26,7 +28,7 @@ struct Confinement {
     int landlockAbi = 0;  // 0: no Landlock
     bool tcpBindRefused = false;
     bool systemCallFilter = false;
-    bool dataLimit = false;
+    bool memoryLimit = false;
 
     // What a process confined by `asked` would have and this one lacks, in words ("Landlock
     // (not offered by this kernel)"); empty when nothing is missing. A memory limit that was not

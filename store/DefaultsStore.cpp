@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -20,11 +21,22 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// A read-only connection's time: when it stops waiting for a writer's lock, and when it stops
-// altogether.
+// A read-only connection's time: when it stops waiting for a writer's commit, and when it
+// stops altogether.
 struct ReadTime {
     Clock::time_point lockWaitEnd;
     Clock::time_point deadline;
+};
+
+// What a reader can tell of a database file without locking it: the change counter that every
+// commit of a writer in rollback-journal mode increments, and whether a journal beside it is
+// hot (a commit has begun writing into the database file). A read that finds the same state,
+// not hot, before and after it overlapped no commit.
+struct FileState {
+    std::uint32_t changeCounter = 0;
+    bool hotJournal = false;
+    bool writeAheadLog = false;  // whose commits go elsewhere, uncounted
+    bool operator==(const FileState&) const = default;
 };
 
 }  // namespace
@@ -34,12 +46,17 @@ struct DefaultsStore::Connection {
     bool writable = false;
     std::filesystem::path file;
     ReadTime time{};
+    FileState state{};  // a reader's: the file's when its table was checked
 
     Connection(sqlite3* handle, bool canWrite, std::filesystem::path path)
         : db(handle), writable(canWrite), file(std::move(path)) {}
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
     ~Connection() { sqlite3_close_v2(db); }
+
+    // A reader's: opens the file afresh once no commit is under way and checks its table,
+    // noting the state of the file it did that in.
+    platform::Result<void> connect();
 };
 
 namespace {
@@ -100,18 +117,31 @@ platform::Error storeFault(const std::filesystem::path& file, std::string_view w
     return {file.string() + ": " + std::string(what)};
 }
 
+platform::Error hotJournalLeft(const std::filesystem::path& file) {
+    return storeFault(file,
+                      "a writer died mid-transaction and left a hot journal, which only a "
+                      "writer can roll back");
+}
+
+platform::Error stillLocked(const std::filesystem::path& file) {
+    return storeFault(file,
+                      "still locked by a writer after " + milliseconds(DefaultsStore::busyTimeout));
+}
+
+platform::Error writeAheadLogRefused(const std::filesystem::path& file) {
+    return storeFault(file,
+                      "is in write-ahead-log mode, which a reader cannot open without changing "
+                      "files beside it");
+}
+
 // What SQLite's last failure on a connection means for its store.
 platform::Error sqliteFault(sqlite3* db, const std::filesystem::path& file) {
     if (db == nullptr) return storeFault(file, "out of memory");
     const int code = sqlite3_extended_errcode(db);
-    if (code == SQLITE_READONLY_ROLLBACK)
-        return storeFault(file,
-                          "a writer died mid-transaction and left a hot journal, which only a "
-                          "writer can roll back");
+    if (code == SQLITE_READONLY_ROLLBACK) return hotJournalLeft(file);
     switch (code & 0xff) {
         case SQLITE_BUSY:
-            return storeFault(
-                file, "still locked by a writer after " + milliseconds(DefaultsStore::busyTimeout));
+            return stillLocked(file);
         case SQLITE_INTERRUPT:
             return storeFault(file,
                               "read stopped after " + milliseconds(DefaultsStore::readBudget));
@@ -152,16 +182,65 @@ void configureSqliteOnce() {
     (void)configured;
 }
 
-// A busy handler that waits for a writer's lock with SQLite's own back-off, until the
-// connection's lock wait ends.
-int waitForWriter(void* context, int attempt) {
+// Waits for a writer's commit with SQLite's own back-off; false once the connection's lock
+// wait has ended.
+bool waitForWriter(const ReadTime& time, int attempt) {
     constexpr std::array<int, 12> delays = {1, 2, 5, 10, 15, 20, 25, 25, 25, 50, 50, 100};
-    const auto left = static_cast<const ReadTime*>(context)->lockWaitEnd - Clock::now();
-    if (left <= Clock::duration::zero()) return 0;
+    const auto left = time.lockWaitEnd - Clock::now();
+    if (left <= Clock::duration::zero()) return false;
     const std::chrono::milliseconds delay(
         delays[std::min<std::size_t>(static_cast<std::size_t>(attempt), delays.size() - 1)]);
     std::this_thread::sleep_for(std::min<Clock::duration>(delay, left));
-    return 1;
+    return true;
+}
+
+// Readers take no lock on the file, not even SQLite's shared one: a reader that held one for
+// as long as it liked (a faulty extension) would make every write of the host app fail with
+// "database is locked". Instead a read checks the file's state before and after; a writer in
+// another journal mode or in exclusive locking mode, which may commit without counting, is
+// not the host app's. The descriptors opened here are closed again, which would drop the
+// POSIX locks a writing connection of the same process holds: processes that read do not
+// write.
+platform::Result<FileState> fileState(const std::filesystem::path& file) {
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) return storeFault(file, std::generic_category().message(errno));
+    std::array<unsigned char, 28> header{};
+    const bool read = ::pread(fd, header.data(), header.size(), 0) >= 0;
+    const int error = errno;
+    ::close(fd);
+    if (!read) return storeFault(file, std::generic_category().message(error));
+    FileState state;
+    for (int i = 24; i < 28; ++i) state.changeCounter = state.changeCounter << 8 | header[i];
+    // The file format's write and read versions are 2 in write-ahead-log mode.
+    constexpr std::string_view magic{"SQLite format 3", 16};
+    state.writeAheadLog = std::equal(magic.begin(), magic.end(), header.begin()) &&
+                          (header[18] == 2 || header[19] == 2);
+    // A journal's header stays zero until the writer has synced it, just before it changes
+    // the database file; SQLite tells a hot journal by the same byte.
+    const int journal =
+        ::open((file.string() + "-journal").c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (journal >= 0) {
+        unsigned char first = 0;
+        state.hotJournal = ::pread(journal, &first, 1, 0) == 1 && first != 0;
+        ::close(journal);
+    }
+    return state;
+}
+
+// Whether a writer holds SQLite's reserved lock on the file: one at work, rather than one
+// that died and left its hot journal. Asking takes no lock.
+bool writerAtWork(const std::filesystem::path& file) {
+    constexpr off_t reservedByte = 0x40000001;
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) return false;
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = reservedByte;
+    lock.l_len = 1;
+    const bool held = ::fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    ::close(fd);
+    return held;
 }
 
 // The progress handler: stops a statement once the connection's deadline has passed. Called
@@ -286,35 +365,58 @@ platform::Result<std::optional<DefaultsStore>> DefaultsStore::openReadOnly(
     // without keys.
     if (status.st_size == 0) return std::optional<DefaultsStore>(DefaultsStore(nullptr));
 
-    sqlite3* db = nullptr;
-    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) !=
-        SQLITE_OK) {
-        auto error = sqliteFault(db, file);
-        sqlite3_close_v2(db);
-        return error;
-    }
-    auto connection = std::make_unique<Connection>(db, false, file);
+    auto connection = std::make_unique<Connection>(nullptr, false, file);
     connection->time = {opened + busyTimeout, opened + readBudget};
-    sqlite3_busy_handler(db, waitForWriter, &connection->time);
-    sqlite3_progress_handler(db, progressSteps, pastDeadline, &connection->time);
-    // No string or blob above the limit is ever loaded, whatever a lookup meets.
-    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, static_cast<int>(valueSizeLimit));
-    // A reader's connection lives for one lookup. In exclusive locking mode the shared lock
-    // that the schema read takes is kept until the connection closes, so the lookup runs in
-    // the same snapshot instead of locking, checking for a hot journal and unlocking a second
-    // time (about a third of a read's system calls). Writers wait for it through their busy
-    // timeout, as they would for any reader. In this mode SQLite also refuses a database in
-    // write-ahead-log mode rather than create a -shm or -wal file beside it.
-    execute(db, "PRAGMA locking_mode=EXCLUSIVE");
-
-    if (auto checked = checkTable(db, file); !checked) {
-        if ((sqlite3_errcode(db) & 0xff) == SQLITE_IOERR && writeAheadLogMode(db, file))
-            return storeFault(file,
-                              "is in write-ahead-log mode, which a reader cannot open without "
-                              "changing files beside it");
-        return checked.error();
-    }
+    if (auto connected = connection->connect(); !connected) return connected.error();
     return std::optional<DefaultsStore>(DefaultsStore(std::move(connection)));
+}
+
+platform::Result<void> DefaultsStore::Connection::connect() {
+    // A hot journal beside a file no writer holds a lock on, seen this many times in a row, was
+    // left by a writer that died (once may be a writer that has just ended and deleted it).
+    constexpr int abandonedAfter = 3;
+    int unlockedHotJournal = 0;
+    for (int attempt = 0;; ++attempt) {
+        sqlite3_close_v2(db);
+        db = nullptr;
+        const auto before = fileState(file);
+        if (!before) return before.error();
+        if (before->writeAheadLog) return writeAheadLogRefused(file);
+        if (before->hotJournal) {
+            unlockedHotJournal = writerAtWork(file) ? 0 : unlockedHotJournal + 1;
+            if (unlockedHotJournal == abandonedAfter) return hotJournalLeft(file);
+            if (!waitForWriter(time, attempt)) return stillLocked(file);
+            continue;
+        }
+        // SQLite's VFS without locks: the state checks stand in for them.
+        if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX,
+                            "unix-none") != SQLITE_OK)
+            return sqliteFault(db, file);
+        sqlite3_progress_handler(db, progressSteps, pastDeadline, &time);
+        // No string or blob above the limit is ever loaded, whatever a lookup meets.
+        sqlite3_limit(db, SQLITE_LIMIT_LENGTH, static_cast<int>(valueSizeLimit));
+        // A reader's connection lives for one lookup. In exclusive locking mode the pages the
+        // schema check read serve the lookup too, instead of SQLite checking the file for a
+        // hot journal and a new change counter a second time (the state check after the lookup
+        // does that once). In this mode SQLite also refuses a database in write-ahead-log mode
+        // rather than create a -shm or -wal file beside it.
+        execute(db, "PRAGMA locking_mode=EXCLUSIVE");
+        const auto checked = checkTable(db, file);
+        const auto after = fileState(file);
+        if (!after) return after.error();
+        if (*after == *before) {
+            state = *before;
+            if (checked) return {};
+            if ((sqlite3_errcode(db) & 0xff) == SQLITE_IOERR && writeAheadLogMode(db, file))
+                return writeAheadLogRefused(file);
+            return checked.error();
+        }
+        // A writer committed meanwhile and what was read may be torn: read again, at once
+        // unless its next commit is under way.
+        if (Clock::now() >= time.lockWaitEnd ||
+            (after->hotJournal && !waitForWriter(time, attempt)))
+            return stillLocked(file);
+    }
 }
 
 platform::Result<std::optional<DefaultsStore>> DefaultsStore::openSuite(
@@ -353,11 +455,14 @@ platform::Result<DefaultsStore> DefaultsStore::openForWriting(std::string_view d
     return DefaultsStore(std::move(connection));
 }
 
-platform::Result<std::optional<DefaultsValue>> DefaultsStore::lookup(std::string_view key,
-                                                                     bool textToo) const {
+namespace {
+
+// The value under `key` as one connection reads it, unchecked.
+platform::Result<std::optional<DefaultsValue>> lookUp(sqlite3* db,
+                                                      const std::filesystem::path& file,
+                                                      std::string_view key, bool textToo) {
     using Found = std::optional<DefaultsValue>;
-    if (!m_connection) return Found();
-    sqlite3* db = m_connection->db;
+    constexpr auto valueSizeLimit = DefaultsStore::valueSizeLimit;
     // The size first, from the row's header: a value above the limit is never read.
     Statement select(db,
                      "SELECT length(value), CASE WHEN length(value) <= ?3 THEN value END "
@@ -366,10 +471,10 @@ platform::Result<std::optional<DefaultsValue>> DefaultsStore::lookup(std::string
         !select.bindText(2, textToo ? "text" : "blob") ||
         sqlite3_bind_int64(select.get(), 3, static_cast<sqlite3_int64>(valueSizeLimit)) !=
             SQLITE_OK)
-        return sqliteFault(db, m_connection->file);
+        return sqliteFault(db, file);
     const int step = sqlite3_step(select.get());
     if (step == SQLITE_DONE) return Found();
-    if (step != SQLITE_ROW) return sqliteFault(db, m_connection->file);
+    if (step != SQLITE_ROW) return sqliteFault(db, file);
 
     sqlite3_stmt* row = select.get();
     switch (sqlite3_column_type(row, 1)) {
@@ -381,9 +486,26 @@ platform::Result<std::optional<DefaultsValue>> DefaultsStore::lookup(std::string
         case SQLITE_TEXT:
             return Found(std::in_place, std::in_place_type<std::string>, select.text(1));
         default:
-            return storeFault(m_connection->file,
-                              "value of " + std::to_string(sqlite3_column_int64(row, 0)) +
-                                  " bytes exceeds the " + sizeLimit() + " limit");
+            return storeFault(file, "value of " + std::to_string(sqlite3_column_int64(row, 0)) +
+                                        " bytes exceeds the " + sizeLimit() + " limit");
+    }
+}
+
+}  // namespace
+
+platform::Result<std::optional<DefaultsValue>> DefaultsStore::lookup(std::string_view key,
+                                                                     bool textToo) const {
+    if (!m_connection) return std::optional<DefaultsValue>();
+    Connection& connection = *m_connection;
+    if (connection.writable) return lookUp(connection.db, connection.file, key, textToo);
+    while (true) {
+        auto found = lookUp(connection.db, connection.file, key, textToo);
+        const auto after = fileState(connection.file);
+        if (!after) return after.error();
+        if (*after == connection.state) return found;
+        // A commit since the table was checked: read again in the file's new state.
+        if (Clock::now() >= connection.time.lockWaitEnd) return stillLocked(connection.file);
+        if (auto connected = connection.connect(); !connected) return connected.error();
     }
 }
 

@@ -27,19 +27,20 @@ using DefaultsValue = std::variant<Data, std::string>;
 // as a BLOB, a text value as TEXT.
 //
 // The widget side opens a domain read-only for the length of one read: nothing is created,
-// not even a journal, and a writer's open transaction is waited for. Whatever the file holds,
-// a read-only store is bounded: it opens only a regular SQLite file in rollback-journal mode
-// whose `defaults` table has the expected shape, loads no value above `valueSizeLimit`, and
-// everything it does from its opening on ends within `readBudget` (at most
-// `busyTimeout` of it waiting for a writer's lock). Past that budget its lookups fail. From
-// its first lookup until it is released a read-only store reads one snapshot and holds the
-// database's shared lock, so writers wait for it: release it before writing.
+// not even a journal, and no lock is taken, so a reader never makes a writer wait. Each lookup
+// gives a value as one commit left it: a read that a writer's commit overlapped is read again,
+// and a commit under way is waited for. Whatever the file holds, a read-only store is bounded:
+// it opens only a regular SQLite file in rollback-journal mode whose `defaults` table has the
+// expected shape, loads no value above `valueSizeLimit`, and everything it does from its
+// opening on ends within `readBudget` (at most `busyTimeout` of it waiting for writers). Past
+// that budget its lookups fail. A process that reads must not write the same file (a reader
+// closing its descriptors would drop the writer's locks).
 //
 // The writer side (the host app's stand-in: the command line, tests) creates what is missing
 // and replaces a key in one transaction.
 class DefaultsStore {
 public:
-    // How long an operation waits for another connection's transaction.
+    // How long a writer waits for another's transaction, a reader for a writer's commits.
     static constexpr std::chrono::milliseconds busyTimeout{2000};
     // All a read-only store may take, from its opening to its last lookup.
     static constexpr std::chrono::milliseconds readBudget =

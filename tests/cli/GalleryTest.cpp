@@ -281,8 +281,9 @@ TEST(HostCommand, StopsPromptlyOnSigintAndSigterm) {
         const auto out = cli.temp.folder() / "live";
         std::optional<childprocess::ChildProcess> writer;
         if (c.lockedStore) {
-            writer.emplace(std::vector<std::string>{
-                VELMORA_STORE_WRITER, "hold", cli.store.string(), "vmDailyBrief", "{}", "5000"});
+            writer.emplace(std::vector<std::string>{VELMORA_STORE_WRITER, "hold",
+                                                    cli.store.string(), "vmDailyBrief", "{}",
+                                                    "5000", "spill"});
             ASSERT_EQ(writer->readLine(), "locked");
         }
         auto args = c.args;

@@ -2,6 +2,7 @@
 // confinement seen from inside and from /proc, and the host's side when it misbehaves.
 #include "hosting/Extension.h"
 #include "platform/Clock.h"
+#include "platform/OwnedFd.h"
 #include "records/JSONDecoder.h"
 #include "render/Painter.h"
 #include "tests/support/DiskState.h"
@@ -15,7 +16,9 @@
 
 #include <linux/landlock.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -23,6 +26,8 @@
 #include <fstream>
 #include <map>
 #include <regex>
+#include <sstream>
+#include <thread>
 
 namespace {
 
@@ -115,14 +120,25 @@ TEST(Extension, AnswersAsTheInProcessPathDoes) {
     }
 }
 
-// What the confined extension finds when it tries: one line per action.
+// What the confined extension finds when it tries, launched as the hosts launch it: one line
+// per action, which the host forwards as its own.
 std::map<std::string, std::string> probe(const SeededStore& store) {
+    auto settings = store.extension(VELMORA_PROGRAM);
+    settings.arguments.emplace_back("--probe");
+    testing::internal::CaptureStderr();
+    {
+        Extension extension(std::move(settings));
+        // The probe answers nothing: it prints and leaves.
+        (void)extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none);
+    }
+    std::stringstream lines(testing::internal::GetCapturedStderr());
     std::map<std::string, std::string> outcomes;
-    std::stringstream lines(run(std::string(VELMORA_PROGRAM) + " --store-dir " +
-                                store.temp.directory() + " extension --probe 2>&1"));
+    constexpr std::string_view forwarded = "velmora-widgets extension: ";
     for (std::string line; std::getline(lines, line);)
-        if (const auto colon = line.find(": "); colon != std::string::npos)
-            outcomes[line.substr(0, colon)] = line.substr(colon + 2);
+        if (line.starts_with(forwarded))
+            if (const auto colon = line.find(": ", forwarded.size()); colon != std::string::npos)
+                outcomes[line.substr(forwarded.size(), colon - forwarded.size())] =
+                    line.substr(colon + 2);
     return outcomes;
 }
 
@@ -194,12 +210,17 @@ TEST(Extension, DescribesTheBundleAndADescriptionThatListsAWidgetTwiceIsRefused)
     EXPECT_THAT(twice.error().description, HasSubstr("twice"));
 }
 
+bool seccompOffered() {
+    return ::prctl(PR_GET_SECCOMP) >= 0;
+}
+
 TEST(Confinement, ProgramsListeningAndNamespacesAreRefusedAndTheStoreIsRead) {
-    if (::prctl(PR_GET_SECCOMP) < 0) GTEST_SKIP() << "this kernel offers no seccomp";
+    if (!seccompOffered()) GTEST_SKIP() << "this kernel offers no seccomp";
     SeededStore store;
     auto outcomes = probe(store);
+    // Refused by the filter itself, whatever Landlock would say of the program's file.
     for (const auto* action : {"run a program", "listen on a TCP port", "make a namespace"})
-        EXPECT_THAT(outcomes[action], HasSubstr("refused")) << action;
+        EXPECT_EQ(outcomes[action], "refused (Operation not permitted)") << action;
     EXPECT_EQ(outcomes["read the store"], "allowed (vmDailyBrief: NVDA)");
 
     Extension extension(store.extension(VELMORA_PROGRAM));
@@ -212,16 +233,90 @@ TEST(Confinement, ProgramsListeningAndNamespacesAreRefusedAndTheStoreIsRead) {
     EXPECT_EQ(fields["Seccomp"], "\t2");
 }
 
+// The extension has nothing of the host's but its socket: no descriptor the host's caller left
+// open, no terminal to write to or type into.
+TEST(Confinement, NothingOfTheHostsButItsChannel) {
+    if (!seccompOffered()) GTEST_SKIP() << "this kernel offers no seccomp";
+    SeededStore store;
+    int leaked[2];
+    ASSERT_EQ(::pipe(leaked), 0);  // without close-on-exec, as a careless caller leaves them
+    auto outcomes = probe(store);
+    ::close(leaked[0]);
+    ::close(leaked[1]);
+    EXPECT_EQ(outcomes["descriptors besides 0, 1 and 2"], "none");
+    EXPECT_EQ(outcomes["standard output and error"], "a pipe");
+    EXPECT_EQ(outcomes["session"], "its own");
+    EXPECT_EQ(outcomes["type into a terminal"], "refused (Operation not permitted)");
+}
+
+// No new socket of any kind, no executable memory, no memory past the limit that the data
+// limit does not count, and no lock on the store that could hold off the host app's writes.
+TEST(Confinement, SocketsExecutableOrSharedMemoryAndLocksAreRefused) {
+    if (!seccompOffered()) GTEST_SKIP() << "this kernel offers no seccomp";
+    SeededStore store;
+    // A listening socket by path, as the session bus's or an agent's.
+    const auto path = store.temp.folder() / "agent.socket";
+    const platform::OwnedFd agent(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.native().copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(agent.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(agent.get(), 1), 0);
+    ::setenv("SSH_AUTH_SOCK", path.c_str(), 1);
+    auto outcomes = probe(store);
+    ::unsetenv("SSH_AUTH_SOCK");
+
+    const std::string filter = "refused (Operation not permitted)";
+    const std::pair<const char*, std::string> expected[] = {
+        {"connect to a Unix socket by path", filter},
+        {"open a netlink socket", filter},
+        {"open a packet socket", filter},
+        {"make a socket pair", filter},
+        {"map memory writable and executable", filter},
+        {"make memory executable", filter},
+        {"map a memfd executable", filter},
+        {"map shared anonymous memory past the memory limit", filter},
+        {"grow a memfd past the memory limit",
+         extensionMemoryLimit == 0 ? "allowed" : "refused (File too large)"},
+        {"lock the store's file", filter},
+        {"lock the store's file for its open file description", filter},
+        {"lock the store's file whole", filter},
+    };
+    for (const auto& [action, outcome] : expected) EXPECT_EQ(outcomes[action], outcome) << action;
+    EXPECT_EQ(::accept(agent.get(), nullptr, nullptr), -1);                 // nobody came
+    EXPECT_EQ(outcomes["read the store"], "allowed (vmDailyBrief: NVDA)");  // without a lock
+}
+
 TEST(Confinement, LandlockRefusesEveryWrite) {
     if (::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) <= 0)
         GTEST_SKIP() << "this kernel offers no Landlock: writes are not confined here";
     SeededStore store;
     const diskstate::DiskState before(store.temp.folder());
     auto outcomes = probe(store);
-    for (const auto* action :
-         {"write in the store folder", "write in the home folder", "write in /tmp"})
-        EXPECT_THAT(outcomes[action], HasSubstr("refused (Permission denied)")) << action;
+    for (const auto* action : {"write in the store folder", "write to the store's file",
+                               "write in the home folder", "write in /tmp"})
+        EXPECT_EQ(outcomes[action], "refused (Permission denied)") << action;
     EXPECT_EQ(diskstate::DiskState(store.temp.folder()), before);
+}
+
+// What the extension writes reaches the host's standard error a line at a time, each marked as
+// the extension's, cut to 512 bytes, with every control character escaped.
+TEST(Extension, WhatItWritesReachesTheHostAsEscapedLinesOfItsOwn) {
+    SeededStore store;
+    inject("noise", "", "0");
+    testing::internal::CaptureStderr();
+    {
+        Extension extension(store.extension(VELMORA_FAULTY_EXTENSION));
+        EXPECT_TRUE(extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none));
+    }
+    std::stringstream written(testing::internal::GetCapturedStderr());
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(written, line);) lines.push_back(line);
+    const std::string prefix = "velmora-widgets extension: ";
+    EXPECT_THAT(lines, testing::ElementsAre(
+                           prefix + "\\x1b]0;title\\x07\\x1b[2J cleared\\x0d",
+                           prefix + "velmora-widgets: error: forged", prefix + "warning: its own",
+                           prefix + "\\xc2\\x9b31m C1 " + std::string(512 - 9, 'x') + "…"));
 }
 
 // Each fault ends the process with one error saying what happened; the next request, of
@@ -250,6 +345,31 @@ TEST(Extension, AFaultEndsTheProcessAndTheNextRequestIsAnswered) {
         EXPECT_TRUE(extension.reload(glance, Request::timeline, at, 2, ImageEncoding::argb32))
             << fault;
     }
+}
+
+// A process the extension started goes with it.
+TEST(Extension, NothingItStartedOutlivesIt) {
+    SeededStore store;
+    inject("fork", "", "0");
+    testing::internal::CaptureStderr();
+    {
+        Extension extension(store.extension(VELMORA_FAULTY_EXTENSION));
+        EXPECT_FALSE(extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none));
+    }
+    const std::string forwarded = testing::internal::GetCapturedStderr();
+    std::smatch started;
+    ASSERT_TRUE(std::regex_search(forwarded, started, std::regex("started ([0-9]+)"))) << forwarded;
+    // Gone, or a zombie its new parent has not reaped yet.
+    const auto running = [&] {
+        std::ifstream stat("/proc/" + started[1].str() + "/stat");
+        std::string fields;
+        std::getline(stat, fields);
+        return stat && fields.substr(fields.rfind(')') + 2, 1) != "Z";
+    };
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    while (running() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_FALSE(running());
 }
 
 // An extension that ended itself after its idle time is launched again for the next request.
@@ -286,7 +406,7 @@ TEST(Extension, ADayOfTheHostWithACrashingExtension) {
     std::vector<std::string> errors;
     // The host's own lines; a sanitizer build's runtime may add its own from dying children.
     for (std::string line; std::getline(file, line);)
-        if (line.starts_with("velmora-widgets")) errors.push_back(line);
+        if (line.starts_with("velmora-widgets: ")) errors.push_back(line);
     EXPECT_GE(errors.size(), 2u);
     for (const auto& line : errors)
         EXPECT_THAT(line,

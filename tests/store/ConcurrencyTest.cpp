@@ -66,10 +66,12 @@ int which(const std::optional<T>& read, const std::array<T, 2>& values) {
 // of this one read them in a loop. Every read must give a whole value, the old one or the new
 // one, never a decoding failure (which would be logged) nor a missing value.
 TEST(Concurrency, ReadersSeeWholeOldOrNewValuesWhileAnotherProcessWrites) {
-    // 1000 rounds of two writes each: about 0.3 s in the regular build, a second under the
-    // sanitizers, longer on a loaded machine, which only slows the test down (the minute is a
-    // guard against a hang, not a speed to meet). In memory, where there is one: the test is
-    // about what readers see of each commit, and a disk's flushes would only slow the writer.
+    // 1000 rounds of two writes each, a millisecond apart: about 1.3 s in the regular build,
+    // longer under the sanitizers or on a loaded machine, which only slows the test down (the
+    // minute is a guard against a hang, not a speed to meet). Readers take no lock, so a writer
+    // that committed without pause would never leave them a moment to read in; the host app
+    // writes a record at a time. In memory, where there is one: the test is about what readers
+    // see of each commit, and a disk's flushes would only slow the writer.
     constexpr int readerCount = 4;
     const std::filesystem::path shm = "/dev/shm";
     const Reads f(std::filesystem::is_directory(shm) ? shm
@@ -102,7 +104,7 @@ TEST(Concurrency, ReadersSeeWholeOldOrNewValuesWhileAnotherProcessWrites) {
                     ++seen[r][rows], ++seen[r][2 + brief];
             }
         });
-    ChildProcess writer({VELMORA_STORE_WRITER, "write", f.store.directory(), "1000", "60",
+    ChildProcess writer({VELMORA_STORE_WRITER, "write", f.store.directory(), "1000", "60", "1000",
                          std::string(watchlistTickersKey), rowLists[0], rowLists[1],
                          std::string(dailyBriefKey), briefs[0], briefs[1]});
     const std::string report = writer.readLine();

@@ -79,6 +79,19 @@ Make abandon(const std::string& spill) {
     };
 }
 
+// A writer that takes the suite's lock and keeps it for ten seconds, "spill" once it has
+// written into the database file.
+Make hold(std::unique_ptr<ChildProcess>& holder, const std::string& spill) {
+    return [&holder, spill](const Reads& f) {
+        std::vector<std::string> args{writerProgram,       "hold",
+                                      f.store.directory(), std::string(dailyBriefKey),
+                                      otherBrief,          "10000"};
+        if (!spill.empty()) args.push_back(spill);
+        holder = std::make_unique<ChildProcess>(args);
+        EXPECT_EQ(holder->readLine(), "locked");
+    };
+}
+
 TEST(StoreFaults, EachGivesNoValueAndOneLineNamingTheSuiteInBoundedTimeAndInput) {
     std::mt19937 random(20251116);
     std::string noise(16384, '\0');
@@ -137,13 +150,10 @@ TEST(StoreFaults, EachGivesNoValueAndOneLineNamingTheSuiteInBoundedTimeAndInput)
          "back"},
         {"the journal of a writer that died before it was hot, which changed nothing", abandon(""),
          "", true},
-        {"a writer holding its lock past the wait",
-         [&](const Reads& f) {
-             holder = std::make_unique<ChildProcess>(
-                 std::vector<std::string>{writerProgram, "hold", f.store.directory(),
-                                          std::string(dailyBriefKey), otherBrief, "10000"});
-             EXPECT_EQ(holder->readLine(), "locked");
-         },
+        {"a writer holding its lock, whose transaction has not touched the file yet: the last "
+         "commit is read",
+         hold(holder, ""), "", true},
+        {"a writer in the middle of its commit past the wait", hold(holder, "spill"),
          "still locked by a writer after 2000 ms"},
         {"a value above the size limit under the key",
          suiteSql("UPDATE defaults SET value = zeroblob(8000000) WHERE key = 'vmDailyBrief'"),
@@ -175,6 +185,22 @@ TEST(StoreFaults, EachGivesNoValueAndOneLineNamingTheSuiteInBoundedTimeAndInput)
         EXPECT_EQ(DiskState(f.store.folder()), before);
         holder.reset();
     }
+}
+
+// A reader takes no lock: the host app's writes go through while a read-only store that has
+// read stays open, as one held by a faulty extension would.
+TEST(StoreFaults, AnOpenReaderNeverMakesTheWriterWait) {
+    Reads f;
+    f.fill();
+    const auto suite =
+        store::DefaultsStore::openSuite(platform::appGroupIdentifier(), f.store.folder());
+    ASSERT_TRUE(suite && suite.value());
+    ASSERT_TRUE(suite.value()->dataForKey(dailyBriefKey));
+    ChildProcess writer({writerProgram, "write", f.store.directory(), "2", "60", "0",
+                         std::string(dailyBriefKey), otherBrief, samples::brief});
+    // Held off, it would give up after its busy timeout with "database is locked".
+    EXPECT_EQ(writer.wait(), 0) << writer.err();
+    EXPECT_EQ(writer.out(), "rounds 2\n");
 }
 
 TEST(StoreFaults, AReadOnlyStoreStopsAtItsDeadline) {

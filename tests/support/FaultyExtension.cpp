@@ -7,6 +7,10 @@
 //                 cut       sends half of a drawing's reply, then exits
 //                 goodbye   says goodbye, as after its idle time, and exits
 //                 twins     describes every widget twice
+//                 fork      starts a process that waits forever, prints "started PID", and
+//                           dies of SIGSEGV
+//                 noise     writes terminal controls, a forged host line and a line of 2000
+//                           bytes on its standard output and error first, then answers
 // VELMORA_FAULT_AFTER=N answers N requests first (default 0); VELMORA_FAULT_KIND=KIND keeps
 // the fault to one widget kind's requests, VELMORA_FAULT_REQUEST=timeline to timeline requests. The
 // command line is the host's; only the global options before `extension` are read.
@@ -17,6 +21,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -36,7 +41,15 @@ std::string kindOf(const ipc::ExtensionMessage& message) {
 
 [[noreturn]] void misbehave(const std::string& fault, ipc::ExtensionChannel& channel,
                             const ipc::ExtensionMessage& request) {
-    if (fault == "crash") {
+    if (fault == "fork") {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::close(channel.fd());  // the host sees its extension's end at once
+            for (;;) ::pause();
+        }
+        std::fprintf(stderr, "started %d\n", int(child));
+    }
+    if (fault == "crash" || fault == "fork") {
         // A plain crash, as a faulty extension would die of it, also in a sanitizer build whose
         // own handler would otherwise report the signal and exit.
         ::signal(SIGSEGV, SIG_DFL);
@@ -79,6 +92,16 @@ int main(int argc, char** argv) {
     const bool timelinesOnly = setting("VELMORA_FAULT_REQUEST") == "timeline";
     int answered = std::atoi(setting("VELMORA_FAULT_AFTER").c_str());
     if (fault == "crash" && answered == 0 && faultKind.empty()) ::raise(SIGSEGV);
+    if (fault == "noise") {
+        const std::string out =
+            "\x1b]0;title\x07\x1b[2J cleared\r\nvelmora-widgets: error: forged\n";
+        const std::string err =
+            "velmora-widgets extension: warning: its own\n\xc2\x9b"
+            "31m C1 " +
+            std::string(2000, 'x');
+        (void)!::write(STDOUT_FILENO, out.data(), out.size());
+        (void)!::write(STDERR_FILENO, err.data(), err.size());
+    }
 
     ipc::ExtensionChannel channel{platform::OwnedFd(STDIN_FILENO)};
     extension::ExtensionServer server(
@@ -87,7 +110,7 @@ int main(int argc, char** argv) {
         const auto& request = received->message;
         const auto* reload = std::get_if<ipc::ReloadRequest>(&request);
         const bool timeline = reload != nullptr && reload->request == timeline::Request::timeline;
-        if (!fault.empty() && fault != "twins" &&
+        if (!fault.empty() && fault != "twins" && fault != "noise" &&
             (faultKind.empty() || faultKind == kindOf(request)) && (!timelinesOnly || timeline) &&
             answered-- <= 0)
             misbehave(fault, channel, request);
