@@ -101,6 +101,15 @@ platform::ConfinementRules confinementRules(const std::filesystem::path& store) 
         for (std::string path; std::getline(list, path, ':');)
             if (!path.empty()) rules.executable.emplace_back(path);
     }
+    // A store database reached through a symbolic link out of the folder is read where it lies,
+    // and SQLite looks for its journal beside it there.
+    for (const auto domain : {platform::appGroupIdentifier(), platform::bundleIdentifier()}) {
+        const auto file = store::domainFile(store, domain);
+        std::error_code error;
+        if (!std::filesystem::is_symlink(file, error)) continue;
+        if (const auto target = std::filesystem::canonical(file, error); !error)
+            rules.readable.push_back(target.parent_path());
+    }
     rules.memoryLimitBytes = ipc::extensionMemoryLimit;
     return rules;
 }

@@ -142,6 +142,20 @@ std::map<std::string, std::string> probe(const SeededStore& store) {
     return outcomes;
 }
 
+// A store whose database is a symbolic link out of the store folder is read through the
+// extension as in-process commands read it, confined or not.
+TEST(Extension, AStoreLinkedFromElsewhereIsRead) {
+    SeededStore store;
+    const tempstore::TempStore elsewhere;
+    const auto moved = elsewhere.folder() / "shared.sqlite";
+    std::filesystem::rename(store.temp.suiteFile(), moved);
+    std::filesystem::create_symlink(moved, store.temp.suiteFile());
+    Extension extension(store.extension(VELMORA_PROGRAM));
+    const auto reload = extension.reload(brief, Request::timeline, at, 1, ImageEncoding::argb32);
+    ASSERT_TRUE(reload) << reload.error().description;
+    EXPECT_THAT(reload->drawing->texts, HasSubstr("NVDA\nNVIDIA"));
+}
+
 // Records as large as the store takes, under each key, are valid records: the extension decodes
 // and draws them within its memory in every family, and its reply stays small (it carries what
 // the views show, not the records). A pile of combining marks, a list of a megabyte of rows and
