@@ -301,6 +301,14 @@ public:
     explicit ExtensionWorker(ExtensionSettings settings)
         : m_extension(std::move(settings)),
           m_thread([this](const std::stop_token& stop) { work(stop); }) {}
+    // Stops within moments whatever the extension does: its process is killed from here, so the
+    // job in flight fails at once, as do its requests left, and the thread ends.
+    ~ExtensionWorker() {
+        m_thread.request_stop();
+        m_extension.stop();
+    }
+    ExtensionWorker(const ExtensionWorker&) = delete;
+    ExtensionWorker& operator=(const ExtensionWorker&) = delete;
 
     void post(Job job) {
         const std::lock_guard lock(m_mutex);
@@ -314,7 +322,15 @@ private:
             Job job;
             {
                 std::unique_lock lock(m_mutex);
-                if (!m_wake.wait(lock, stop, [&] { return !m_jobs.empty(); })) return;
+                const auto posted = [&] { return !m_jobs.empty(); };
+                // While an extension runs, the worker looks every second whether it ended
+                // (after its idle time): an ended one is reaped then, no zombie for longer.
+                if (m_extension.processId() ? !m_wake.wait_for(lock, stop, reapInterval, posted)
+                                            : !m_wake.wait(lock, stop, posted)) {
+                    if (stop.stop_requested()) return;
+                    m_extension.reapEnded();
+                    continue;
+                }
                 job = std::move(m_jobs.front());
                 m_jobs.pop_front();
             }
@@ -327,6 +343,8 @@ private:
                 new std::function<void()>(job(m_extension)));
         }
     }
+
+    static constexpr std::chrono::seconds reapInterval{1};
 
     Extension m_extension;
     std::mutex m_mutex;
@@ -682,7 +700,9 @@ private:
               Milliseconds(elapsed).count(), Milliseconds(m_ourPart).count());
     }
 
+    // Opens the app's own links only: a widget links nothing else.
     void openLink(const platform::Url& link) {
+        if (link.scheme() != platform::appUrlScheme) return;
         const std::string& uri = link.text();
         const std::string scheme = uri.substr(0, uri.find(':'));
         GAppInfo* handler = g_app_info_get_default_for_uri_scheme(scheme.c_str());

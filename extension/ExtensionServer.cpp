@@ -1,5 +1,6 @@
 #include "extension/ExtensionServer.h"
 
+#include "ipc/ExtensionLimits.h"
 #include "layout/ReadingOrder.h"
 #include "platform/Overloaded.h"
 #include "render/Painter.h"
@@ -139,9 +140,15 @@ ExtensionServer::Answer ExtensionServer::reload(const ReloadRequest& r, OwnedFd 
     drawing.encoding = r.encoding;
     drawing.canvasWidth = list.canvas.width;
     drawing.canvasHeight = list.canvas.height;
-    if (list.url) drawing.url = list.url->text();
+    if (list.url && list.url->text().size() <= drawingUrlLimit) drawing.url = list.url->text();
     for (const auto& text : layout::readingOrderTexts(view, m_widgets.settings().locale))
         drawing.texts += (drawing.texts.empty() ? "" : "\n") + text;
+    if (drawing.texts.size() > drawingTextsLimit) {
+        // Cut where a character starts, never inside one.
+        std::size_t end = drawingTextsLimit;
+        while (end > 0 && (static_cast<unsigned char>(drawing.texts[end]) & 0xC0) == 0x80) --end;
+        drawing.texts.resize(end);
+    }
     const auto size = render::pixelSize(list, r.scale);
     if (!size) return {failed(r.id, "a canvas that cannot be drawn"), {}};
     drawing.width = size->width;

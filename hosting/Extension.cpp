@@ -1,5 +1,9 @@
 #include "hosting/Extension.h"
 
+#include "layout/PlatformDefaults.h"
+#include "platform/Deployment.h"
+#include "platform/Url.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -14,6 +18,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -102,20 +107,58 @@ std::string forwardedLine(std::string_view line) {
 // the pages a drawing touches take memory).
 constexpr std::size_t bufferSize = 8 << 20;
 
-// What a drawing reply says of its image, checked: an error naming what is wrong.
-platform::Result<void> checkDrawing(const Drawing& reply, ImageEncoding asked, std::uint64_t room) {
+// The pixels `points` take at `scale`, rounded as the painter rounds: up, once past a hair's
+// breadth over a whole pixel.
+int pixelsOf(double points, double scale) {
+    return int(std::ceil(points * scale - 1e-9));
+}
+
+// The most bytes a PNG of `width` × `height` pixels takes as the painter writes one: rows of
+// 8-bit RGBA, each after its filter byte, deflated no worse than by fixed codes (9 bits a byte;
+// stored blocks cost less), then zlib's frame, the signature and the chunks around the data,
+// with room to spare for ancillary chunks.
+std::uint64_t largestPng(int width, int height) {
+    const std::uint64_t rows = std::uint64_t(height) * (1 + 4 * std::uint64_t(width));
+    return rows + rows / 8 + (64 << 10);
+}
+
+// What a drawing reply says of its image, its texts and its link, checked against what was
+// asked before anything is mapped: the family's canvas at the scale asked, as many bytes as such
+// pixels take, texts and link within their bounds, a link of the app's own. An error naming what
+// is wrong.
+platform::Result<void> checkDrawing(const Drawing& reply, const ReloadRequest& asked,
+                                    std::uint64_t room) {
     using platform::Error;
-    if (reply.encoding != asked) return Error{"a drawing in another encoding"};
-    constexpr int largest = 1 << 14;
-    if (reply.width <= 0 || reply.height <= 0 || reply.width > largest || reply.height > largest ||
-        reply.stride < 4 * reply.width)
+    if (reply.encoding != asked.encoding) return Error{"a drawing in another encoding"};
+    const layout::Size canvas = layout::defaults::canvasSize(asked.placement.family);
+    if (reply.canvasWidth != canvas.width || reply.canvasHeight != canvas.height)
+        return Error{"a drawing of another canvas than its family's"};
+    // The scales a drawing is made at; the extension refuses any other.
+    const bool scaled = asked.scale >= 1 && asked.scale <= 3;
+    const int width = scaled ? pixelsOf(canvas.width, asked.scale) : 0;
+    const int height = scaled ? pixelsOf(canvas.height, asked.scale) : 0;
+    if (!scaled || reply.width != width || reply.height != height || reply.stride != 4 * width)
         return Error{"a drawing of " + std::to_string(reply.width) + " × " +
-                     std::to_string(reply.height) + " pixels"};
+                     std::to_string(reply.height) + " pixels, " + std::to_string(reply.stride) +
+                     " bytes a row, when " + std::to_string(width) + " × " +
+                     std::to_string(height) + " were asked"};
     const std::uint64_t rows = std::uint64_t(reply.stride) * std::uint64_t(reply.height);
-    if (reply.byteCount == 0 || reply.byteCount > rows ||
+    const std::uint64_t most =
+        reply.encoding == ImageEncoding::png ? largestPng(width, height) : rows;
+    if (reply.byteCount == 0 || reply.byteCount > most ||
         (reply.encoding == ImageEncoding::argb32 && reply.byteCount != rows))
         return Error{"a drawing of " + std::to_string(reply.byteCount) + " bytes"};
     if (reply.byteCount > room) return Error{"a drawing larger than its buffer"};
+    if (reply.texts.size() > drawingTextsLimit)
+        return Error{"texts of " + std::to_string(reply.texts.size()) + " bytes"};
+    if (reply.url) {
+        if (reply.url->size() > drawingUrlLimit)
+            return Error{"a link of " + std::to_string(reply.url->size()) + " bytes"};
+        const auto url = platform::Url::parse(*reply.url);
+        if (!url || url->scheme() != platform::appUrlScheme)
+            return Error{"a link that is not one of the app's (" +
+                         std::string(platform::appUrlScheme) + ":)"};
+    }
     return {};
 }
 
@@ -258,6 +301,10 @@ platform::Result<void> Extension::launch() {
 }
 
 Extension::Ending Extension::reap(bool mayEndItself) {
+    {
+        const std::lock_guard lock(m_stopLock);
+        m_stoppable = -1;
+    }
     m_channel.reset();  // a live extension sees its socket close and leaves
     pollfd exited{m_pidFd.get(), POLLIN, 0};
     const bool ownEnd =
@@ -292,6 +339,31 @@ void Extension::forwardLog() {
 
 void Extension::end() {
     if (m_pid >= 0) (void)reap(true);
+}
+
+void Extension::reapEnded() {
+    if (m_pid < 0) return;
+    {
+        const std::lock_guard lock(m_stopLock);
+        int status = 0;
+        if (::waitpid(m_pid, &status, WNOHANG) != m_pid) return;
+        m_stoppable = -1;
+    }
+    m_pid = -1;
+    m_pidFd = OwnedFd();
+    m_channel.reset();
+}
+
+void Extension::stop() {
+    const std::lock_guard lock(m_stopLock);
+    m_stopped = true;
+    if (m_stoppable >= 0) ::kill(m_stoppable, SIGKILL);
+}
+
+bool Extension::letStop() {
+    const std::lock_guard lock(m_stopLock);
+    if (!m_stopped) m_stoppable = m_pid;
+    return !m_stopped;
 }
 
 platform::Error Extension::fail(const std::string& what, std::optional<std::string> closed) {
@@ -333,8 +405,12 @@ platform::Result<ReceivedMessage> Extension::awaitReply(std::uint32_t id) {
 platform::Result<ReceivedMessage> Extension::exchange(const ExtensionMessage& request, int fd) {
     // An extension that said goodbye is launched again, once, for the same request.
     for (int attempt = 0; attempt < 2; ++attempt) {
-        if (m_pid < 0)
+        reapEnded();  // one that ended while idle is launched again
+        if (m_pid < 0) {
+            if (!letStop()) return platform::Error{"the host is stopping"};
             if (auto launched = launch(); !launched) return fail(launched.error().description);
+            if (!letStop()) return fail("the host is stopping");
+        }
         auto sent = m_channel->send(request, fd);
         // A closed socket may hold the goodbye of an extension that ended itself.
         auto reply = sent || sent.error().kind == ChannelError::Kind::closed
@@ -375,8 +451,7 @@ platform::Result<ExtensionReload> Extension::reload(const Placement& placement, 
     }
     if (!reloaded->drawing) return fail("the extension answered a reload without its drawing");
     const Drawing& drawing = *reloaded->drawing;
-    if (auto checked = checkDrawing(drawing, encoding, buffer ? buffer->size : UINT64_MAX);
-        !checked)
+    if (auto checked = checkDrawing(drawing, asked, buffer ? buffer->size : UINT64_MAX); !checked)
         return fail("the extension sent " + checked.error().description);
     auto image = buffer
                      ? platform::Result<ExtensionImage>(ExtensionImage(buffer, drawing.byteCount))

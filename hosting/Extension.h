@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -85,9 +86,9 @@ struct ExtensionReload {
 // A host's extension process. Launched for the first request, held to the memory limit, kept
 // while requests come (it ends itself after its idle time), and ended by the host when a
 // request goes wrong: no whole answer within the reply time, the process exits (out of memory
-// among others) or is killed, or a reply that does not parse. Each failure is an error saying
-// what happened; the next request launches a new process. One request at a time, from one
-// thread.
+// among others) or is killed, or a reply that does not parse or that is more than was asked.
+// Each failure is an error saying what happened; the next request launches a new process. One
+// request at a time, from one thread; only stop() may come from another.
 class Extension {
 public:
     explicit Extension(ExtensionSettings settings) : m_settings(std::move(settings)) {}
@@ -113,6 +114,18 @@ public:
     // Ends the running process, if any.
     void end();
 
+    // Reaps the process if it ended (after its idle time, or of a fault) and forgets it, without
+    // waiting: every request does so first, and a host that sleeps does when endFd() turns
+    // readable or, lacking one, now and then, so an ended extension is no zombie for longer.
+    void reapEnded();
+    // A descriptor that turns readable when the running process ends; -1 when none runs (or the
+    // kernel offers none).
+    [[nodiscard]] int endFd() const { return m_pidFd.get(); }
+
+    // Safe from any thread: kills the running process and refuses every later request, so a
+    // request in flight returns at once with an error. For a host that stops.
+    void stop();
+
 private:
     platform::Result<ipc::ReceivedMessage> exchange(const ipc::ExtensionMessage& request,
                                                     int fd = -1);
@@ -133,7 +146,15 @@ private:
     // socket and died, its own end followed by `closed` (" without answering").
     platform::Error fail(const std::string& what, std::optional<std::string> closed = std::nullopt);
 
+    // Makes the launched process one that stop() may kill; false once stopped.
+    bool letStop();
+
     ExtensionSettings m_settings;
+    // The process as stop() sees it: set after the launch, cleared before the process is reaped,
+    // under the lock, so that a stop never signals a pid that was reaped and given to another.
+    std::mutex m_stopLock;
+    pid_t m_stoppable = -1;
+    bool m_stopped = false;
     pid_t m_pid = -1;
     platform::OwnedFd m_pidFd;
     platform::OwnedFd m_log;  // the read end of its standard output and error

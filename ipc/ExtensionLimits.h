@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 
 // The platform's limits for an extension process, which the host enforces and the extension
@@ -28,5 +29,10 @@ inline constexpr std::chrono::milliseconds extensionIdleTime{30000};  // then it
 // exits with extensionOutOfMemoryStatus (extension::prepareExtensionMemory). None (0) in sanitizer
 // builds.
 inline constexpr std::uint64_t extensionMemoryLimit = extensionSanitized ? 0 : 30ULL << 20;
+// What a drawing says besides its pixels: its texts in reading order, cut by the extension to
+// this many bytes (more than a screen reader would ever read out), and its tap link, left out
+// when longer. A host refuses a drawing past either.
+inline constexpr std::size_t drawingTextsLimit = 64 << 10;
+inline constexpr std::size_t drawingUrlLimit = 2 << 10;
 
 }  // namespace ipc

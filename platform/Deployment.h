@@ -21,6 +21,10 @@ namespace platform {
 // kind, or the empty text for every kind.
 inline constexpr std::string_view reloadActionName = "reload";
 
+// The host app's URL scheme, its deep links' ("velmora://stock-detail?ticker=NVDA"): the only
+// links a widget's tap opens.
+inline constexpr std::string_view appUrlScheme = "velmora";
+
 // The program's version, as the project is numbered ("0.1").
 [[nodiscard]] std::string_view programVersion();
 

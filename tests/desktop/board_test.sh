@@ -218,3 +218,25 @@ board=$!
 locate placeholder-small >/dev/null
 wait_for 5 "no warning naming the failing widget" grep -q "WatchlistGlance systemSmall: " "$work/failing.log"
 echo "failing extension: the widget shows its placeholder and the board says why"
+
+# --- A hung extension: the board stops within a second of SIGTERM and leaves no extension ---------
+pkill -TERM -P "$board" || true
+wait "$board" 2>/dev/null || true
+VELMORA_EXTENSION=$build_dir/tests/velmora-faulty-extension VELMORA_FAULT=hang \
+  VELMORA_FAULT_REQUEST=timeline v desktop --placements "$placements" >"$work/hung.log" 2>&1 &
+board=$!
+wait_for 10 "the board did not start" pgrep -P "$board" >/dev/null
+process=$(pgrep -P "$board")
+wait_for 10 "the board launched no extension" pgrep -P "$process" >/dev/null
+extension=$(pgrep -P "$process")
+sleep 0.5  # its worker now waits for the timeline the extension never sends
+started=$(date +%s%N)
+kill -TERM "$process"
+# Gone, or a zombie of a parent that is gone (this sandbox's init may not reap it).
+ended() { ! kill -0 "$1" 2>/dev/null || [ "$(cut -d' ' -f3 "/proc/$1/stat" 2>/dev/null)" = Z ]; }
+wait_for 5 "the board did not stop on SIGTERM" ended "$process"
+elapsed=$((($(date +%s%N) - started) / 1000000))
+((elapsed < 1000)) || fail "the board took $elapsed ms to stop with a hung extension"
+ended "$extension" || fail "the board left its hung extension running"
+board=
+echo "hung extension: the board stopped $elapsed ms after SIGTERM and ended its extension"

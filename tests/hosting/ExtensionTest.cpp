@@ -15,12 +15,14 @@
 #include <gtest/gtest.h>
 
 #include <linux/landlock.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -395,6 +397,119 @@ TEST(Extension, AnExtensionThatSaidGoodbyeIsLaunchedAgain) {
     const auto first = extension.processId();
     EXPECT_TRUE(extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none));
     EXPECT_NE(extension.processId(), first);
+}
+
+// The process's peak resident memory in kB, as /proc says: VmHWM, which resetPeak() brings
+// down to what is resident now.
+long peakKilobytes() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("VmHWM:")) return std::stol(line.substr(6));
+    return 0;
+}
+void resetPeak() {
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+// A hostile extension's answers that claim more than was asked are refused before the host
+// maps, allocates or shows anything, and the process that sent them is ended.
+TEST(Extension, RefusesAnswersBeyondWhatWasAsked) {
+    SeededStore store;
+    const Placement small{"WatchlistGlance", WidgetFamily::systemSmall};
+    const struct {
+        const char* fault;
+        ImageEncoding encoding;
+        const char* error;
+    } faults[] = {
+        {"huge-png", ImageEncoding::png, "a drawing of 1073741824 bytes"},
+        {"pixels", ImageEncoding::argb32, "a drawing of 680 × 680 pixels"},
+        {"pixels", ImageEncoding::png, "a drawing of 680 × 680 pixels"},
+        {"link", ImageEncoding::png, "a link that is not one of the app's (velmora:)"},
+        {"texts", ImageEncoding::argb32, "texts of 65537 bytes"},
+        {"count", ImageEncoding::none, "a list longer than its frame"},
+    };
+    for (const auto& [fault, encoding, error] : faults) {
+        inject(fault, "", "0");
+        // Without the limit that holds its files to 30 MB (as in sanitizer builds), so that the
+        // 1 GiB memfd is made: the host's own check must refuse it.
+        auto unlimited = store.extension(VELMORA_FAULTY_EXTENSION);
+        unlimited.memoryLimit = 0;
+        Extension extension(std::move(unlimited));
+        resetPeak();
+        const long before = peakKilobytes();
+        platform::Result<void> failed;
+        if (encoding == ImageEncoding::none) {
+            if (auto described = extension.describe(); !described) failed = described.error();
+        } else if (auto reload = extension.reload(small, Request::placeholder, at, 2, encoding);
+                   !reload) {
+            failed = reload.error();
+        }
+        ::unsetenv("VELMORA_FAULT");
+        ASSERT_FALSE(failed) << fault;
+        EXPECT_THAT(failed.error().description, HasSubstr(error)) << fault;
+        EXPECT_LT(peakKilobytes() - before, 16 << 10) << fault;
+        EXPECT_EQ(extension.processId(), std::nullopt) << fault;
+    }
+}
+
+// The host and the painter agree on a drawing's pixels at any scale, a fraction's rounding
+// included: the real extension's drawings are taken in every family.
+TEST(Extension, TakesDrawingsAtEveryScale) {
+    SeededStore store;
+    Extension extension(store.extension(VELMORA_PROGRAM));
+    for (const auto family :
+         {WidgetFamily::systemSmall, WidgetFamily::systemMedium, WidgetFamily::systemLarge})
+        for (const double scale : {1.0, 1.1, 2.2, 3.0}) {
+            const auto reload = extension.reload({"WatchlistGlance", family}, Request::placeholder,
+                                                 at, scale, ImageEncoding::argb32);
+            ASSERT_TRUE(reload) << reload.error().description;
+            layout::DrawList list;
+            list.canvas = reload->drawing->canvas;
+            const auto size = render::pixelSize(list, scale);
+            EXPECT_EQ(reload->drawing->width, size->width) << scale;
+            EXPECT_EQ(reload->drawing->height, size->height) << scale;
+        }
+}
+
+// An extension that died between requests is reaped at once when the host looks, and the next
+// request launches a new one; a stop from another thread ends a hung request within moments and
+// refuses every later one without launching.
+TEST(Extension, DiedWhileIdleIsReapedAndLaunchedAgainAndAStopEndsAHungRequest) {
+    SeededStore store;
+    Extension extension(store.extension(VELMORA_PROGRAM));
+    // Kills the running extension and waits until it has ended, unreaped.
+    const auto kill = [&] {
+        const pid_t pid = *extension.processId();
+        ::kill(pid, SIGKILL);
+        pollfd ended{extension.endFd(), POLLIN, 0};
+        EXPECT_EQ(::poll(&ended, 1, 5000), 1);
+        return pid;
+    };
+    pid_t died = -1;
+    for (int round = 0; round < 2; ++round) {
+        const auto reload =
+            extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none);
+        ASSERT_TRUE(reload) << round << ": " << reload.error().description;
+        died = kill();
+    }
+    extension.reapEnded();
+    EXPECT_EQ(extension.processId(), std::nullopt);
+    EXPECT_NE(::kill(died, 0), 0);  // no zombie left
+
+    inject("hang", "", "0");
+    Extension hung(store.extension(VELMORA_FAULTY_EXTENSION));
+    const auto start = std::chrono::steady_clock::now();
+    std::jthread stopper([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        hung.stop();
+    });
+    EXPECT_FALSE(hung.reload(brief, Request::placeholder, at, 2, ImageEncoding::none));
+    ::unsetenv("VELMORA_FAULT");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    const auto refused = hung.reload(brief, Request::placeholder, at, 2, ImageEncoding::none);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().description, "the host is stopping");
+    EXPECT_EQ(hung.processId(), std::nullopt);
 }
 
 // A simulated day of the host whose extension crashes on every third brief request: the host

@@ -11,19 +11,29 @@
 //                           dies of SIGSEGV
 //                 noise     writes terminal controls, a forged host line and a line of 2000
 //                           bytes on its standard output and error first, then answers
+// and answers as a hostile one would, the real answer changed where a host must not believe it:
+//                 huge-png  a PNG of 1 GiB (a sealed, sparse memfd)
+//                 pixels    a drawing of twice the pixels asked
+//                 link      a drawing whose link opens another app (x-probe:)
+//                 texts     texts one byte past their bound
+//                 count     a description whose count of widgets is its frame's length
 // VELMORA_FAULT_AFTER=N answers N requests first (default 0); VELMORA_FAULT_KIND=KIND keeps
 // the fault to one widget kind's requests, VELMORA_FAULT_REQUEST=timeline to timeline requests. The
 // command line is the host's; only the global options before `extension` are read.
 #include "cli/CommandLine.h"
 #include "extension/ExtensionServer.h"
+#include "ipc/ExtensionLimits.h"
 #include "widgets/Widgets.h"
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -76,6 +86,47 @@ std::string kindOf(const ipc::ExtensionMessage& message) {
     for (;;) ::pause();  // hang, or a garbage answer that never ends
 }
 
+const std::set<std::string> hostileFaults = {"huge-png", "pixels", "link", "texts", "count"};
+
+// Answers `request` as a hostile extension would.
+void answerHostile(const std::string& fault, ipc::ExtensionChannel& channel,
+                   extension::ExtensionServer& server, ipc::ReceivedMessage request) {
+    if (fault == "count") {
+        const auto* asked = std::get_if<ipc::DescribeRequest>(&request.message);
+        ipc::DescribeReply described{asked != nullptr ? asked->id : 0, {}};
+        std::string frame = ipc::encodeFrame(described);
+        const std::uint32_t count = ipc::extensionFramePayloadLimit;
+        frame.resize(ipc::extensionFrameHeaderSize + count);
+        std::memcpy(frame.data() + 8, &count, sizeof count);
+        std::memcpy(frame.data() + ipc::extensionFrameHeaderSize + 4, &count, sizeof count);
+        (void)!::write(channel.fd(), frame.data(), frame.size());
+        return;
+    }
+    auto answer = server.answer(request.message, std::move(request.fd));
+    auto* reloaded = std::get_if<ipc::ReloadReply>(&answer.reply);
+    if (reloaded != nullptr && reloaded->drawing) {
+        auto& drawing = *reloaded->drawing;
+        if (fault == "huge-png") {
+            constexpr std::uint64_t size = 1ULL << 30;
+            platform::OwnedFd huge(::memfd_create("huge", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+            (void)!::ftruncate(huge.get(), off_t(size));
+            (void)!::fcntl(huge.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE);
+            drawing.byteCount = size;
+            answer.image = std::move(huge);
+        }
+        if (fault == "pixels") {
+            drawing.width *= 2;
+            drawing.height *= 2;
+            drawing.stride *= 2;
+            if (drawing.encoding == ipc::ImageEncoding::argb32)
+                drawing.byteCount = std::uint64_t(drawing.stride) * std::uint64_t(drawing.height);
+        }
+        if (fault == "link") drawing.url = "x-probe:run";
+        if (fault == "texts") drawing.texts = std::string(ipc::drawingTextsLimit + 1, 'x');
+    }
+    (void)channel.send(answer.reply, answer.image.get());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -112,8 +163,11 @@ int main(int argc, char** argv) {
         const bool timeline = reload != nullptr && reload->request == timeline::Request::timeline;
         if (!fault.empty() && fault != "twins" && fault != "noise" &&
             (faultKind.empty() || faultKind == kindOf(request)) && (!timelinesOnly || timeline) &&
-            answered-- <= 0)
-            misbehave(fault, channel, request);
+            answered-- <= 0) {
+            if (!hostileFaults.contains(fault)) misbehave(fault, channel, request);
+            answerHostile(fault, channel, server, std::move(received).value());
+            continue;
+        }
         auto answer = server.answer(request, std::move(received.value().fd));
         if (auto* described = std::get_if<ipc::DescribeReply>(&answer.reply);
             described != nullptr && fault == "twins") {
