@@ -2,6 +2,7 @@
 
 #include "desktop/DesktopGrid.h"
 #include "desktop/DesktopSettings.h"
+#include "desktop/ExtensionWorker.h"
 #include "hosting/DesktopPlacements.h"
 #include "hosting/DrawnWidget.h"
 #include "hosting/Extension.h"
@@ -20,18 +21,13 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
-#include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <stop_token>
 #include <string>
-#include <thread>
 #include <vector>
 
 using namespace timeline;
@@ -288,70 +284,6 @@ void velmora_board_grid_class_init(VelmoraBoardGridClass* gridClass) {
 }
 
 void velmora_board_grid_init(VelmoraBoardGrid*) {}
-
-// ---- The extension, off the main loop -----------------------------------------------------------
-
-// Runs the board's requests and drawings in the extension on a thread of its own, one job at a
-// time in order, so that a slow or hung extension (2 s at most a request) never holds up the
-// window. What a job returns then runs on the main loop.
-class ExtensionWorker {
-public:
-    using Job = std::function<std::function<void()>(Extension&)>;
-
-    explicit ExtensionWorker(ExtensionSettings settings)
-        : m_extension(std::move(settings)),
-          m_thread([this](const std::stop_token& stop) { work(stop); }) {}
-    // Stops within moments whatever the extension does: its process is killed from here, so the
-    // job in flight fails at once, as do its requests left, and the thread ends.
-    ~ExtensionWorker() {
-        m_thread.request_stop();
-        m_extension.stop();
-    }
-    ExtensionWorker(const ExtensionWorker&) = delete;
-    ExtensionWorker& operator=(const ExtensionWorker&) = delete;
-
-    void post(Job job) {
-        const std::lock_guard lock(m_mutex);
-        m_jobs.push_back(std::move(job));
-        m_wake.notify_one();
-    }
-
-private:
-    void work(const std::stop_token& stop) {
-        while (true) {
-            Job job;
-            {
-                std::unique_lock lock(m_mutex);
-                const auto posted = [&] { return !m_jobs.empty(); };
-                // While an extension runs, the worker looks every second whether it ended
-                // (after its idle time): an ended one is reaped then, no zombie for longer.
-                if (m_extension.processId() ? !m_wake.wait_for(lock, stop, reapInterval, posted)
-                                            : !m_wake.wait(lock, stop, posted)) {
-                    if (stop.stop_requested()) return;
-                    m_extension.reapEnded();
-                    continue;
-                }
-                job = std::move(m_jobs.front());
-                m_jobs.pop_front();
-            }
-            g_idle_add_once(
-                [](gpointer done) {
-                    std::unique_ptr<std::function<void()>> then(
-                        static_cast<std::function<void()>*>(done));
-                    (*then)();
-                },
-                new std::function<void()>(job(m_extension)));
-        }
-    }
-
-    static constexpr std::chrono::seconds reapInterval{1};
-
-    Extension m_extension;
-    std::mutex m_mutex;
-    std::condition_variable_any m_wake;
-    std::deque<Job> m_jobs;
-    std::jthread m_thread;  // last: it starts once the rest is made, and ends first
-};
 
 // The board's extension: the command-line program beside it in the build tree, or in the folder
 // for programs once installed, which loads none of the toolkit's libraries; the board program
