@@ -21,6 +21,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <memory>
 
 using namespace timeline;
@@ -87,7 +88,7 @@ public:
           m_scale(widgets.settings().scale),
           m_scheduler(std::move(placements)),
           m_page(widgets.describe(), widgets.settings().scale, m_extension,
-                 m_scheduler.placements().size()),
+                 m_scheduler.placements()),
           m_out(std::move(out)),
           m_signals(std::move(signals)) {}
 
@@ -137,8 +138,11 @@ public:
             }
             if (auto set = timer.value().wakeAt(until ? std::min(next, *until) : next); !set)
                 return CommandError::failure(set.error().description);
-            pollfd fds[2] = {{m_signals.fd(), POLLIN, 0}, {timer->fd(), POLLIN, 0}};
-            if (::poll(fds, 2, -1) < 0) {
+            // An extension that ends itself while the host sleeps is reaped when it does.
+            pollfd fds[3] = {{m_signals.fd(), POLLIN, 0},
+                             {timer->fd(), POLLIN, 0},
+                             {m_extension.endFd(), POLLIN, 0}};
+            if (::poll(fds, 3, -1) < 0) {
                 if (errno == EINTR) continue;
                 return systemFailure("cannot wait for the next reload");
             }
@@ -149,13 +153,15 @@ public:
                 }
             }
             if (fds[1].revents != 0) timer->acknowledge();
+            if (fds[2].revents != 0) m_extension.reapEnded();
         }
     }
 
 private:
     // Runs `work` on a worker thread and waits for it to return. A stop signal that comes first
     // ends the process at once: the worker may be stuck for seconds in a store read that waits
-    // for a writer's lock, and it holds nothing that must be cleaned up (it writes no files).
+    // for a writer's lock, and it holds nothing that must be cleaned up (it writes no files)
+    // but the extension, which is killed first.
     CommandResult onWorker(std::function<void()> work) {
         auto task = platform::BackgroundTask::start(std::move(work));
         if (!task) return CommandError::failure(task.error().description);
@@ -170,6 +176,7 @@ private:
                 if (const auto signal = m_signals.take()) {
                     printStopped(*signal);
                     std::fflush(stderr);
+                    m_extension.stop();
                     std::_Exit(exitSuccess);
                 }
             }
@@ -207,10 +214,21 @@ private:
             if (std::none_of(failures.begin(), failures.end(),
                              [&](const auto& f) { return f.index == request.index; }))
                 m_scheduler.drawn(request.index);
-        for (const auto& file : update.files)
-            if (auto written = platform::writeFileAtomically(m_out / file.name, file.bytes);
-                !written)
-                return CommandError::failure(written.error().description);
+        // A full disk is logged and the files are written again at the next reload: those
+        // left over first, then the new ones, a newer version of a file in place of the old.
+        for (auto& file : update.files)
+            std::erase_if(m_unwritten,
+                          [&](const OutputFile& left) { return left.name == file.name; });
+        std::move(update.files.begin(), update.files.end(), std::back_inserter(m_unwritten));
+        for (auto file = m_unwritten.begin(); file != m_unwritten.end(); ++file)
+            if (auto written = platform::writeFileAtomically(m_out / file->name, file->bytes);
+                !written) {
+                printError(written.error().description + "; trying again at the next reload");
+                std::fflush(stderr);
+                m_unwritten.erase(m_unwritten.begin(), file);
+                return {};
+            }
+        m_unwritten.clear();
         return {};
     }
 
@@ -219,6 +237,7 @@ private:
     Scheduler m_scheduler;
     LivePage m_page;
     std::filesystem::path m_out;
+    std::vector<OutputFile> m_unwritten;  // the files a failed write left, in order
     platform::StopSignals m_signals;
 };
 

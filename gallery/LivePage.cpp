@@ -10,18 +10,21 @@ using namespace hosting;
 namespace gallery {
 
 LivePage::LivePage(std::vector<WidgetDescription> widgets, double scale, Extension& extension,
-                   std::size_t placementCount)
+                   std::vector<Placement> placements)
     : m_widgets(std::move(widgets)),
       m_scale(scale),
       m_extension(extension),
-      m_cards(placementCount) {}
+      m_placements(std::move(placements)),
+      m_cards(m_placements.size()) {}
 
 PageUpdate LivePage::update(const std::vector<TimelineRequestRecord>& requests,
                             platform::Date now) {
     PageUpdate update;
     auto& files = update.files;
     const double scale = m_scale;
+    std::vector<bool> asked(m_cards.size());
     for (const auto& request : requests) {
+        asked[request.index] = true;
         std::optional<DrawnCard> drawn;
         if (request.drawing) {
             drawn =
@@ -43,6 +46,16 @@ PageUpdate LivePage::update(const std::vector<TimelineRequestRecord>& requests,
         // A new address per version, so a refreshing browser never shows a cached image.
         card.card.image += "?v=" + std::to_string(request.number);
         m_cards[request.index] = std::move(card.card);
+    }
+    // A placement whose timelines failed from the first shows its placeholder meanwhile.
+    for (std::size_t index = 0; index < m_cards.size(); ++index) {
+        if (m_cards[index] || asked[index]) continue;
+        const auto placeholder = m_extension.reload(m_placements[index], Request::placeholder, now,
+                                                    scale, ImageEncoding::png);
+        if (!placeholder) continue;
+        auto card = drawnCard(m_placements[index], "current", *placeholder, false);
+        files.push_back({card.card.image, std::move(card.png)});
+        m_cards[index] = std::move(card.card);
     }
     std::vector<GalleryCard> cards;
     for (const auto& card : m_cards)

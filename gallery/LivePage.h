@@ -39,14 +39,16 @@ public:
     // An open browser reloads the page this often, in seconds.
     static constexpr int refreshSeconds = 5;
 
-    // The page lists `widgets` (their names and descriptions) and draws at `scale`.
+    // The page lists `widgets` (their names and descriptions) and draws `placements` (the
+    // scheduler's, in its order) at `scale`.
     LivePage(std::vector<timeline::WidgetDescription> widgets, double scale,
-             hosting::Extension& extension, std::size_t placementCount);
+             hosting::Extension& extension, std::vector<timeline::Placement> placements);
 
     // Makes each request's card and image from the drawing its reload brought (one reloaded
     // without drawing, as a simulation does, is reloaded again at its date, drawn), then the page
     // with every card so far. A placement whose drawing fails keeps its card; one that has none
-    // yet gets its placeholder, drawn at `now`, when that can be drawn.
+    // yet, its timeline or its drawing having failed, gets its placeholder, drawn at `now`, when
+    // that can be drawn.
     [[nodiscard]] PageUpdate update(const std::vector<hosting::TimelineRequestRecord>& requests,
                                     platform::Date now);
 
@@ -54,6 +56,7 @@ private:
     std::vector<timeline::WidgetDescription> m_widgets;
     double m_scale = 2;
     hosting::Extension& m_extension;
+    std::vector<timeline::Placement> m_placements;
     std::vector<std::optional<GalleryCard>> m_cards;  // per placement
 };
 

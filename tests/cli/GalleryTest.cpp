@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -203,6 +204,147 @@ TEST(HostCommand, ASimulatedDayPrintsEveryRequestAndDrawsTheLastState) {
                 HasSubstr("<dd>2025-11-16T06:30:00Z</dd>"));
     EXPECT_THAT(figureOf(page, "WatchlistGlance-systemSmall-current.png?v=96"),
                 HasSubstr("<dd>2025-11-16T23:45:00Z</dd>"));
+}
+
+// Through the extension of the tests, misbehaving as `fault` says (and, for
+// VELMORA_FAULT_REQUEST, `request`) in the requests of `kind`.
+childprocess::Options faulty(const char* fault, const char* kind, const char* request = "") {
+    childprocess::Options options;
+    options.environment = {{"VELMORA_EXTENSION", VELMORA_FAULTY_EXTENSION},
+                           {"VELMORA_FAULT", fault},
+                           {"VELMORA_FAULT_KIND", kind},
+                           {"VELMORA_FAULT_REQUEST", request}};
+    return options;
+}
+
+const char* twoPlacements = R"([{"kind": "DailyBrief", "family": "systemLarge"},
+                                {"kind": "WatchlistGlance", "family": "systemSmall"}])";
+
+// A placement that has never been drawn, its every timeline failing, shows its placeholder.
+TEST(HostCommand, APlacementWhoseTimelinesFailShowsItsPlaceholder) {
+    Cli cli;
+    seed(cli);
+    const auto file = cli.file("placements.json", twoPlacements);
+    const auto out = cli.temp.folder() / "host";
+    const auto result =
+        cli({"--at", "2025-11-16T00:00:00Z", "host", "--simulate", "--until",
+             "2025-11-16T00:10:00Z", "--placements", file.string(), "--out", out.string()},
+            faulty("garbage", "DailyBrief", "timeline"));
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.err, HasSubstr("DailyBrief systemLarge: the extension sent a reply"));
+    EXPECT_EQ(pngSize(out / "DailyBrief-systemLarge-current.png"),
+              twice(WidgetFamily::systemLarge));
+    EXPECT_THAT(figureOf(slurp(out / "index.html"), "DailyBrief-systemLarge-current.png"),
+                HasSubstr("<dd>—</dd>"));
+}
+
+// A write that fails (a full disk; here the file size limit, lowered while the host runs) is
+// one error line: the host goes on, its files stay whole, and the next reload writes them.
+TEST(HostCommand, AFailedWriteIsLoggedAndTheFilesAreWrittenAtTheNextReload) {
+    Cli cli;
+    seed(cli);
+    const auto out = cli.temp.folder() / "host";
+    // The brief's requests fail, so it is asked again after a second, two, four.
+    auto options = faulty("crash", "DailyBrief");
+    options.fileSizeLimit = 1 << 30;
+    auto host = cli.start(
+        {"host", "--placements", cli.file("p.json", twoPlacements).string(), "--out", out.string()},
+        options);
+    for (std::string line = "-"; !line.starts_with("page: ");) {
+        line = host.readLine();
+        ASSERT_FALSE(line.empty()) << "no page";
+    }
+    const auto inode = [&] {
+        struct stat info {};
+        return ::stat((out / "index.html").c_str(), &info) == 0 ? info.st_ino : 0;
+    };
+    const auto first = inode();
+    const auto limit = [&](rlim_t bytes) {
+        const rlimit set{bytes, 1 << 30};
+        ASSERT_EQ(::prlimit(host.pid(), RLIMIT_FSIZE, &set, nullptr), 0);
+    };
+    limit(1);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (host.err().find("File too large; trying again at the next reload") ==
+               std::string::npos &&
+           std::chrono::steady_clock::now() < deadline)
+        ASSERT_FALSE(host.waitFor(std::chrono::milliseconds(50))) << host.err();
+    EXPECT_EQ(inode(), first);
+    limit(1 << 30);
+    while (inode() == first && std::chrono::steady_clock::now() < deadline)
+        ASSERT_FALSE(host.waitFor(std::chrono::milliseconds(50))) << host.err();
+    EXPECT_NE(inode(), first);
+    host.signal(SIGTERM);
+    EXPECT_EQ(host.waitFor(std::chrono::seconds(5)), 0);
+    EXPECT_THAT(slurp(out / "index.html"), testing::EndsWith("</html>\n"));
+    EXPECT_EQ(filesIn(out),
+              (std::vector<std::string>{"WatchlistGlance-systemSmall-current.png", "index.html"}));
+}
+
+// A process's state as /proc shows it ("S", "Z"); empty when there is none.
+std::string processState(pid_t pid) {
+    std::string state;
+    std::ifstream("/proc/" + std::to_string(pid) + "/stat") >> state >> state >> state;
+    return state;
+}
+
+// The host's extension, a child of its worker thread, once it runs (10 s at most); 0 if none.
+pid_t extensionOf(const childprocess::ChildProcess& host) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    pid_t extension = 0;
+    while (extension == 0 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        for (const auto& task :
+             fs::directory_iterator("/proc/" + std::to_string(host.pid()) + "/task"))
+            if (extension == 0) std::ifstream(task.path() / "children") >> extension;
+    }
+    return extension;
+}
+
+// An extension that ends while the host sleeps is reaped at once, no zombie until the next
+// reload.
+TEST(HostCommand, ReapsAnExtensionThatEndsWhileItSleeps) {
+    Cli cli;
+    seed(cli);
+    auto host = cli.start({"host", "--out", (cli.temp.folder() / "host").string()});
+    for (std::string line = "-"; !line.starts_with("page: ");) {
+        line = host.readLine();
+        ASSERT_FALSE(line.empty()) << "no page";
+    }
+    const pid_t extension = extensionOf(host);
+    ASSERT_NE(extension, 0);
+    ::kill(extension, SIGKILL);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    while (processState(extension) != "" && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(processState(extension), "");
+}
+
+// SIGTERM while the host waits on a hung extension: it stops within a second and takes the
+// extension along.
+TEST(HostCommand, StopsWithinASecondAndEndsAHungExtension) {
+    Cli cli;
+    seed(cli);
+    auto host = cli.start({"host", "--out", (cli.temp.folder() / "host").string()},
+                          faulty("hang", "DailyBrief"));
+    const pid_t extension = extensionOf(host);
+    ASSERT_NE(extension, 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    host.signal(SIGTERM);
+    const auto stopped = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    while (processState(host.pid()) != "Z" && std::chrono::steady_clock::now() < stopped)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(processState(host.pid()), "Z") << "still running a second after SIGTERM";
+    // Gone, or a zombie of a parent that is gone (this sandbox's init may not reap it).
+    const auto ended = [&] {
+        return processState(extension) == "" || processState(extension) == "Z";
+    };
+    while (!ended() && std::chrono::steady_clock::now() < stopped)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    const auto left = processState(extension);
+    EXPECT_THAT(left, testing::AnyOf("", "Z"));
+    if (left != "" && left != "Z") ::kill(extension, SIGKILL);  // it holds the host's pipes
+    EXPECT_EQ(host.waitFor(std::chrono::seconds(5)), 0);
 }
 
 TEST(HostCommand, BadPlacementsExitTwoNamingTheFileAndTheItem) {
