@@ -6,6 +6,7 @@
 #include "hosting/Scheduler.h"
 #include "platform/AtomicFile.h"
 #include "platform/BackgroundTask.h"
+#include "platform/PrintableText.h"
 #include "platform/StopSignals.h"
 #include "platform/WakeTimer.h"
 #include "widgets/WidgetHost.h"
@@ -253,7 +254,8 @@ CommandResult run(const HostOptions& options, const GlobalOptions& globals,
     const platform::Date start = globals.clock().now();
     if (until && *until <= start)
         return CommandError::usage("--until: expected a time later than the start, " +
-                                   platform::formatDate(start) + ", got \"" + options.until + "\"");
+                                   platform::formatDate(start) + ", got " +
+                                   platform::quotedInput(options.until));
 
     auto placements = widgets.allPlacements();
     if (!options.placementsFile.empty()) {
