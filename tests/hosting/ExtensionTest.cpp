@@ -218,6 +218,25 @@ TEST(Extension, AnExtensionThatSaidGoodbyeIsLaunchedAgain) {
     EXPECT_NE(extension.processId(), first);
 }
 
+// Records at the store's cap fit a reply in every placement: it carries the entries' dates and
+// what the drawing shows, its texts cut to their bound, never the record.
+TEST(Extension, RecordsAtTheCapFitAReply) {
+    SeededStore store;
+    const std::size_t cap = 1 << 20;
+    const auto filled = [&](const std::string& record, const char* key) {
+        return samples::with(record, key, std::string(cap - record.size() - 64, 'a'));
+    };
+    store.temp.putData("vmDailyBrief", filled(samples::brief, "summary"));
+    store.temp.putData("vmPortfolioSnapshot", filled(samples::snapshot, "sourceLabel"));
+    Extension extension(store.extension(VELMORA_PROGRAM));
+    for (const auto& placement :
+         WidgetHost(widgets::VelmoraWidgetsBundle().body(), store.host()).allPlacements()) {
+        const auto reload =
+            extension.reload(placement, Request::timeline, at, 2, ImageEncoding::argb32);
+        EXPECT_TRUE(reload) << placement.kind << ": " << reload.error().description;
+    }
+}
+
 // The process's peak resident memory in kB, as /proc says: VmHWM, which resetPeak() brings
 // down to what is resident now.
 long peakKilobytes() {
