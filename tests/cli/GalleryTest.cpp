@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <regex>
 #include <string>
 #include <thread>
@@ -238,6 +239,21 @@ TEST(HostCommand, APlacementWhoseTimelinesFailShowsItsPlaceholder) {
                 HasSubstr("<dd>—</dd>"));
 }
 
+// Whether `done` comes true within `time`, looked at every 10 ms.
+bool within(std::chrono::milliseconds time, const std::function<bool()>& done) {
+    const auto deadline = std::chrono::steady_clock::now() + time;
+    while (!done() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return done();
+}
+
+// Whether the live host has written its first page.
+bool pageWritten(childprocess::ChildProcess& host) {
+    for (std::string line = "-"; !line.empty();)
+        if ((line = host.readLine()).starts_with("page: ")) return true;
+    return false;
+}
+
 // A write that fails (a full disk; here the file size limit, lowered while the host runs) is
 // one error line: the host goes on, its files stay whole, and the next reload writes them.
 TEST(HostCommand, AFailedWriteIsLoggedAndTheFilesAreWrittenAtTheNextReload) {
@@ -250,10 +266,7 @@ TEST(HostCommand, AFailedWriteIsLoggedAndTheFilesAreWrittenAtTheNextReload) {
     auto host = cli.start(
         {"host", "--placements", cli.file("p.json", twoPlacements).string(), "--out", out.string()},
         options);
-    for (std::string line = "-"; !line.starts_with("page: ");) {
-        line = host.readLine();
-        ASSERT_FALSE(line.empty()) << "no page";
-    }
+    ASSERT_TRUE(pageWritten(host));
     const auto inode = [&] {
         struct stat info {};
         return ::stat((out / "index.html").c_str(), &info) == 0 ? info.st_ino : 0;
@@ -261,19 +274,17 @@ TEST(HostCommand, AFailedWriteIsLoggedAndTheFilesAreWrittenAtTheNextReload) {
     const auto first = inode();
     const auto limit = [&](rlim_t bytes) {
         const rlimit set{bytes, 1 << 30};
-        ASSERT_EQ(::prlimit(host.pid(), RLIMIT_FSIZE, &set, nullptr), 0);
+        return ::prlimit(host.pid(), RLIMIT_FSIZE, &set, nullptr) == 0;
     };
-    limit(1);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (host.err().find("File too large; trying again at the next reload") ==
-               std::string::npos &&
-           std::chrono::steady_clock::now() < deadline)
-        ASSERT_FALSE(host.waitFor(std::chrono::milliseconds(50))) << host.err();
+    ASSERT_TRUE(limit(1));
+    EXPECT_TRUE(within(std::chrono::seconds(5), [&] {
+        return host.waitFor(std::chrono::milliseconds(10)) == std::nullopt &&
+               host.err().find("File too large; trying again at the next reload") !=
+                   std::string::npos;
+    })) << host.err();
     EXPECT_EQ(inode(), first);
-    limit(1 << 30);
-    while (inode() == first && std::chrono::steady_clock::now() < deadline)
-        ASSERT_FALSE(host.waitFor(std::chrono::milliseconds(50))) << host.err();
-    EXPECT_NE(inode(), first);
+    ASSERT_TRUE(limit(1 << 30));
+    EXPECT_TRUE(within(std::chrono::seconds(8), [&] { return inode() != first; }));
     host.signal(SIGTERM);
     EXPECT_EQ(host.waitFor(std::chrono::seconds(5)), 0);
     EXPECT_THAT(slurp(out / "index.html"), testing::EndsWith("</html>\n"));
@@ -288,62 +299,44 @@ std::string processState(pid_t pid) {
     return state;
 }
 
-// The host's extension, a child of its worker thread, once it runs (10 s at most); 0 if none.
+// The host's extension, a child of its worker thread, once it runs; 0 if none.
 pid_t extensionOf(const childprocess::ChildProcess& host) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     pid_t extension = 0;
-    while (extension == 0 && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    (void)within(std::chrono::seconds(10), [&] {
         for (const auto& task :
              fs::directory_iterator("/proc/" + std::to_string(host.pid()) + "/task"))
             if (extension == 0) std::ifstream(task.path() / "children") >> extension;
-    }
+        return extension != 0;
+    });
     return extension;
 }
 
-// An extension that ends while the host sleeps is reaped at once, no zombie until the next
-// reload.
-TEST(HostCommand, ReapsAnExtensionThatEndsWhileItSleeps) {
+// No host leaves its extension behind: one that ends while the host sleeps is reaped at once,
+// and SIGTERM while the host waits on a hung one stops the host within a second, the
+// extension with it.
+TEST(HostCommand, ReapsAnEndedExtensionAndStopsWithinASecondWithAHungOne) {
     Cli cli;
     seed(cli);
-    auto host = cli.start({"host", "--out", (cli.temp.folder() / "host").string()});
-    for (std::string line = "-"; !line.starts_with("page: ");) {
-        line = host.readLine();
-        ASSERT_FALSE(line.empty()) << "no page";
+    {
+        auto host = cli.start({"host", "--out", (cli.temp.folder() / "host").string()});
+        ASSERT_TRUE(pageWritten(host));
+        const pid_t extension = extensionOf(host);
+        ::kill(extension, SIGKILL);
+        EXPECT_TRUE(within(std::chrono::seconds(1), [&] { return processState(extension) == ""; }));
     }
-    const pid_t extension = extensionOf(host);
-    ASSERT_NE(extension, 0);
-    ::kill(extension, SIGKILL);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-    while (processState(extension) != "" && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_EQ(processState(extension), "");
-}
-
-// SIGTERM while the host waits on a hung extension: it stops within a second and takes the
-// extension along.
-TEST(HostCommand, StopsWithinASecondAndEndsAHungExtension) {
-    Cli cli;
-    seed(cli);
-    auto host = cli.start({"host", "--out", (cli.temp.folder() / "host").string()},
+    auto host = cli.start({"host", "--out", (cli.temp.folder() / "hung").string()},
                           faulty("hang", "DailyBrief"));
     const pid_t extension = extensionOf(host);
     ASSERT_NE(extension, 0);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     host.signal(SIGTERM);
-    const auto stopped = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-    while (processState(host.pid()) != "Z" && std::chrono::steady_clock::now() < stopped)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_EQ(processState(host.pid()), "Z") << "still running a second after SIGTERM";
+    EXPECT_TRUE(within(std::chrono::seconds(1), [&] { return processState(host.pid()) == "Z"; }));
     // Gone, or a zombie of a parent that is gone (this sandbox's init may not reap it).
-    const auto ended = [&] {
+    const bool ended = within(std::chrono::milliseconds(500), [&] {
         return processState(extension) == "" || processState(extension) == "Z";
-    };
-    while (!ended() && std::chrono::steady_clock::now() < stopped)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    const auto left = processState(extension);
-    EXPECT_THAT(left, testing::AnyOf("", "Z"));
-    if (left != "" && left != "Z") ::kill(extension, SIGKILL);  // it holds the host's pipes
+    });
+    EXPECT_TRUE(ended);
+    if (!ended) ::kill(extension, SIGKILL);  // it holds the host's pipes
     EXPECT_EQ(host.waitFor(std::chrono::seconds(5)), 0);
 }
 
