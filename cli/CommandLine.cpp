@@ -3,6 +3,7 @@
 #include "platform/Deployment.h"
 #include "platform/Fatal.h"
 #include "platform/Formatters.h"
+#include "platform/PrintableText.h"
 #include "platform/StopSignals.h"
 #include "widgets/WidgetHost.h"
 
@@ -55,7 +56,8 @@ void GlobalOptions::finish(const CommandResult& result) {
 }
 
 void printError(const std::string& message) {
-    std::fprintf(stderr, "velmora-widgets: error: %s\n", message.c_str());
+    std::fprintf(stderr, "velmora-widgets: error: %s\n",
+                 platform::printableText(message, errorLineLimit).c_str());
 }
 
 platform::Result<platform::Date> parseOptionDate(std::string_view text) {
@@ -63,16 +65,17 @@ platform::Result<platform::Date> parseOptionDate(std::string_view text) {
     if (date && *date >= platform::firstDate && *date < endOfOptionDates) return *date;
     return platform::Error{
         "expected an RFC 3339 date-time from 0000-01-01T00:00:00Z to 9999-12-30T23:59:59Z, "
-        "such as 2025-11-16T05:00:00Z, got \"" +
-        std::string(text) + "\""};
+        "such as 2025-11-16T05:00:00Z, got " +
+        platform::quotedInput(text)};
 }
 
 CLI::Option* expect(CLI::Option* option, std::string expectation,
                     std::function<bool(const std::string&)> accepts) {
     return option->check(CLI::Validator(
         [expectation = std::move(expectation), accepts = std::move(accepts)](std::string& text) {
-            return accepts(text) ? std::string()
-                                 : "expected " + expectation + ", got \"" + text + "\"";
+            return accepts(text)
+                       ? std::string()
+                       : "expected " + expectation + ", got " + platform::quotedInput(text);
         },
         ""));
 }
@@ -157,8 +160,8 @@ std::string usageError(CLI::App& app, const CLI::ParseError& error) {
     if (!commands.empty()) {
         const std::string in = where.empty() ? "" : " for " + where;
         if (!typed.empty() && typed.front().rfind('-', 0) != 0)
-            return "unknown command \"" + typed.front() + "\"" + in + " (commands: " + commands +
-                   ")";
+            return "unknown command " + platform::quotedInput(typed.front()) + in +
+                   " (commands: " + commands + ")";
         if (is<CLI::RequiredError>(error) && what.find("subcommand") != std::string::npos)
             return "no command given" + in + " (commands: " + commands + ")";
     }
@@ -179,7 +182,7 @@ std::string usageError(CLI::App& app, const CLI::ParseError& error) {
             std::string arguments;
             for (const auto* option : optionsOf(command))
                 if (option->get_positional()) arguments += " " + option->get_name();
-            return prefix + "unexpected argument \"" + first + "\" (" +
+            return prefix + "unexpected argument " + platform::quotedInput(first) + " (" +
                    (arguments.empty() ? "it takes none" : "arguments:" + arguments) + ")";
         }
         std::string options;
@@ -187,7 +190,8 @@ std::string usageError(CLI::App& app, const CLI::ParseError& error) {
             for (const auto* option : optionsOf(in))
                 if (!option->get_positional() && option->get_name() != "--help")
                     options += (options.empty() ? "" : ", ") + option->get_name();
-        return prefix + "unknown option \"" + first + "\" (options: " + options + ")";
+        return prefix + "unknown option " + platform::quotedInput(first) + " (options: " + options +
+               ")";
     }
     if (is<CLI::ValidationError>(error) && !optionNamed(command, what.substr(0, what.find(':'))))
         return what;  // a global option's check: it names the option itself

@@ -5,6 +5,7 @@
 #include "platform/Result.h"
 #include "widgets/StaticConfiguration.h"
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -114,7 +115,10 @@ void registerReloadCommand(CLI::App& app, GlobalOptions& globals);
 // `extension`: the confined process that answers a host's requests and drawings.
 void registerExtensionCommand(CLI::App& app, GlobalOptions& globals);
 
-// Writes "velmora-widgets: error: MESSAGE" to standard error.
+// Writes "velmora-widgets: error: MESSAGE" to standard error, as one line: the message's
+// control characters escaped, and cut after this many bytes (what it quotes of the user's input
+// is cut shorter, by platform::quotedInput).
+inline constexpr std::size_t errorLineLimit = 4096;
 void printError(const std::string& message);
 
 }  // namespace cli

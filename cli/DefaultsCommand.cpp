@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 #include "platform/Deployment.h"
 #include "platform/InputFile.h"
+#include "platform/PrintableText.h"
 #include "store/DefaultsStore.h"
 #include "store/StoreLocation.h"
 
@@ -152,7 +153,8 @@ int read(const GlobalOptions& globals, const DefaultsOptions& options) {
         return exitFailure;
     }
     if (!value.value()) {
-        printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
+        printError("no value for key " + platform::quotedInput(options.key) + " in " +
+                   std::string(domain(options)));
         return exitFailure;
     }
     printValue(*value.value());
@@ -167,7 +169,8 @@ int remove(const GlobalOptions& globals, const DefaultsOptions& options) {
         return exitFailure;
     }
     if (!present.value()) {
-        printError("no value for key \"" + options.key + "\" in " + std::string(domain(options)));
+        printError("no value for key " + platform::quotedInput(options.key) + " in " +
+                   std::string(domain(options)));
         return exitFailure;
     }
     auto opened = store::DefaultsStore::openForWriting(

@@ -6,6 +6,7 @@
 #include "hosting/Placements.h"
 #include "platform/AtomicFile.h"
 #include "platform/BackgroundTask.h"
+#include "platform/PrintableText.h"
 #include "platform/StopSignals.h"
 #include "platform/WakeTimer.h"
 #include "widgets/WidgetHost.h"
@@ -21,6 +22,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <memory>
 
 using namespace timeline;
@@ -105,7 +107,16 @@ public:
         if (auto ran = onWorker([&] {
                 for (std::size_t i = 0; i < m_session.placements().size(); ++i) {
                     const auto& latest = m_session.latest(i);
-                    if (!latest) continue;
+                    if (!latest) {
+                        // Never answered: its placeholder, as the live host shows it.
+                        auto outcome = runReload(m_extension,
+                                                 {i, m_session.placements()[i], clock.now(), true},
+                                                 {m_scale, ImageEncoding::png});
+                        if (outcome.placeholder)
+                            last.placeholders.push_back(
+                                {i, m_session.placements()[i], std::move(*outcome.placeholder)});
+                        continue;
+                    }
                     auto outcome =
                         runReload(m_extension, {i, latest->placement, latest->requestedAt, true},
                                   {m_scale, ImageEncoding::png});
@@ -158,8 +169,11 @@ public:
             }
             if (auto set = timer.value().wakeAt(until ? std::min(next, *until) : next); !set)
                 return CommandError::failure(set.error().description);
-            pollfd fds[2] = {{m_signals.fd(), POLLIN, 0}, {timer->fd(), POLLIN, 0}};
-            if (::poll(fds, 2, -1) < 0) {
+            // An extension that ends itself while the host sleeps is reaped when it does.
+            pollfd fds[3] = {{m_signals.fd(), POLLIN, 0},
+                             {timer->fd(), POLLIN, 0},
+                             {m_extension.endFd(), POLLIN, 0}};
+            if (::poll(fds, 3, -1) < 0) {
                 if (errno == EINTR) continue;
                 return systemFailure("cannot wait for the next reload");
             }
@@ -170,13 +184,15 @@ public:
                 }
             }
             if (fds[1].revents != 0) timer->acknowledge();
+            if (fds[2].revents != 0) m_extension.reapEnded();
         }
     }
 
 private:
     // Runs `work` on a worker thread and waits for it to return. A stop signal that comes first
     // ends the process at once: the worker may be stuck for seconds in a store read that waits
-    // for a writer's lock, and it holds nothing that must be cleaned up (it writes no files).
+    // for a writer's lock, and it holds nothing that must be cleaned up (it writes no files)
+    // but the extension, which is killed first.
     CommandResult onWorker(std::function<void()> work) {
         auto task = platform::BackgroundTask::start(std::move(work));
         if (!task) return CommandError::failure(task.error().description);
@@ -191,6 +207,7 @@ private:
                 if (const auto signal = m_signals.take()) {
                     printStopped(*signal);
                     std::fflush(stderr);
+                    m_extension.stop();
                     std::_Exit(exitSuccess);
                 }
             }
@@ -216,14 +233,25 @@ private:
         return update;
     }
 
-    // Makes the cards of the drawings an update brought and the page, and writes the files.
+    // Makes the cards of the drawings an update brought and the page, and writes the files. A
+    // full disk is logged and the files are written again at the next reload: those left over
+    // first, then the new ones, a newer version of a file in place of the old.
     CommandResult publish(const SessionUpdate& update) {
-        const auto page = m_page.update(update);
+        auto page = m_page.update(update);
         for (const auto index : page.shown) m_session.shown(index);
-        for (const auto& file : page.files)
-            if (auto written = platform::writeFileAtomically(m_out / file.name, file.bytes);
-                !written)
-                return CommandError::failure(written.error().description);
+        for (auto& file : page.files)
+            std::erase_if(m_unwritten,
+                          [&](const OutputFile& left) { return left.name == file.name; });
+        std::move(page.files.begin(), page.files.end(), std::back_inserter(m_unwritten));
+        for (auto file = m_unwritten.begin(); file != m_unwritten.end(); ++file)
+            if (auto written = platform::writeFileAtomically(m_out / file->name, file->bytes);
+                !written) {
+                printError(written.error().description + "; trying again at the next reload");
+                std::fflush(stderr);
+                m_unwritten.erase(m_unwritten.begin(), file);
+                return {};
+            }
+        m_unwritten.clear();
         return {};
     }
 
@@ -232,6 +260,7 @@ private:
     HostingSession m_session;
     LivePage m_page;
     std::filesystem::path m_out;
+    std::vector<OutputFile> m_unwritten;  // the files a failed write left, in order
     platform::StopSignals m_signals;
 };
 
@@ -247,7 +276,8 @@ CommandResult run(const HostOptions& options, const GlobalOptions& globals,
     const platform::Date start = globals.clock().now();
     if (until && *until <= start)
         return CommandError::usage("--until: expected a time later than the start, " +
-                                   platform::formatDate(start) + ", got \"" + options.until + "\"");
+                                   platform::formatDate(start) + ", got " +
+                                   platform::quotedInput(options.until));
 
     auto placements = widgets.allPlacements();
     if (!options.placementsFile.empty()) {

@@ -15,11 +15,11 @@ LivePage::LivePage(std::vector<WidgetDescription> widgets, std::size_t placement
 PageUpdate LivePage::update(const SessionUpdate& session) {
     PageUpdate update;
     auto& files = update.files;
-    // A new address per version, the timeline's number (0: the placeholder), so a refreshing
-    // browser never shows a cached image.
+    // A new address per version, the timeline's number (none for the placeholder, which shows
+    // only until the first timeline), so a refreshing browser never shows a cached image.
     const auto show = [&](std::size_t index, std::size_t version, DrawnCard drawn) {
         files.push_back({drawn.card.image, std::move(drawn.png)});
-        drawn.card.image += "?v=" + std::to_string(version);
+        if (version > 0) drawn.card.image += "?v=" + std::to_string(version);
         m_cards[index] = std::move(drawn.card);
         update.shown.push_back(index);
     };

@@ -1,5 +1,7 @@
 #include "timeline/WidgetDescription.h"
 
+#include "platform/PrintableText.h"
+
 #include <algorithm>
 
 namespace timeline {
@@ -25,7 +27,7 @@ platform::Result<const WidgetDescription*> describedWidget(
     for (const auto& widget : widgets)
         if (widget.kind == kind) return &widget;
     return platform::Error{
-        "unknown widget kind \"" + std::string(kind) + "\" (kinds: " +
+        "unknown widget kind " + platform::quotedInput(kind) + " (kinds: " +
         listed(widgets, [](const WidgetDescription& w) -> const std::string& { return w.kind; }) +
         ")"};
 }
@@ -37,7 +39,7 @@ platform::Result<Placement> describedPlacement(const std::vector<WidgetDescripti
     const auto& widget = **found;
     const auto named = widgetFamilyNamed(family);
     if (!named || !widget.supports(*named))
-        return platform::Error{"family \"" + std::string(family) + "\" is not offered by " +
+        return platform::Error{"family " + platform::quotedInput(family) + " is not offered by " +
                                widget.kind + " (families: " + listed(widget.families, name) + ")"};
     return Placement{widget.kind, *named};
 }

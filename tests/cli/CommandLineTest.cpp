@@ -208,6 +208,32 @@ TEST(CommandLine, UsageErrorsExitTwoWithOneLineNamingTheOption) {
     EXPECT_FALSE(fs::exists(cli.temp.folder() / "x"));
 }
 
+// An error line shows what was typed escaped, so it stays one line and a terminal acts on none
+// of it, and cut short, however long it was.
+TEST(CommandLine, ErrorLinesEscapeAndCutWhatWasTyped) {
+    Cli cli;
+    const std::string hostile = "\x1b]0;title\x07\nnext";
+    const std::string shown = R"("\x1B]0;title\x07\nnext")";
+    const std::string huge(100000, 'x');  // one argument takes at most 128 KiB
+    expectFailures(cli, 2,
+                   {
+                       {{hostile}, "unknown command " + shown},
+                       {{"timeline", hostile}, "unknown widget kind " + shown},
+                       {{"list", hostile}, "list: unexpected argument " + shown},
+                       {{"--locale", hostile, "list"}, "got " + shown},
+                       {{"--" + hostile, "list"}, R"(unknown option "--\x1B]0;title)"},
+                       {{huge}, "unknown command \"" + huge.substr(0, 120) + "…\" (commands: "},
+                       {{"--at", huge, "list"}, "got \"" + huge.substr(0, 120) + "…\""},
+                   });
+    // A message that holds the input whole is escaped and cut as a whole.
+    expectFailures(cli, 1,
+                   {{{"defaults", "write", "k", "--data-file", "/nope/" + hostile},
+                     R"(--data-file "/nope/\x1B]0;title\x07\nnext")"}});
+    const auto result = cli({"defaults", "write", "k", "--data-file", "/nope/" + huge});
+    EXPECT_THAT(result.err, testing::EndsWith("xxx…\n"));
+    EXPECT_LT(result.err.size(), 4200u);
+}
+
 // What the command could not do exits 1 with one line naming the file or folder at fault.
 TEST(CommandLine, FailuresExitOneNamingTheFile) {
     Cli cli;

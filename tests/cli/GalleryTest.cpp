@@ -7,12 +7,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <regex>
 #include <string>
 #include <thread>
@@ -203,6 +205,139 @@ TEST(HostCommand, ASimulatedDayPrintsEveryRequestAndDrawsTheLastState) {
                 HasSubstr("<dd>2025-11-16T06:30:00Z</dd>"));
     EXPECT_THAT(figureOf(page, "WatchlistGlance-systemSmall-current.png?v=96"),
                 HasSubstr("<dd>2025-11-16T23:45:00Z</dd>"));
+}
+
+// Through the extension of the tests, misbehaving as `fault` says (and, for
+// VELMORA_FAULT_REQUEST, `request`) in the requests of `kind`.
+childprocess::Options faulty(const char* fault, const char* kind, const char* request = "") {
+    childprocess::Options options;
+    options.environment = {{"VELMORA_EXTENSION", VELMORA_FAULTY_EXTENSION},
+                           {"VELMORA_FAULT", fault},
+                           {"VELMORA_FAULT_KIND", kind},
+                           {"VELMORA_FAULT_REQUEST", request}};
+    return options;
+}
+
+const char* twoPlacements = R"([{"kind": "DailyBrief", "family": "systemLarge"},
+                                {"kind": "WatchlistGlance", "family": "systemSmall"}])";
+
+// A placement that has never been drawn, its every timeline failing, shows its placeholder.
+TEST(HostCommand, APlacementWhoseTimelinesFailShowsItsPlaceholder) {
+    Cli cli;
+    seed(cli);
+    const auto file = cli.file("placements.json", twoPlacements);
+    const auto out = cli.temp.folder() / "host";
+    const auto result =
+        cli({"--at", "2025-11-16T00:00:00Z", "host", "--simulate", "--until",
+             "2025-11-16T00:10:00Z", "--placements", file.string(), "--out", out.string()},
+            faulty("garbage", "DailyBrief", "timeline"));
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.err, HasSubstr("DailyBrief systemLarge: the extension sent a reply"));
+    EXPECT_EQ(pngSize(out / "DailyBrief-systemLarge-current.png"),
+              twice(WidgetFamily::systemLarge));
+    EXPECT_THAT(figureOf(slurp(out / "index.html"), "DailyBrief-systemLarge-current.png"),
+                HasSubstr("<dd>—</dd>"));
+}
+
+// Whether `done` comes true within `time`, looked at every 10 ms.
+bool within(std::chrono::milliseconds time, const std::function<bool()>& done) {
+    const auto deadline = std::chrono::steady_clock::now() + time;
+    while (!done() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return done();
+}
+
+// Whether the live host has written its first page.
+bool pageWritten(childprocess::ChildProcess& host) {
+    for (std::string line = "-"; !line.empty();)
+        if ((line = host.readLine()).starts_with("page: ")) return true;
+    return false;
+}
+
+// A write that fails (a full disk; here the file size limit, lowered while the host runs) is
+// one error line: the host goes on, its files stay whole, and the next reload writes them.
+TEST(HostCommand, AFailedWriteIsLoggedAndTheFilesAreWrittenAtTheNextReload) {
+    Cli cli;
+    seed(cli);
+    const auto out = cli.temp.folder() / "host";
+    // The brief's requests fail, so it is asked again after a second, two, four.
+    auto options = faulty("crash", "DailyBrief");
+    options.fileSizeLimit = 1 << 30;
+    auto host = cli.start(
+        {"host", "--placements", cli.file("p.json", twoPlacements).string(), "--out", out.string()},
+        options);
+    ASSERT_TRUE(pageWritten(host));
+    const auto inode = [&] {
+        struct stat info {};
+        return ::stat((out / "index.html").c_str(), &info) == 0 ? info.st_ino : 0;
+    };
+    const auto first = inode();
+    const auto limit = [&](rlim_t bytes) {
+        const rlimit set{bytes, 1 << 30};
+        return ::prlimit(host.pid(), RLIMIT_FSIZE, &set, nullptr) == 0;
+    };
+    ASSERT_TRUE(limit(1));
+    EXPECT_TRUE(within(std::chrono::seconds(5), [&] {
+        return host.waitFor(std::chrono::milliseconds(10)) == std::nullopt &&
+               host.err().find("File too large; trying again at the next reload") !=
+                   std::string::npos;
+    })) << host.err();
+    EXPECT_EQ(inode(), first);
+    ASSERT_TRUE(limit(1 << 30));
+    EXPECT_TRUE(within(std::chrono::seconds(8), [&] { return inode() != first; }));
+    host.signal(SIGTERM);
+    EXPECT_EQ(host.waitFor(std::chrono::seconds(5)), 0);
+    EXPECT_THAT(slurp(out / "index.html"), testing::EndsWith("</html>\n"));
+    EXPECT_EQ(filesIn(out),
+              (std::vector<std::string>{"WatchlistGlance-systemSmall-current.png", "index.html"}));
+}
+
+// A process's state as /proc shows it ("S", "Z"); empty when there is none.
+std::string processState(pid_t pid) {
+    std::string state;
+    std::ifstream("/proc/" + std::to_string(pid) + "/stat") >> state >> state >> state;
+    return state;
+}
+
+// The host's extension, a child of its worker thread, once it runs; 0 if none.
+pid_t extensionOf(const childprocess::ChildProcess& host) {
+    pid_t extension = 0;
+    (void)within(std::chrono::seconds(10), [&] {
+        for (const auto& task :
+             fs::directory_iterator("/proc/" + std::to_string(host.pid()) + "/task"))
+            if (extension == 0) std::ifstream(task.path() / "children") >> extension;
+        return extension != 0;
+    });
+    return extension;
+}
+
+// No host leaves its extension behind: one that ends while the host sleeps is reaped at once,
+// and SIGTERM while the host waits on a hung one stops the host within a second, the
+// extension with it.
+TEST(HostCommand, ReapsAnEndedExtensionAndStopsWithinASecondWithAHungOne) {
+    Cli cli;
+    seed(cli);
+    {
+        auto host = cli.start({"host", "--out", (cli.temp.folder() / "host").string()});
+        ASSERT_TRUE(pageWritten(host));
+        const pid_t extension = extensionOf(host);
+        ::kill(extension, SIGKILL);
+        EXPECT_TRUE(within(std::chrono::seconds(1), [&] { return processState(extension) == ""; }));
+    }
+    auto host = cli.start({"host", "--out", (cli.temp.folder() / "hung").string()},
+                          faulty("hang", "DailyBrief"));
+    const pid_t extension = extensionOf(host);
+    ASSERT_NE(extension, 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    host.signal(SIGTERM);
+    EXPECT_TRUE(within(std::chrono::seconds(1), [&] { return processState(host.pid()) == "Z"; }));
+    // Gone, or a zombie of a parent that is gone (this sandbox's init may not reap it).
+    const bool ended = within(std::chrono::milliseconds(500), [&] {
+        return processState(extension) == "" || processState(extension) == "Z";
+    });
+    EXPECT_TRUE(ended);
+    if (!ended) ::kill(extension, SIGKILL);  // it holds the host's pipes
+    EXPECT_EQ(host.waitFor(std::chrono::seconds(5)), 0);
 }
 
 TEST(HostCommand, BadPlacementsExitTwoNamingTheFileAndTheItem) {

@@ -453,21 +453,25 @@ TEST(Extension, RefusesAnswersBeyondWhatWasAsked) {
 }
 
 // The host and the painter agree on a drawing's pixels at any scale, a fraction's rounding
-// included: the real extension's drawings are taken in every family.
-TEST(Extension, TakesDrawingsAtEveryScale) {
+// included; and records at the store's cap fit a reply, which carries the entries' dates and
+// what the drawing shows, its texts cut to their bound, never the record.
+TEST(Extension, TakesDrawingsAtEveryScaleAndOfRecordsAtTheCap) {
     SeededStore store;
+    const auto filled = [&](const std::string& record, const char* key) {
+        return samples::with(record, key, std::string((1 << 20) - record.size() - 64, 'a'));
+    };
+    store.temp.putData("vmDailyBrief", filled(samples::brief, "summary"));
+    store.temp.putData("vmPortfolioSnapshot", filled(samples::snapshot, "sourceLabel"));
     Extension extension(store.extension(VELMORA_PROGRAM));
-    for (const auto family :
-         {WidgetFamily::systemSmall, WidgetFamily::systemMedium, WidgetFamily::systemLarge})
+    for (const auto& placement :
+         WidgetHost(widgets::VelmoraWidgetsBundle().body(), store.host()).allPlacements())
         for (const double scale : {1.0, 1.1, 2.2, 3.0}) {
-            const auto reload = extension.reload({"WatchlistGlance", family}, Request::placeholder,
-                                                 at, scale, ImageEncoding::argb32);
-            ASSERT_TRUE(reload) << reload.error().description;
+            const auto reload =
+                extension.reload(placement, Request::timeline, at, scale, ImageEncoding::argb32);
+            ASSERT_TRUE(reload) << placement.kind << ": " << reload.error().description;
             layout::DrawList list;
             list.canvas = reload->drawing->canvas;
-            const auto size = render::pixelSize(list, scale);
-            EXPECT_EQ(reload->drawing->width, size->width) << scale;
-            EXPECT_EQ(reload->drawing->height, size->height) << scale;
+            EXPECT_EQ(reload->drawing->width, render::pixelSize(list, scale)->width) << scale;
         }
 }
 
@@ -477,20 +481,14 @@ TEST(Extension, TakesDrawingsAtEveryScale) {
 TEST(Extension, DiedWhileIdleIsReapedAndLaunchedAgainAndAStopEndsAHungRequest) {
     SeededStore store;
     Extension extension(store.extension(VELMORA_PROGRAM));
-    // Kills the running extension and waits until it has ended, unreaped.
-    const auto kill = [&] {
-        const pid_t pid = *extension.processId();
-        ::kill(pid, SIGKILL);
-        pollfd ended{extension.endFd(), POLLIN, 0};
-        EXPECT_EQ(::poll(&ended, 1, 5000), 1);
-        return pid;
-    };
     pid_t died = -1;
-    for (int round = 0; round < 2; ++round) {
+    for (int round = 0; round < 2; ++round) {  // killed, it leaves a zombie until reaped
         const auto reload =
             extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none);
         ASSERT_TRUE(reload) << round << ": " << reload.error().description;
-        died = kill();
+        ::kill(died = *extension.processId(), SIGKILL);
+        pollfd ended{extension.endFd(), POLLIN, 0};
+        ASSERT_EQ(::poll(&ended, 1, 5000), 1);
     }
     extension.reapEnded();
     EXPECT_EQ(extension.processId(), std::nullopt);
