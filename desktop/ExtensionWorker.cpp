@@ -1,50 +1,69 @@
 #include "desktop/ExtensionWorker.h"
 
 #include <glib.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstdint>
 #include <memory>
 
 namespace desktop {
 
 ExtensionWorker::ExtensionWorker(hosting::ExtensionSettings settings)
     : m_extension(std::move(settings)),
-      m_thread([this](const std::stop_token& stop) { work(stop); }) {}
+      m_wake(::eventfd(0, EFD_CLOEXEC)),
+      m_thread([this] { work(); }) {}
 
 ExtensionWorker::~ExtensionWorker() {
-    m_thread.request_stop();
+    m_stopping = true;
+    wake();
     m_extension.stop();
+    m_thread.join();
 }
 
 void ExtensionWorker::post(Job job) {
-    const std::lock_guard lock(m_mutex);
-    m_jobs.push_back(std::move(job));
-    m_wake.notify_one();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_jobs.push_back(std::move(job));
+    }
+    wake();
 }
 
-void ExtensionWorker::work(const std::stop_token& stop) {
-    while (true) {
-        Job job;
-        {
-            std::unique_lock lock(m_mutex);
-            const auto posted = [&] { return !m_jobs.empty(); };
-            // While an extension runs, the worker looks every second whether it ended (after its
-            // idle time): an ended one is reaped then, no zombie for longer.
-            if (m_extension.processId() ? !m_wake.wait_for(lock, stop, reapInterval, posted)
-                                        : !m_wake.wait(lock, stop, posted)) {
-                if (stop.stop_requested()) return;
-                m_extension.reapEnded();
-                continue;
-            }
-            job = std::move(m_jobs.front());
-            m_jobs.pop_front();
+void ExtensionWorker::wake() const {
+    const std::uint64_t one = 1;
+    (void)!::write(m_wake.get(), &one, sizeof one);
+}
+
+void ExtensionWorker::work() {
+    while (!m_stopping) {
+        // Its jobs, and the end of the extension while one runs (its process descriptor).
+        pollfd watched[2] = {{m_wake.get(), POLLIN, 0}, {m_extension.endFd(), POLLIN, 0}};
+        if (::poll(watched, 2, -1) < 0 && errno != EINTR) return;
+        if (watched[1].revents != 0) m_extension.reapEnded();
+        if (watched[0].revents != 0) {
+            std::uint64_t posted = 0;
+            (void)!::read(m_wake.get(), &posted, sizeof posted);
         }
-        g_idle_add_once(
-            [](gpointer done) {
-                std::unique_ptr<std::function<void()>> then(
-                    static_cast<std::function<void()>*>(done));
-                (*then)();
-            },
-            new std::function<void()>(job(m_extension)));
+        while (!m_stopping) {
+            Job job;
+            {
+                const std::lock_guard lock(m_mutex);
+                if (m_jobs.empty()) break;
+                job = std::move(m_jobs.front());
+                m_jobs.pop_front();
+            }
+            auto then = job(m_extension);
+            if (m_stopping) break;  // the board is going: nothing of it is left to call
+            g_idle_add_once(
+                [](gpointer done) {
+                    std::unique_ptr<std::function<void()>> call(
+                        static_cast<std::function<void()>*>(done));
+                    (*call)();
+                },
+                new std::function<void()>(std::move(then)));
+        }
     }
 }
 

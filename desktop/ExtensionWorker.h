@@ -1,20 +1,20 @@
 #pragma once
 
 #include "hosting/Extension.h"
+#include "platform/OwnedFd.h"
 
-#include <chrono>
-#include <condition_variable>
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <mutex>
-#include <stop_token>
 #include <thread>
 
 namespace desktop {
 
 // Runs the board's reloads in the extension on a thread of its own, one job at a time in order,
 // so that a slow or hung extension (2 s at most a request) never holds up the window. What a job
-// returns then runs on the main loop.
+// returns then runs on the main loop. Between jobs the thread sleeps until a job comes or the
+// extension ends (after its idle time), when it reaps it at once: nothing wakes in between.
 class ExtensionWorker {
 public:
     using Job = std::function<std::function<void()>(hosting::Extension&)>;
@@ -29,15 +29,15 @@ public:
     void post(Job job);
 
 private:
-    void work(const std::stop_token& stop);
-
-    static constexpr std::chrono::seconds reapInterval{1};
+    void wake() const;
+    void work();
 
     hosting::Extension m_extension;
+    platform::OwnedFd m_wake;  // an eventfd: jobs posted, or the stop
+    std::atomic<bool> m_stopping = false;
     std::mutex m_mutex;
-    std::condition_variable_any m_wake;
     std::deque<Job> m_jobs;
-    std::jthread m_thread;  // last: it starts once the rest is made, and ends first
+    std::thread m_thread;  // last: it starts once the rest is made
 };
 
 }  // namespace desktop
