@@ -245,8 +245,8 @@ platform::Result<void> Extension::launch() {
         return platform::Error{std::string("cannot make its socket: ") + std::strerror(errno)};
     OwnedFd ours(sockets[0]);
     OwnedFd theirs(sockets[1]);
-    // Its standard output and error: a pipe the host reads once it has ended. Its end never
-    // blocks: what does not fit is lost.
+    // Its standard output and error: a pipe the host reads after each answer and once it has
+    // ended. Its end never blocks: what does not fit is lost.
     int log[2];
     if (::pipe2(log, O_CLOEXEC | O_NONBLOCK) != 0)
         return platform::Error{std::string("cannot make its log: ") + std::strerror(errno)};
@@ -317,23 +317,29 @@ Extension::Ending Extension::reap(bool mayEndItself) {
     }
     m_pid = -1;
     m_pidFd = OwnedFd();
-    forwardLog();
+    forwardLog(true);
     return {status, ownEnd};
 }
 
-void Extension::forwardLog() {
-    std::string written;
+void Extension::forwardLog(bool ended) {
+    if (!m_log.valid()) return;
     char buffer[4096];
-    for (ssize_t n;
-         written.size() < forwardedBytes && (n = ::read(m_log.get(), buffer, sizeof buffer)) > 0;)
-        written.append(buffer, std::size_t(n));
-    m_log = OwnedFd();
-    std::string_view rest(written);
-    while (!rest.empty()) {
-        const auto end = std::min(rest.find('\n'), rest.size());
-        const std::string line = forwardedLine(rest.substr(0, end));
+    for (ssize_t n; m_logForwarded + m_logPending.size() < forwardedBytes &&
+                    (n = ::read(m_log.get(), buffer, sizeof buffer)) > 0;)
+        m_logPending.append(buffer, std::size_t(n));
+    // Whole lines as they come; the rest once the extension has ended.
+    for (std::size_t end; (end = m_logPending.find('\n')) != std::string::npos ||
+                          (ended && !m_logPending.empty());) {
+        end = std::min(end, m_logPending.size());
+        const std::string line = forwardedLine(std::string_view(m_logPending).substr(0, end));
         (void)!::write(STDERR_FILENO, line.data(), line.size());
-        rest.remove_prefix(std::min(end + 1, rest.size()));
+        m_logForwarded += end + 1;
+        m_logPending.erase(0, std::min(end + 1, m_logPending.size()));
+    }
+    if (ended) {
+        m_log = OwnedFd();
+        m_logPending.clear();
+        m_logForwarded = 0;
     }
 }
 
@@ -352,6 +358,7 @@ void Extension::reapEnded() {
     m_pid = -1;
     m_pidFd = OwnedFd();
     m_channel.reset();
+    forwardLog(true);
 }
 
 void Extension::stop() {
@@ -416,6 +423,7 @@ platform::Result<ReceivedMessage> Extension::exchange(const ExtensionMessage& re
         auto reply = sent || sent.error().kind == ChannelError::Kind::closed
                          ? awaitReply(messageId(request))
                          : platform::Result<ReceivedMessage>(fail(sent.error().description));
+        forwardLog(false);  // what it wrote while answering, a line at a time
         if (!reply || !std::holds_alternative<Goodbye>(reply->message)) return reply;
         end();
     }

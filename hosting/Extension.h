@@ -141,7 +141,9 @@ private:
     Ending reap(bool mayEndItself);
     // Writes what the ended process wrote on its standard output and error on the host's
     // standard error, line by line.
-    void forwardLog();
+    // Writes what the extension wrote as lines of the host's standard error: its whole lines,
+    // and when it has `ended`, the rest. At most forwardedBytes a process.
+    void forwardLog(bool ended);
     // Ends the process after a failure and says what happened: `what`, or, when it `closed` its
     // socket and died, its own end followed by `closed` (" without answering").
     platform::Error fail(const std::string& what, std::optional<std::string> closed = std::nullopt);
@@ -157,7 +159,9 @@ private:
     bool m_stopped = false;
     pid_t m_pid = -1;
     platform::OwnedFd m_pidFd;
-    platform::OwnedFd m_log;  // the read end of its standard output and error
+    platform::OwnedFd m_log;   // the read end of its standard output and error
+    std::string m_logPending;  // read, not yet a whole line
+    std::size_t m_logForwarded = 0;
     std::optional<ipc::ExtensionChannel> m_channel;
     std::uint32_t m_lastId = 0;
     std::vector<std::shared_ptr<ExtensionMemory>> m_buffers;

@@ -315,17 +315,22 @@ TEST(Confinement, LandlockRefusesEveryWrite) {
     EXPECT_EQ(diskstate::DiskState(store.temp.folder()), before);
 }
 
-// What the extension writes reaches the host's standard error a line at a time, each marked as
-// the extension's, cut to 512 bytes, with every control character escaped.
+// What the extension writes reaches the host's standard error a line at a time as it answers,
+// each marked as the extension's, cut to 512 bytes, with every control character escaped.
 TEST(Extension, WhatItWritesReachesTheHostAsEscapedLinesOfItsOwn) {
     SeededStore store;
     inject("noise", "", "0");
     testing::internal::CaptureStderr();
+    std::string whileItRuns;
     {
         Extension extension(store.extension(VELMORA_FAULTY_EXTENSION));
         EXPECT_TRUE(extension.reload(brief, Request::placeholder, at, 2, ImageEncoding::none));
+        // Its whole lines come with its answer, not when it ends.
+        whileItRuns = testing::internal::GetCapturedStderr();
+        EXPECT_THAT(whileItRuns, HasSubstr("warning: its own\n"));
+        testing::internal::CaptureStderr();
     }
-    std::stringstream written(testing::internal::GetCapturedStderr());
+    std::stringstream written(whileItRuns + testing::internal::GetCapturedStderr());
     std::vector<std::string> lines;
     for (std::string line; std::getline(written, line);) lines.push_back(line);
     const std::string prefix = "velmora-widgets extension: ";
