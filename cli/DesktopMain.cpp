@@ -2,10 +2,15 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
+#include <exception>
+
 // The board program: what `velmora-widgets desktop` starts, with the options that chose the
 // store, the language and the placements. It links the toolkit and none of the widgets: their
 // names and drawings come from the extension it launches, `velmora-widgets extension`.
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
     hosting::ExtensionOptions extension;
     desktop::DesktopOptions options;
     CLI::App app{"The Velmora widgets on a board on the desktop.", "velmora-widgets-desktop"};
@@ -21,4 +26,17 @@ int main(int argc, char** argv) {
     app.require_subcommand(1, 1);
     CLI11_PARSE(app, argc, argv);
     return desktop::runDesktopBoard(extension, options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // Nothing of ours throws; what a library might (an allocation that fails) ends the board
+    // with one line rather than an abort.
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "velmora-widgets-desktop: error: %s\n", error.what());
+        return 1;
+    }
 }

@@ -82,8 +82,8 @@ void printStopped(std::string_view signal) {
 // extension process; one that fails there is one error line, and the host goes on.
 class HostRun {
 public:
-    HostRun(const WidgetHost& widgets, std::vector<Placement> placements, std::filesystem::path out,
-            platform::StopSignals signals)
+    HostRun(const WidgetHost& widgets, const std::vector<Placement>& placements,
+            std::filesystem::path out, platform::StopSignals signals)
         : m_extension(extensionSettings({widgets.settings().storeDirectory,
                                          widgets.settings().locale, widgets.settings().timeZone})),
           m_scale(widgets.settings().scale),
@@ -122,7 +122,7 @@ public:
                                   {m_scale, ImageEncoding::png});
                     if (outcome.reload) {
                         last.requests.push_back(*latest);
-                        last.requests.back().drawing = std::move(outcome.reload->drawing);
+                        last.requests.back().drawing = outcome.reload->drawing;
                         continue;
                     }
                     last.failures.push_back(
@@ -290,7 +290,7 @@ CommandResult run(const HostOptions& options, const GlobalOptions& globals,
     auto signals = platform::StopSignals::open();
     if (!signals) return CommandError::failure(signals.error().description);
 
-    HostRun host(widgets, std::move(placements), options.out, std::move(signals).value());
+    HostRun host(widgets, placements, options.out, std::move(signals).value());
     return options.simulate ? host.simulate(start, *until) : host.live(until);
 }
 

@@ -502,6 +502,7 @@ private:
                 again.push_back({i, record->placement, record->requestedAt});
         m_worker->post([this, again, drawing = drawingOptions()](Extension& extension) {
             std::vector<ReloadOutcome> outcomes;
+            outcomes.reserve(again.size());
             for (const auto& reload : again)
                 outcomes.push_back(runReload(extension, reload, drawing));
             return [this, outcomes = std::move(outcomes)] {

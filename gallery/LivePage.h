@@ -41,7 +41,7 @@ public:
     // Makes a card and its image of each drawing a session's update brought, and of the
     // placeholder of a placement whose first reload failed, then the page with every card so
     // far. A request without a drawing (a simulation's) leaves its placement's card as it was.
-    [[nodiscard]] PageUpdate update(const hosting::SessionUpdate& update);
+    [[nodiscard]] PageUpdate update(const hosting::SessionUpdate& session);
 
 private:
     std::vector<timeline::WidgetDescription> m_widgets;

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <iterator>
 #include <system_error>
 #include <thread>
 
@@ -212,8 +213,8 @@ platform::Result<FileState> fileState(const std::filesystem::path& file) {
     FileState state;
     for (int i = 24; i < 28; ++i) state.changeCounter = state.changeCounter << 8 | header[i];
     // The file format's write and read versions are 2 in write-ahead-log mode.
-    constexpr std::string_view magic{"SQLite format 3", 16};
-    state.writeAheadLog = std::equal(magic.begin(), magic.end(), header.begin()) &&
+    constexpr char magic[] = "SQLite format 3";  // 16 bytes, its NUL included
+    state.writeAheadLog = std::equal(std::begin(magic), std::end(magic), header.begin()) &&
                           (header[18] == 2 || header[19] == 2);
     // A journal's header stays zero until the writer has synced it, just before it changes
     // the database file; SQLite tells a hot journal by the same byte.
