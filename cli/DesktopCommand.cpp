@@ -23,6 +23,8 @@ namespace {
 struct DesktopCommandOptions {
     std::string placementsFile;  // empty: the user's
     std::string autostart;       // "on", "off" or empty
+    bool window = false;
+    bool noDesktopLayer = false;
 };
 
 // The board program: the toolkit's libraries are linked into it alone, so that the short
@@ -74,6 +76,8 @@ std::vector<std::string> boardArguments(const std::string& program, const Global
     option("--time-zone", globals.timeZone);
     arguments.push_back("desktop");
     option("--placements", options.placementsFile);
+    if (options.window) arguments.push_back("--window");
+    if (options.noDesktopLayer) arguments.push_back("--no-desktop-layer");
     return arguments;
 }
 
@@ -132,7 +136,8 @@ void registerDesktopCommand(CLI::App& app, GlobalOptions& globals) {
     auto options = std::make_shared<DesktopCommandOptions>();
     CLI::App* command = app.add_subcommand(
         "desktop",
-        "Show the placed widgets in a window on the desktop; a click opens a widget's link");
+        "Show the placed widgets on the desktop (in a window where the desktop has no layer for "
+        "them); a click opens a widget's link, a drag moves it");
     command
         ->add_option("--placements", options->placementsFile,
                      "The placements to show and keep (default: "
@@ -143,6 +148,10 @@ void registerDesktopCommand(CLI::App& app, GlobalOptions& globals) {
                      "Start the board when the user logs in (on), or no longer (off), and exit")
         ->check(CLI::IsMember({"on", "off"}))
         ->type_name("on|off");
+    command->add_flag("--window", options->window,
+                      "Open the board's window, where widgets are added and removed");
+    command->add_flag("--no-desktop-layer", options->noDesktopLayer,
+                      "Show the widgets in the window alone, not on the desktop");
     command->callback([&globals, options] { globals.finish(run(*options, globals)); });
 }
 

@@ -23,6 +23,10 @@ int run(int argc, char** argv) {
     CLI::App* board = app.add_subcommand("desktop", "Show the placed widgets");
     board->add_option("--placements", options.placementsFile, "The placements to show and keep")
         ->type_name("FILE");
+    board->add_flag("--window", options.window,
+                    "Open the board's window, where widgets are added and removed");
+    board->add_flag("--no-desktop-layer", options.noDesktopLayer,
+                    "Show the widgets in the window alone, not on the desktop");
     app.require_subcommand(1, 1);
     CLI11_PARSE(app, argc, argv);
     return desktop::runDesktopBoard(extension, options);

@@ -1,6 +1,8 @@
 #include "desktop/DesktopApp.h"
 
+#include "desktop/DesktopCells.h"
 #include "desktop/DesktopGrid.h"
+#include "desktop/DesktopLayer.h"
 #include "desktop/DesktopSettings.h"
 #include "desktop/ExtensionWorker.h"
 #include "hosting/DesktopPlacements.h"
@@ -327,7 +329,8 @@ velmora-widget:disabled { opacity: 0.35; }
 class BoardApp {
 public:
     BoardApp(const ExtensionOptions& extension, const DesktopOptions& options)
-        : m_placementsFile(options.placementsFile.empty()
+        : m_options(options),
+          m_placementsFile(options.placementsFile.empty()
                                ? userPlacementsFile()
                                : std::filesystem::path(options.placementsFile)),
           m_worker(std::make_unique<ExtensionWorker>(boardExtensionSettings(extension))) {
@@ -379,10 +382,45 @@ private:
                                   return G_SOURCE_REMOVE;
                               }),
                               m_app);
+        if (!m_options.noDesktopLayer) openDesktopLayer();
+        startTimer();
+        describe();
     }
 
-    // The first launch builds the board; every later one shows it.
+    // The widgets go on the desktop layer of the display server the toolkit runs on, if it has
+    // one; the application then lives on without a window.
+    void openDesktopLayer() {
+        DesktopLayerEvents events;
+        events.activated = [this](std::size_t index) {
+            if (index < m_drawn.size() && m_drawn[index] && m_drawn[index]->link)
+                openLink(*m_drawn[index]->link);
+        };
+        events.moved = [this](std::size_t index, const DesktopCell& cell) {
+            if (index >= m_cells.size()) return;
+            m_cells[index] = cell;
+            save();
+        };
+        events.scaleChanged = [this] { scaleChanged(); };
+        events.presented = [this] { painted(); };
+        const std::string display = G_OBJECT_TYPE_NAME(gdk_display_get_default());
+        if (display == "GdkWaylandDisplay")
+            m_layer = openWaylandDesktopLayer(std::move(events), boardSettings);
+        else if (display == "GdkX11Display")
+            m_layer = openX11DesktopLayer(std::move(events), boardSettings);
+        if (!m_layer) {
+            g_log(logDomain, G_LOG_LEVEL_MESSAGE,
+                  "no desktop layer on this display: the widgets stand in the board's window");
+            return;
+        }
+        g_log(logDomain, G_LOG_LEVEL_MESSAGE, "the widgets stand on the desktop: %s",
+              std::string(m_layer->kind()).c_str());
+        g_application_hold(G_APPLICATION(m_app));
+    }
+
+    // The first launch opens the window when it is asked for, or when the widgets have nowhere
+    // else to stand; every later launch opens it.
     void activate() {
+        if (!std::exchange(m_activated, true) && m_layer && !m_options.window) return;
         if (m_window == nullptr) buildWindow();
         gtk_window_present(GTK_WINDOW(m_window));
     }
@@ -431,8 +469,31 @@ private:
         gtk_overlay_add_overlay(GTK_OVERLAY(overlay), m_message);
         gtk_window_set_child(GTK_WINDOW(m_window), overlay);
 
-        gtk_widget_set_visible(m_emptyLabel, FALSE);
+        const auto& placed = m_session.placements();
+        for (std::size_t i = 0; i < placed.size(); ++i) {
+            addView(placed[i]);
+            if (m_drawn[i]) showDrawing(m_views[i], *m_drawn[i]);
+        }
+        gtk_widget_set_visible(m_emptyLabel, m_described && m_views.empty());
 
+        g_signal_connect_swapped(m_window, "notify::scale-factor",
+                                 G_CALLBACK(+[](BoardApp* self) { self->scaleChanged(); }), this);
+        g_signal_connect_swapped(m_window, "realize",
+                                 G_CALLBACK(+[](BoardApp* self) { self->realized(); }), this);
+        g_signal_connect_swapped(m_window, "destroy",
+                                 G_CALLBACK(+[](BoardApp* self) { self->windowClosed(); }), this);
+        gtk_widget_realize(m_window);
+    }
+
+    // The widgets on the desktop stay when the window closes; what showed them in it goes.
+    void windowClosed() {
+        if (m_messageTimeout != 0) g_source_remove(m_messageTimeout);
+        m_messageTimeout = 0;
+        m_window = m_grid = m_emptyLabel = m_message = m_messageLabel = m_gallery = nullptr;
+        m_views.clear();
+    }
+
+    void startTimer() {
         if (auto timer = platform::WakeTimer::create()) {
             m_timer.emplace(std::move(timer).value());
             m_timerSource = g_unix_fd_add(
@@ -446,13 +507,6 @@ private:
             showMessage(timer.error().description +
                         ": the widgets will not follow their reload dates");
         }
-
-        g_signal_connect_swapped(m_window, "notify::scale-factor",
-                                 G_CALLBACK(+[](BoardApp* self) { self->scaleChanged(); }), this);
-        g_signal_connect_swapped(m_window, "realize",
-                                 G_CALLBACK(+[](BoardApp* self) { self->realized(); }), this);
-        gtk_widget_realize(m_window);
-        describe();
     }
 
     // The board knows the bundle's widgets from the extension alone: it asks for them first,
@@ -465,9 +519,10 @@ private:
     }
 
     void placeWidgets(const platform::Result<std::vector<WidgetDescription>>& described) {
+        m_described = true;
         if (!described) {
             showMessage("The widgets cannot be listed: " + described.error().description);
-            gtk_widget_set_visible(m_emptyLabel, TRUE);
+            if (m_emptyLabel != nullptr) gtk_widget_set_visible(m_emptyLabel, TRUE);
             return;
         }
         m_widgets = *described;
@@ -476,41 +531,75 @@ private:
             showMessage(placements.error().description + "; showing the first-run widgets");
             placements = firstRunPlacements();
         }
-        for (const auto& placement : *placements) {
-            if (describedWidget(m_widgets, placement.kind) && m_session.place(placement))
-                addView(placement);
+        for (const auto& [placement, cell] : *placements) {
+            if (!describedWidget(m_widgets, placement.kind) || !m_session.place(placement))
+                continue;
+            m_cells.push_back(cell);
+            m_drawn.emplace_back();
+            if (m_window != nullptr) addView(placement);
         }
+        placeOnDesktop();
         updateEmptyState();
         refresh();
     }
 
+    // The desktop layer's surfaces made anew for the placements, with what each showed.
+    void placeOnDesktop() {
+        if (!m_layer) return;
+        std::vector<DesktopWidget> widgets;
+        for (std::size_t i = 0; i < m_cells.size(); ++i) {
+            const auto& placement = m_session.placements()[i];
+            widgets.push_back(
+                {layout::defaults::canvasSize(placement.family), m_cells[i], label(placement)});
+        }
+        m_layer->place(widgets);
+        for (std::size_t i = 0; i < m_drawn.size(); ++i)
+            if (m_drawn[i]) m_layer->show(i, *m_drawn[i]);
+    }
+
     void realized() {
-        m_scale = gtk_widget_get_scale_factor(m_window);
         GdkFrameClock* clock = gtk_widget_get_frame_clock(m_window);
         g_signal_connect_swapped(clock, "after-paint",
                                  G_CALLBACK(+[](BoardApp* self) { self->painted(); }), this);
+        scaleChanged();
     }
 
+    // The scale a placement is drawn at: that of the output it stands on when it is on the
+    // desktop (the window, if open, shows it scaled), else the window's.
+    int scaleOf(std::size_t index) const {
+        if (m_layer) return m_layer->scaleOf(index);
+        return m_window != nullptr ? gtk_widget_get_scale_factor(m_window) : 1;
+    }
+
+    DrawingOptions drawingOptions(int scale) const {
+        return {double(scale), ImageEncoding::argb32, boardSettings.cornerRadius};
+    }
+
+    // The widgets whose drawings are at another scale than they are wanted at now are drawn
+    // again: the same reload, at its date.
     void scaleChanged() {
-        const int scale = gtk_widget_get_scale_factor(m_window);
-        if (scale == m_scale) return;
-        m_scale = scale;
-        // Each widget's entry drawn again at the new scale: the same reload, at its date.
-        std::vector<DueReload> again;
-        for (std::size_t i = 0; i < m_views.size(); ++i)
-            if (const auto& record = m_session.latest(i))
-                again.push_back({i, record->placement, record->requestedAt});
-        m_worker->post([this, again, drawing = drawingOptions()](Extension& extension) {
+        std::vector<std::pair<DueReload, DrawingOptions>> again;
+        const auto& placed = m_session.placements();
+        for (std::size_t i = 0; i < placed.size(); ++i) {
+            const auto& record = m_session.latest(i);
+            const int scale = scaleOf(i);
+            const double width = layout::defaults::canvasSize(placed[i].family).width;
+            if (record && m_drawn[i] && m_drawn[i]->width != int(width * scale))
+                again.push_back(
+                    {{i, record->placement, record->requestedAt}, drawingOptions(scale)});
+        }
+        if (again.empty()) return;
+        m_worker->post([this, again](Extension& extension) {
             std::vector<ReloadOutcome> outcomes;
             outcomes.reserve(again.size());
-            for (const auto& reload : again)
+            for (const auto& [reload, drawing] : again)
                 outcomes.push_back(runReload(extension, reload, drawing));
             return [this, outcomes = std::move(outcomes)] {
                 for (const auto& outcome : outcomes)
                     if (outcome.reload && outcome.reload->drawing)
                         if (auto drawn =
                                 drawnWidget(*outcome.reload->drawing, label(outcome.due.placement)))
-                            show(outcome.due.placement, *drawn);
+                            show(outcome.due.placement, std::move(*drawn));
             };
         });
     }
@@ -526,10 +615,8 @@ private:
         m_views.push_back(view);
     }
 
-    void updateEmptyState() { gtk_widget_set_visible(m_emptyLabel, m_views.empty()); }
-
-    DrawingOptions drawingOptions() const {
-        return {double(m_scale), ImageEncoding::argb32, boardSettings.cornerRadius};
+    void updateEmptyState() {
+        if (m_emptyLabel != nullptr) gtk_widget_set_visible(m_emptyLabel, m_views.empty());
     }
 
     // Has the due reloads made in the extension off the main loop, then shows what came back and
@@ -544,15 +631,17 @@ private:
         auto due = m_session.due(now);
         if (due.empty()) return armTimer();
         m_asking = true;
-        m_worker->post(
-            [this, due = std::move(due), now, drawing = drawingOptions()](Extension& extension) {
-                std::vector<ReloadOutcome> outcomes;
-                for (const auto& reload : due)
-                    outcomes.push_back(runReload(extension, reload, drawing));
-                return [this, outcomes = std::move(outcomes), now]() mutable {
-                    answered(std::move(outcomes), now);
-                };
-            });
+        std::vector<DrawingOptions> drawings;
+        for (const auto& reload : due) drawings.push_back(drawingOptions(scaleOf(reload.index)));
+        m_worker->post([this, due = std::move(due), drawings = std::move(drawings),
+                        now](Extension& extension) {
+            std::vector<ReloadOutcome> outcomes;
+            for (std::size_t i = 0; i < due.size(); ++i)
+                outcomes.push_back(runReload(extension, due[i], drawings[i]));
+            return [this, outcomes = std::move(outcomes), now]() mutable {
+                answered(std::move(outcomes), now);
+            };
+        });
     }
 
     // The widget's display name, as the board's label and a screen reader say it.
@@ -575,11 +664,11 @@ private:
                 continue;
             }
             m_session.shown(record.index);
-            showDrawing(m_views[record.index], *drawn);
+            present(record.index, std::move(*drawn));
         }
         for (const auto& placeholder : update.placeholders)
             if (auto drawn = drawnWidget(*placeholder.reload.drawing, label(placeholder.placement)))
-                showDrawing(m_views[placeholder.index], *drawn);
+                present(placeholder.index, std::move(*drawn));
         for (const auto& failure : update.failures)
             g_warning("%s %s: %s; asking again at %s", failure.placement.kind.c_str(),
                       std::string(name(failure.placement.family)).c_str(),
@@ -592,11 +681,19 @@ private:
         if (m_redrawStarted) m_ourPart = std::chrono::steady_clock::now() - *m_redrawStarted;
     }
 
-    // Shows a drawing on the view of its placement, if that is still on the board.
-    void show(const Placement& placement, const DrawnWidget& drawn) {
+    // Shows a drawing of a placement, if that is still on the board.
+    void show(const Placement& placement, DrawnWidget drawn) {
         const auto& placed = m_session.placements();
         const auto found = std::find(placed.begin(), placed.end(), placement);
-        if (found != placed.end()) showDrawing(m_views[std::size_t(found - placed.begin())], drawn);
+        if (found != placed.end()) present(std::size_t(found - placed.begin()), std::move(drawn));
+    }
+
+    // Shows the drawing of the placement at `index` wherever the placement stands: in the
+    // window, on the desktop, or both.
+    void present(std::size_t index, DrawnWidget drawn) {
+        if (index < m_views.size()) showDrawing(m_views[index], drawn);
+        if (m_layer) m_layer->show(index, drawn);
+        m_drawn[index] = std::move(drawn);
     }
 
     // The timer fires at the next reload date on the real-time clock, and also when the clock is
@@ -643,8 +740,8 @@ private:
             showMessage("No app on this computer opens " + scheme + ": links");
             return;
         }
-        GdkAppLaunchContext* context =
-            gdk_display_get_app_launch_context(gtk_widget_get_display(m_window));
+        GdkAppLaunchContext* context = gdk_display_get_app_launch_context(
+            m_window != nullptr ? gtk_widget_get_display(m_window) : gdk_display_get_default());
         GList uris{const_cast<char*>(uri.c_str()), nullptr, nullptr};
         GError* error = nullptr;
         if (!g_app_info_launch_uris(handler, &uris, G_APP_LAUNCH_CONTEXT(context), &error)) {
@@ -674,13 +771,19 @@ private:
     }
 
     void save() {
-        if (auto saved = saveBoardPlacements(m_placementsFile, m_session.placements()); !saved)
+        std::vector<PlacedWidget> placed;
+        for (std::size_t i = 0; i < m_cells.size(); ++i)
+            placed.push_back({m_session.placements()[i], m_cells[i]});
+        if (auto saved = saveBoardPlacements(m_placementsFile, placed); !saved)
             showMessage(saved.error().description);
     }
 
     void place(const Placement& placement) {
         if (!m_session.place(placement)) return;
+        m_cells.emplace_back();
+        m_drawn.emplace_back();
         addView(placement);
+        placeOnDesktop();
         updateEmptyState();
         save();
         refresh();
@@ -705,8 +808,11 @@ private:
         if (found == m_views.end()) return;
         const auto index = std::size_t(found - m_views.begin());
         m_session.remove(index);
+        m_cells.erase(m_cells.begin() + std::ptrdiff_t(index));
+        m_drawn.erase(m_drawn.begin() + std::ptrdiff_t(index));
         m_views.erase(found);
         gtk_widget_unparent(view);
+        placeOnDesktop();
         updateEmptyState();
         save();
         armTimer();
@@ -769,7 +875,8 @@ private:
             nullptr);
         // The placeholder comes from the extension; the view waits for it, held until then.
         g_object_ref(view);
-        m_worker->post([view, placement, drawing = drawingOptions(),
+        m_worker->post([view, placement,
+                        drawing = drawingOptions(gtk_widget_get_scale_factor(m_window)),
                         label = label(placement) + ", " +
                                 familyCaption(placement.family)](Extension& extension) {
             const auto reload =
@@ -794,11 +901,19 @@ private:
         return preview;
     }
 
+    DesktopOptions m_options;
     std::vector<WidgetDescription> m_widgets;  // the bundle's, as the extension describes them
+    bool m_described = false;                  // the extension has been asked for them
     std::filesystem::path m_placementsFile;
     HostingSession m_session;  // the placed widgets, their timelines and reload dates
-    bool m_asking = false;     // the worker is asking for the due timelines
-    bool m_askAgain = false;   // refresh once it has answered
+    // Per placement, in the session's order: its cell on the desktop, once the user moved it,
+    // and the drawing it shows.
+    std::vector<std::optional<DesktopCell>> m_cells;
+    std::vector<std::optional<DrawnWidget>> m_drawn;
+    std::unique_ptr<DesktopLayer> m_layer;  // none: the widgets stand in the window alone
+    bool m_activated = false;
+    bool m_asking = false;    // the worker is asking for the due timelines
+    bool m_askAgain = false;  // refresh once it has answered
     GtkApplication* m_app = nullptr;
     GtkWidget* m_window = nullptr;
     GtkWidget* m_grid = nullptr;
@@ -806,8 +921,7 @@ private:
     GtkWidget* m_message = nullptr;
     GtkWidget* m_messageLabel = nullptr;
     GtkWidget* m_gallery = nullptr;
-    std::vector<GtkWidget*> m_views;  // one per placement, in placement order
-    int m_scale = 1;
+    std::vector<GtkWidget*> m_views;  // while the window is open: one per placement, in order
     std::optional<platform::WakeTimer> m_timer;
     guint m_timerSource = 0;
     guint m_messageTimeout = 0;

@@ -4,7 +4,9 @@
 # fonts: every script a locale or a record may need; GTK 4: the desktop board; Xvfb, xauth,
 # xdotool, dbus, ImageMagick, at-spi2-core and python3-dbus: its tests on a real X server with
 # real clicks, screenshots and the accessibility bus; desktop-file-utils and appstream: the checks
-# of its data files).
+# of its data files; the Wayland and X11 client libraries, wayland-scanner and the protocols
+# Debian ships: the widgets on the desktop layer; sway, swaybg and grim: its test on a headless
+# Wayland compositor; openbox and the X utilities: its test under an EWMH window manager).
 set -euo pipefail
 packages=(cmake ninja-build g++ clang libclang-rt-dev clang-format clang-tidy pkg-config
   libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libfontconfig-dev libpng-dev zlib1g-dev libisal-dev
@@ -12,7 +14,10 @@ packages=(cmake ninja-build g++ clang libclang-rt-dev clang-format clang-tidy pk
   fonts-inter fonts-jetbrains-mono fonts-noto-core fonts-noto-cjk fonts-noto-color-emoji
   chromium time pango1.0-tools
   libgtk-4-dev xvfb xauth xdotool dbus imagemagick desktop-file-utils appstream
-  at-spi2-core python3 python3-dbus "$@")
+  at-spi2-core python3 python3-dbus
+  libwayland-dev libwayland-bin wayland-protocols libx11-dev libxext-dev
+  sway swaybg grim
+  openbox x11-utils "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -74,19 +74,35 @@ TEST(DesktopPlacements, SavedPlacementsLoadBackAndAMissingFileGivesTheFirstRun) 
     const auto file = folder.folder() / "config" / "velmora" / "placements.json";
     EXPECT_EQ(*loadBoardPlacements(file, host.describe()), firstRunPlacements());
 
-    for (const std::vector<Placement>& placements :
-         {std::vector<Placement>{{"DailyBrief", WidgetFamily::systemLarge},
-                                 {"WatchlistGlance", WidgetFamily::systemSmall}},
-          std::vector<Placement>{}}) {
+    // Cells are kept beside the placements; a file from before cells reads as placements alone.
+    for (const std::vector<PlacedWidget>& placements :
+         {std::vector<PlacedWidget>{
+              {{"DailyBrief", WidgetFamily::systemLarge}, {}},
+              {{"WatchlistGlance", WidgetFamily::systemSmall}, DesktopCell{"DP-1", 3, 0}},
+              {{"WatchlistGlance", WidgetFamily::systemMedium}, DesktopCell{"", 0, 2}}},
+          std::vector<PlacedWidget>{}}) {
         ASSERT_TRUE(saveBoardPlacements(file, placements).ok());
         EXPECT_EQ(*loadBoardPlacements(file, host.describe()), placements);
     }
-    for (const char* text : {"{", R"([{"kind": "DailyBrief", "family": "systemSmall"}])"}) {
-        std::ofstream(file) << text;
+    std::ofstream(file) << R"([{"kind": "DailyBrief", "family": "systemSmall"}])";
+    EXPECT_FALSE(loadBoardPlacements(file, host.describe()).ok()) << "no small brief";
+
+    // A cell that is not whole, negative or far off any screen is the file's fault, named.
+    for (const char* cell : {R"("column": 1)", R"("column": 1, "row": -1)",
+                             R"("column": 1.5, "row": 0)", R"("column": 1, "row": 5000)",
+                             R"("output": 3, "column": 1, "row": 0)", R"("output": "DP-1")"}) {
+        std::ofstream(file) << R"([{"kind": "DailyBrief", "family": "systemMedium", )" << cell
+                            << "}]";
         const auto loaded = loadBoardPlacements(file, host.describe());
-        ASSERT_FALSE(loaded.ok()) << text;
-        EXPECT_NE(loaded.error().description.find(file.string()), std::string::npos);
+        ASSERT_FALSE(loaded.ok()) << cell;
+        EXPECT_NE(loaded.error().description.find(file.string() + "\": item 1: a cell is"),
+                  std::string::npos)
+            << loaded.error().description;
     }
+    std::ofstream(file) << "{";
+    const auto loaded = loadBoardPlacements(file, host.describe());
+    ASSERT_FALSE(loaded.ok());
+    EXPECT_NE(loaded.error().description.find(file.string()), std::string::npos);
 }
 
 TEST(DrawnWidget, DrawsTheRenderersPixelsInsideContinuousCornersWithLinkAndTexts) {
