@@ -599,7 +599,7 @@ private:
                     if (outcome.reload && outcome.reload->drawing)
                         if (auto drawn =
                                 drawnWidget(*outcome.reload->drawing, label(outcome.due.placement)))
-                            show(outcome.due.placement, std::move(*drawn));
+                            show(outcome.due.placement, std::move(drawn).value());
             };
         });
     }
@@ -632,6 +632,7 @@ private:
         if (due.empty()) return armTimer();
         m_asking = true;
         std::vector<DrawingOptions> drawings;
+        drawings.reserve(due.size());
         for (const auto& reload : due) drawings.push_back(drawingOptions(scaleOf(reload.index)));
         m_worker->post([this, due = std::move(due), drawings = std::move(drawings),
                         now](Extension& extension) {
@@ -664,11 +665,11 @@ private:
                 continue;
             }
             m_session.shown(record.index);
-            present(record.index, std::move(*drawn));
+            present(record.index, std::move(drawn).value());
         }
         for (const auto& placeholder : update.placeholders)
             if (auto drawn = drawnWidget(*placeholder.reload.drawing, label(placeholder.placement)))
-                present(placeholder.index, std::move(*drawn));
+                present(placeholder.index, std::move(drawn).value());
         for (const auto& failure : update.failures)
             g_warning("%s %s: %s; asking again at %s", failure.placement.kind.c_str(),
                       std::string(name(failure.placement.family)).c_str(),

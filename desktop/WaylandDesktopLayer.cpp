@@ -137,7 +137,7 @@ private:
     void updateScale();
     void loadCursor();
     void seatCapabilities(std::uint32_t capabilities);
-    void pointerEntered(std::uint32_t serial, wl_surface* surface, Point at);
+    void pointerEntered(std::uint32_t serial, wl_surface* entered, Point at);
     void pointerMoved(Point at);
     void pointerButton(std::uint32_t button, std::uint32_t state);
     void flush() { wl_display_flush(m_display); }
