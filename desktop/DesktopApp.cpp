@@ -1,10 +1,11 @@
 #include "desktop/DesktopApp.h"
 
-#include "desktop/DesktopCells.h"
-#include "desktop/DesktopGrid.h"
+#include "desktop/AddWidgetDialog.h"
+#include "desktop/BoardGrid.h"
 #include "desktop/DesktopLayer.h"
 #include "desktop/DesktopSettings.h"
 #include "desktop/ExtensionWorker.h"
+#include "desktop/WidgetView.h"
 #include "hosting/DesktopPlacements.h"
 #include "hosting/DrawnWidget.h"
 #include "hosting/Extension.h"
@@ -44,248 +45,7 @@ namespace {
 
 constexpr const char* logDomain = "velmora-desktop";
 constexpr guint messageSeconds = 5;  // how long a message stays on the board
-
-// ---- One widget: its drawing, its link, its context menu --------------------------------------
-
-struct ViewState {
-    int width = 0;  // points
-    int height = 0;
-    GdkTexture* texture = nullptr;
-    std::optional<platform::Url> link;
-    std::function<void(GtkWidget* view)> activate;
-    std::function<void(GtkWidget* view)> remove;  // none: the view has no context menu
-    GtkWidget* menu = nullptr;
-};
-
-struct VelmoraWidgetView {
-    GtkWidget parent_instance;
-    ViewState* state;
-};
-struct VelmoraWidgetViewClass {
-    GtkWidgetClass parent_class;
-};
-
-G_DEFINE_FINAL_TYPE(VelmoraWidgetView, velmora_widget_view, GTK_TYPE_WIDGET)
-
-ViewState& stateOf(GtkWidget* view) {
-    return *reinterpret_cast<VelmoraWidgetView*>(view)->state;
-}
-
-void openContextMenu(GtkWidget* view, double x, double y) {
-    auto& state = stateOf(view);
-    if (!state.remove) return;
-    if (state.menu == nullptr) {
-        GMenu* model = g_menu_new();
-        g_menu_append(model, "Remove Widget", "view.remove");
-        state.menu = gtk_popover_menu_new_from_model(G_MENU_MODEL(model));
-        g_object_unref(model);
-        gtk_popover_set_has_arrow(GTK_POPOVER(state.menu), FALSE);
-        gtk_widget_set_parent(state.menu, view);
-    }
-    const GdkRectangle at{int(x), int(y), 1, 1};
-    gtk_popover_set_pointing_to(GTK_POPOVER(state.menu), &at);
-    gtk_popover_popup(GTK_POPOVER(state.menu));
-}
-
-void viewMeasure(GtkWidget* view, GtkOrientation orientation, int, int* minimum, int* natural, int*,
-                 int*) {
-    const auto& state = stateOf(view);
-    *minimum = *natural = orientation == GTK_ORIENTATION_HORIZONTAL ? state.width : state.height;
-}
-
-void viewSnapshot(GtkWidget* view, GtkSnapshot* snapshot) {
-    const auto& state = stateOf(view);
-    if (state.texture == nullptr) return;
-    // The texture holds the widget at the window's scale: one texel to one device pixel.
-    const graphene_rect_t bounds =
-        GRAPHENE_RECT_INIT(0, 0, float(state.width), float(state.height));
-    gtk_snapshot_append_texture(snapshot, state.texture, &bounds);
-}
-
-void viewAllocate(GtkWidget* view, int, int, int) {
-    if (auto* menu = stateOf(view).menu) gtk_popover_present(GTK_POPOVER(menu));
-}
-
-void viewDispose(GObject* object) {
-    auto& state = stateOf(GTK_WIDGET(object));
-    if (state.menu != nullptr) gtk_widget_unparent(state.menu);
-    state.menu = nullptr;
-    G_OBJECT_CLASS(velmora_widget_view_parent_class)->dispose(object);
-}
-
-void viewFinalize(GObject* object) {
-    auto* state = reinterpret_cast<VelmoraWidgetView*>(object)->state;
-    if (state->texture != nullptr) g_object_unref(state->texture);
-    delete state;
-    G_OBJECT_CLASS(velmora_widget_view_parent_class)->finalize(object);
-}
-
-gboolean viewActivate(GtkWidget* view, GVariant*, gpointer) {
-    if (const auto& activate = stateOf(view).activate) activate(view);
-    return TRUE;
-}
-
-gboolean viewMenuKey(GtkWidget* view, GVariant*, gpointer) {
-    openContextMenu(view, gtk_widget_get_width(view) / 2.0, gtk_widget_get_height(view) / 2.0);
-    return TRUE;
-}
-
-void velmora_widget_view_class_init(VelmoraWidgetViewClass* viewClass) {
-    auto* objectClass = G_OBJECT_CLASS(viewClass);
-    objectClass->dispose = viewDispose;
-    objectClass->finalize = viewFinalize;
-    auto* widgetClass = GTK_WIDGET_CLASS(viewClass);
-    widgetClass->measure = viewMeasure;
-    widgetClass->snapshot = viewSnapshot;
-    widgetClass->size_allocate = viewAllocate;
-    gtk_widget_class_set_css_name(widgetClass, "velmora-widget");
-    gtk_widget_class_set_accessible_role(widgetClass, GTK_ACCESSIBLE_ROLE_BUTTON);
-    for (guint key : {GDK_KEY_Return, GDK_KEY_KP_Enter, GDK_KEY_space})
-        gtk_widget_class_add_binding(widgetClass, key, GdkModifierType(0), viewActivate, nullptr);
-    gtk_widget_class_add_binding(widgetClass, GDK_KEY_Menu, GdkModifierType(0), viewMenuKey,
-                                 nullptr);
-    gtk_widget_class_add_binding(widgetClass, GDK_KEY_F10, GDK_SHIFT_MASK, viewMenuKey, nullptr);
-    gtk_widget_class_install_action(widgetClass, "view.remove", nullptr,
-                                    [](GtkWidget* view, const char*, GVariant*) {
-                                        if (const auto& remove = stateOf(view).remove) remove(view);
-                                    });
-}
-
-void velmora_widget_view_init(VelmoraWidgetView* self) {
-    self->state = new ViewState;
-    auto* view = GTK_WIDGET(self);
-    gtk_widget_set_focusable(view, TRUE);
-    gtk_widget_set_cursor_from_name(view, "pointer");
-
-    GtkGesture* click = gtk_gesture_click_new();
-    gtk_gesture_single_set_button(GTK_GESTURE_SINGLE(click), 0);
-    g_signal_connect(
-        click, "pressed",
-        G_CALLBACK(+[](GtkGestureClick* gesture, int, double x, double y, gpointer view) {
-            if (gtk_gesture_single_get_current_button(GTK_GESTURE_SINGLE(gesture)) ==
-                GDK_BUTTON_SECONDARY)
-                openContextMenu(GTK_WIDGET(view), x, y);
-        }),
-        view);
-    g_signal_connect(click, "released",
-                     G_CALLBACK(+[](GtkGestureClick* gesture, int, double, double, gpointer view) {
-                         if (gtk_gesture_single_get_current_button(GTK_GESTURE_SINGLE(gesture)) ==
-                             GDK_BUTTON_PRIMARY)
-                             viewActivate(GTK_WIDGET(view), nullptr, nullptr);
-                     }),
-                     view);
-    gtk_widget_add_controller(view, GTK_EVENT_CONTROLLER(click));
-
-    GtkGesture* longPress = gtk_gesture_long_press_new();
-    gtk_gesture_single_set_touch_only(GTK_GESTURE_SINGLE(longPress), TRUE);
-    g_signal_connect(longPress, "pressed",
-                     G_CALLBACK(+[](GtkGestureLongPress*, double x, double y, gpointer view) {
-                         openContextMenu(GTK_WIDGET(view), x, y);
-                     }),
-                     view);
-    gtk_widget_add_controller(view, GTK_EVENT_CONTROLLER(longPress));
-}
-
-// A view of `family`'s size that does `activate` when clicked and, with `remove`, offers to be
-// removed from its context menu.
-GtkWidget* newWidgetView(WidgetFamily family, std::function<void(GtkWidget*)> activate,
-                         std::function<void(GtkWidget*)> remove) {
-    GtkWidget* view = GTK_WIDGET(g_object_new(velmora_widget_view_get_type(), nullptr));
-    auto& state = stateOf(view);
-    const auto canvas = layout::defaults::canvasSize(family);
-    state.width = int(canvas.width);
-    state.height = int(canvas.height);
-    state.activate = std::move(activate);
-    state.remove = std::move(remove);
-    return view;
-}
-
-// Shows `drawn` in `view`, its pixels as they are (no copy), and tells assistive technologies
-// what it shows.
-void showDrawing(GtkWidget* view, const DrawnWidget& drawn) {
-    auto& state = stateOf(view);
-    using Pixels = std::shared_ptr<const unsigned char[]>;
-    auto* owner = new Pixels(drawn.pixels);
-    GBytes* bytes = g_bytes_new_with_free_func(
-        owner->get(), std::size_t(drawn.stride) * std::size_t(drawn.height),
-        [](gpointer owner) { delete static_cast<Pixels*>(owner); }, owner);
-    GdkTexture* texture = gdk_memory_texture_new(drawn.width, drawn.height, GDK_MEMORY_DEFAULT,
-                                                 bytes, std::size_t(drawn.stride));
-    g_bytes_unref(bytes);
-    if (state.texture != nullptr) g_object_unref(state.texture);
-    state.texture = texture;
-    state.link = drawn.link;
-    gtk_accessible_update_property(GTK_ACCESSIBLE(view), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   drawn.label.c_str(), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
-                                   drawn.description.c_str(), -1);
-    gtk_widget_queue_draw(view);
-}
-
-// ---- The board: widget views flowed into the desktop grid ---------------------------------------
-
-struct VelmoraBoardGrid {
-    GtkWidget parent_instance;
-};
-struct VelmoraBoardGridClass {
-    GtkWidgetClass parent_class;
-};
-
-G_DEFINE_FINAL_TYPE(VelmoraBoardGrid, velmora_board_grid, GTK_TYPE_WIDGET)
-
 const DesktopSettings boardSettings;
-
-DesktopGrid gridFor(GtkWidget* board, double width) {
-    std::vector<layout::Size> sizes;
-    for (GtkWidget* child = gtk_widget_get_first_child(board); child != nullptr;
-         child = gtk_widget_get_next_sibling(child)) {
-        int childWidth = 0, childHeight = 0;
-        gtk_widget_measure(child, GTK_ORIENTATION_HORIZONTAL, -1, nullptr, &childWidth, nullptr,
-                           nullptr);
-        gtk_widget_measure(child, GTK_ORIENTATION_VERTICAL, -1, nullptr, &childHeight, nullptr,
-                           nullptr);
-        sizes.push_back({double(childWidth), double(childHeight)});
-    }
-    return desktopGrid(sizes, width, boardSettings);
-}
-
-void boardMeasure(GtkWidget* board, GtkOrientation orientation, int forSize, int* minimum,
-                  int* natural, int*, int*) {
-    const auto narrowest = desktopGrid({}, 0, boardSettings).size.width;
-    if (orientation == GTK_ORIENTATION_HORIZONTAL)
-        *minimum = *natural = int(narrowest);
-    else
-        *minimum = *natural = int(gridFor(board, forSize < 0 ? narrowest : forSize).size.height);
-}
-
-void boardAllocate(GtkWidget* board, int width, int, int) {
-    const auto grid = gridFor(board, width);
-    std::size_t i = 0;
-    for (GtkWidget* child = gtk_widget_get_first_child(board); child != nullptr;
-         child = gtk_widget_get_next_sibling(child), ++i) {
-        const auto& frame = grid.frames[i];
-        const GtkAllocation allocation{int(frame.x), int(frame.y), int(frame.width),
-                                       int(frame.height)};
-        gtk_widget_size_allocate(child, &allocation, -1);
-    }
-}
-
-void boardDispose(GObject* object) {
-    while (GtkWidget* child = gtk_widget_get_first_child(GTK_WIDGET(object)))
-        gtk_widget_unparent(child);
-    G_OBJECT_CLASS(velmora_board_grid_parent_class)->dispose(object);
-}
-
-void velmora_board_grid_class_init(VelmoraBoardGridClass* gridClass) {
-    G_OBJECT_CLASS(gridClass)->dispose = boardDispose;
-    auto* widgetClass = GTK_WIDGET_CLASS(gridClass);
-    widgetClass->measure = boardMeasure;
-    widgetClass->size_allocate = boardAllocate;
-    widgetClass->get_request_mode = [](GtkWidget*) { return GTK_SIZE_REQUEST_HEIGHT_FOR_WIDTH; };
-    gtk_widget_class_set_css_name(widgetClass, "velmora-board");
-    gtk_widget_class_set_accessible_role(widgetClass, GTK_ACCESSIBLE_ROLE_GROUP);
-}
-
-void velmora_board_grid_init(VelmoraBoardGrid*) {}
 
 // The board's extension: the command-line program beside it in the build tree, or in the folder
 // for programs once installed, which loads none of the toolkit's libraries; the board program
@@ -306,18 +66,6 @@ ExtensionSettings boardExtensionSettings(const ExtensionOptions& options) {
 }
 
 // ---- The application ---------------------------------------------------------------------------
-
-const char* familyCaption(WidgetFamily family) {
-    switch (family) {
-        case WidgetFamily::systemSmall:
-            return "Small";
-        case WidgetFamily::systemMedium:
-            return "Medium";
-        case WidgetFamily::systemLarge:
-            return "Large";
-    }
-    return "";
-}
 
 constexpr const char* styleSheet = R"(
 velmora-widget { border-radius: 22px; }
@@ -440,11 +188,11 @@ private:
         gtk_window_set_titlebar(GTK_WINDOW(m_window), header);
         GSimpleAction* addAction = g_simple_action_new("add-widget", nullptr);
         g_signal_connect_swapped(addAction, "activate",
-                                 G_CALLBACK(+[](BoardApp* self) { self->openGallery(); }), this);
+                                 G_CALLBACK(+[](BoardApp* self) { self->openAddWidget(); }), this);
         g_action_map_add_action(G_ACTION_MAP(m_window), G_ACTION(addAction));
         g_object_unref(addAction);
 
-        m_grid = GTK_WIDGET(g_object_new(velmora_board_grid_get_type(), nullptr));
+        m_grid = GTK_WIDGET(newBoardGrid());
         gtk_accessible_update_property(GTK_ACCESSIBLE(m_grid), GTK_ACCESSIBLE_PROPERTY_LABEL,
                                        "Placed widgets", -1);
         GtkWidget* scroller = gtk_scrolled_window_new();
@@ -489,7 +237,7 @@ private:
     void windowClosed() {
         if (m_messageTimeout != 0) g_source_remove(m_messageTimeout);
         m_messageTimeout = 0;
-        m_window = m_grid = m_emptyLabel = m_message = m_messageLabel = m_gallery = nullptr;
+        m_window = m_grid = m_emptyLabel = m_message = m_messageLabel = nullptr;
         m_views.clear();
     }
 
@@ -605,13 +353,16 @@ private:
     }
 
     void addView(const Placement& placement) {
-        GtkWidget* view = newWidgetView(
+        WidgetView* view = newWidgetView(
             placement.family,
-            [this](GtkWidget* view) {
-                if (const auto& link = stateOf(view).link) openLink(*link);
+            [this](WidgetView* view) {
+                const auto found = std::find(m_views.begin(), m_views.end(), view);
+                const auto index = std::size_t(found - m_views.begin());
+                if (found != m_views.end() && m_drawn[index] && m_drawn[index]->link)
+                    openLink(*m_drawn[index]->link);
             },
-            [this](GtkWidget* view) { removeLater(view); });
-        gtk_widget_set_parent(view, m_grid);
+            [this](WidgetView* view) { removeLater(view); });
+        gtk_widget_set_parent(GTK_WIDGET(view), m_grid);
         m_views.push_back(view);
     }
 
@@ -791,10 +542,10 @@ private:
     }
 
     // The context menu is the view's own child: it goes once the menu has finished its work.
-    void removeLater(GtkWidget* view) {
+    void removeLater(WidgetView* view) {
         struct Removal {
             BoardApp* app;
-            GtkWidget* view;
+            WidgetView* view;
         };
         g_idle_add_once(
             [](gpointer data) {
@@ -804,7 +555,7 @@ private:
             new Removal{this, view});
     }
 
-    void remove(GtkWidget* view) {
+    void remove(WidgetView* view) {
         const auto found = std::find(m_views.begin(), m_views.end(), view);
         if (found == m_views.end()) return;
         const auto index = std::size_t(found - m_views.begin());
@@ -812,94 +563,22 @@ private:
         m_cells.erase(m_cells.begin() + std::ptrdiff_t(index));
         m_drawn.erase(m_drawn.begin() + std::ptrdiff_t(index));
         m_views.erase(found);
-        gtk_widget_unparent(view);
+        gtk_widget_unparent(GTK_WIDGET(view));
         placeOnDesktop();
         updateEmptyState();
         save();
         armTimer();
     }
 
-    // ---- The widget gallery: every widget of the bundle, each family a live placeholder ----
-
-    void openGallery() {
-        if (m_gallery != nullptr) {
-            gtk_window_present(GTK_WINDOW(m_gallery));
-            return;
-        }
-        m_gallery = gtk_window_new();
-        gtk_window_set_title(GTK_WINDOW(m_gallery), "Add Widget");
-        gtk_window_set_transient_for(GTK_WINDOW(m_gallery), GTK_WINDOW(m_window));
-        gtk_window_set_modal(GTK_WINDOW(m_gallery), TRUE);
-        gtk_window_set_destroy_with_parent(GTK_WINDOW(m_gallery), TRUE);
-        gtk_window_set_default_size(GTK_WINDOW(m_gallery), 1000, 720);
-        g_signal_connect_swapped(m_gallery, "destroy",
-                                 G_CALLBACK(+[](BoardApp* self) { self->m_gallery = nullptr; }),
-                                 this);
-
-        GtkWidget* list = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
-        gtk_widget_set_margin_start(list, 24);
-        gtk_widget_set_margin_end(list, 24);
-        gtk_widget_set_margin_top(list, 24);
-        gtk_widget_set_margin_bottom(list, 24);
-        for (const auto& widget : m_widgets) {
-            GtkWidget* name = gtk_label_new(widget.displayName.c_str());
-            gtk_widget_add_css_class(name, "title-3");
-            gtk_label_set_xalign(GTK_LABEL(name), 0);
-            gtk_box_append(GTK_BOX(list), name);
-            GtkWidget* description = gtk_label_new(widget.description.c_str());
-            gtk_label_set_wrap(GTK_LABEL(description), TRUE);
-            gtk_label_set_xalign(GTK_LABEL(description), 0);
-            gtk_widget_add_css_class(description, "dim-label");
-            gtk_box_append(GTK_BOX(list), description);
-
-            GtkWidget* previews = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, int(boardSettings.gap));
-            gtk_widget_set_margin_bottom(previews, 24);
-            for (auto family : widget.families)
-                gtk_box_append(GTK_BOX(previews), galleryPreview({widget.kind, family}));
-            gtk_box_append(GTK_BOX(list), previews);
-        }
-        GtkWidget* scroller = gtk_scrolled_window_new();
-        gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), list);
-        gtk_window_set_child(GTK_WINDOW(m_gallery), scroller);
-        gtk_window_present(GTK_WINDOW(m_gallery));
-    }
-
-    GtkWidget* galleryPreview(const Placement& placement) {
-        GtkWidget* preview = gtk_box_new(GTK_ORIENTATION_VERTICAL, 6);
-        gtk_widget_set_valign(preview, GTK_ALIGN_START);
-        GtkWidget* view = newWidgetView(
-            placement.family,
-            [this, placement](GtkWidget*) {
-                gtk_window_destroy(GTK_WINDOW(m_gallery));
-                place(placement);
-            },
-            nullptr);
-        // The placeholder comes from the extension; the view waits for it, held until then.
-        g_object_ref(view);
-        m_worker->post([view, placement,
-                        drawing = drawingOptions(gtk_widget_get_scale_factor(m_window)),
-                        label = label(placement) + ", " +
-                                familyCaption(placement.family)](Extension& extension) {
-            const auto reload =
-                extension.reload(placement, Request::placeholder, platform::systemClock().now(),
-                                 drawing.scale, drawing.encoding, drawing.cornerRadius);
-            platform::Result<DrawnWidget> drawn =
-                reload ? drawnWidget(*reload->drawing, label) : reload.error();
-            return [view, drawn = std::move(drawn)] {
-                if (drawn && gtk_widget_get_root(view) != nullptr) showDrawing(view, *drawn);
-                g_object_unref(view);
-            };
-        });
-        const auto& placed = m_session.placements();
-        if (std::find(placed.begin(), placed.end(), placement) != placed.end()) {
-            gtk_widget_set_sensitive(view, FALSE);
-            gtk_widget_set_tooltip_text(view, "Already on the board");
-        }
-        gtk_box_append(GTK_BOX(preview), view);
-        GtkWidget* caption = gtk_label_new(familyCaption(placement.family));
-        gtk_widget_add_css_class(caption, "dim-label");
-        gtk_box_append(GTK_BOX(preview), caption);
-        return preview;
+    // Every widget of the bundle offered in the Add Widget dialog, each family a live preview.
+    void openAddWidget() {
+        AddWidgetChoices choices;
+        choices.widgets = m_widgets;
+        choices.placed = m_session.placements();
+        choices.scale = gtk_widget_get_scale_factor(m_window);
+        choices.cornerRadius = boardSettings.cornerRadius;
+        choices.place = [this](const Placement& placement) { place(placement); };
+        openAddWidgetDialog(std::move(choices), *m_worker);
     }
 
     DesktopOptions m_options;
@@ -921,8 +600,7 @@ private:
     GtkWidget* m_emptyLabel = nullptr;
     GtkWidget* m_message = nullptr;
     GtkWidget* m_messageLabel = nullptr;
-    GtkWidget* m_gallery = nullptr;
-    std::vector<GtkWidget*> m_views;  // while the window is open: one per placement, in order
+    std::vector<WidgetView*> m_views;  // while the window is open: one per placement, in order
     std::optional<platform::WakeTimer> m_timer;
     guint m_timerSource = 0;
     guint m_messageTimeout = 0;
