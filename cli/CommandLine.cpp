@@ -36,6 +36,7 @@ WidgetHost GlobalOptions::widgetHost() const {
     HostSettings settings;
     settings.locale = locale.empty() ? platform::userLocale() : locale;
     settings.timeZone = timeZone.empty() ? platform::userTimeZone() : timeZone;
+    settings.colorScheme = appearance == "light" ? ui::ColorScheme::light : ui::ColorScheme::dark;
     settings.storeDirectory = storeDirectory;
     return WidgetHost(widgets, std::move(settings));
 }
@@ -206,6 +207,7 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     CLI::App app{"Velmora widgets: the shared store, the widget providers and their host.",
                  "velmora-widgets"};
     app.require_subcommand(1);
+    app.fallthrough();  // global options may follow the command as well
     app.add_option("--store-dir", globals.storeDirectory,
                    "Folder of the shared store (default: $VELMORA_STORE_DIR, "
                    "$XDG_DATA_HOME/velmora, ~/.local/share/velmora)")
@@ -222,6 +224,12 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
         app.add_option("--time-zone", globals.timeZone, "IANA time zone for drawing (default: TZ)")
             ->type_name("ID"),
         "an IANA time zone such as UTC or Europe/Berlin", platform::isKnownTimeZone);
+    expect(app.add_option("--appearance", globals.appearance,
+                          "Appearance to draw in: texts and symbols without a colour of their "
+                          "own take its default foreground (default: dark)")
+               ->type_name("light|dark"),
+           "light or dark",
+           [](const std::string& text) { return text == "light" || text == "dark"; });
 
     app.set_version_flag("--version",
                          "velmora-widgets " + std::string(platform::programVersion()) +

@@ -56,6 +56,7 @@ struct GlobalOptions {
     std::string at;              // --at, already checked to be an RFC 3339 date-time
     std::string locale;          // --locale, for commands that draw
     std::string timeZone;        // --time-zone, for commands that draw
+    std::string appearance;  // --appearance, "light" or "dark" (default), for commands that draw
     int exitCode = exitSuccess;
     std::vector<widgets::StaticConfiguration>
         widgets;  // the bundle the program's entry handed over

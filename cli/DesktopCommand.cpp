@@ -74,6 +74,7 @@ std::vector<std::string> boardArguments(const std::string& program, const Global
     option("--store-dir", globals.storeDirectory);
     option("--locale", globals.locale);
     option("--time-zone", globals.timeZone);
+    option("--appearance", globals.appearance);
     arguments.push_back("desktop");
     option("--placements", options.placementsFile);
     if (options.window) arguments.push_back("--window");

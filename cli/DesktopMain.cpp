@@ -20,6 +20,9 @@ int run(int argc, char** argv) {
         ->type_name("LOCALE");
     app.add_option("--time-zone", extension.timeZone, "Time zone of the widgets' dates")
         ->type_name("ZONE");
+    app.add_option("--appearance", extension.appearance, "Appearance the widgets are drawn in")
+        ->check(CLI::IsMember({"light", "dark"}))
+        ->type_name("light|dark");
     CLI::App* board = app.add_subcommand("desktop", "Show the placed widgets");
     board->add_option("--placements", options.placementsFile, "The placements to show and keep")
         ->type_name("FILE");

@@ -40,9 +40,9 @@ CommandResult run(const std::filesystem::path& out, const GlobalOptions& globals
     const auto& clock = globals.clock();
     // Requests and drawings run in the extension process. One that fails there is left out of
     // the page with an error line; the gallery goes on, and exits 1 at the end.
-    Extension extension(
-        extensionSettings({widgets.settings().storeDirectory, widgets.settings().locale,
-                           widgets.settings().timeZone}));
+    Extension extension(extensionSettings({widgets.settings().storeDirectory,
+                                           widgets.settings().locale, widgets.settings().timeZone,
+                                           std::string(name(widgets.settings().colorScheme))}));
     std::optional<CommandError> failed;
     std::vector<GalleryCard> cards;
     for (const auto& placement : widgets.allPlacements()) {

@@ -85,7 +85,8 @@ public:
     HostRun(const WidgetHost& widgets, const std::vector<Placement>& placements,
             std::filesystem::path out, platform::StopSignals signals)
         : m_extension(extensionSettings({widgets.settings().storeDirectory,
-                                         widgets.settings().locale, widgets.settings().timeZone})),
+                                         widgets.settings().locale, widgets.settings().timeZone,
+                                         std::string(name(widgets.settings().colorScheme))})),
           m_scale(widgets.settings().scale),
           m_session(placements),
           m_page(widgets.describe(), placements.size()),

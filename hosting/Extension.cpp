@@ -206,6 +206,7 @@ ExtensionSettings extensionSettings(const ExtensionOptions& options) {
     option("--store-dir", options.storeDirectory);
     option("--locale", options.locale);
     option("--time-zone", options.timeZone);
+    option("--appearance", options.appearance);
     extension.arguments.emplace_back("extension");
     return extension;
 }

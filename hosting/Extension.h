@@ -36,6 +36,7 @@ struct ExtensionOptions {
     std::string storeDirectory;
     std::string locale;
     std::string timeZone;
+    std::string appearance;  // "light" or "dark"
 };
 
 // The extension of a host: this program's `extension` command, or the program that

@@ -4,10 +4,17 @@
 #include "timeline/WidgetFamily.h"
 
 #include <string>
+#include <string_view>
 
 namespace ui {
 
+// The appearance a widget is drawn in: dark by default; the palette stays, the default
+// foreground of texts and symbols follows it.
 enum class ColorScheme { dark, light };
+
+[[nodiscard]] constexpr std::string_view name(ColorScheme scheme) {
+    return scheme == ColorScheme::light ? "light" : "dark";
+}
 
 // What a widget's view reads while it is built: the family it is drawn in, the user's
 // locale and time zone, and the moment of drawing. The host fills it for each drawing.

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -151,6 +153,45 @@ TEST(CommandLine, DefaultsWriteReadAndDelete) {
     EXPECT_EQ(viaEnvironment.out(), "data (1 byte)\ns\n");
 }
 
+// Light appearance changes the default foreground of texts and symbols and nothing else: the
+// palette's colours and every frame stay; the option is taken before or after the command.
+TEST(CommandLine, LightAppearanceChangesOnlyTheDefaultForeground) {
+    Cli cli;  // an empty store: the brief's empty state and the sample watchlist
+    const std::string dark = "#FFFFFF.opacity(0.85)";
+    const std::string light = "#000000.opacity(0.85)";
+    const std::vector<std::vector<std::string>> drawings{
+        {"render", "DailyBrief", "systemMedium", "--frames"},
+        {"render", "WatchlistGlance", "systemLarge", "--frames"},
+    };
+    for (const auto& drawing : drawings) {
+        auto shown = cli(drawing).out;
+        auto lightArguments = drawing;
+        lightArguments.insert(lightArguments.end(), {"--appearance", "light"});
+        const auto lit = cli(lightArguments);
+        ASSERT_EQ(lit.exitCode, 0) << lit.err;
+        EXPECT_THAT(shown, HasSubstr("Palette.")) << drawing[1];
+        EXPECT_EQ(lit.out.find(dark), std::string::npos) << drawing[1];
+        int swapped = 0;
+        for (auto at = shown.find(dark); at != std::string::npos; at = shown.find(dark, at)) {
+            shown.replace(at, dark.size(), light);
+            ++swapped;
+        }
+        EXPECT_GT(swapped, 0) << drawing[1];
+        EXPECT_EQ(lit.out, shown) << drawing[1];
+    }
+    // The painter draws what the layout chose.
+    const auto png = [&](const char* appearance) {
+        const auto out = cli.temp.folder() / (std::string(appearance) + ".png");
+        EXPECT_EQ(cli({"--appearance", appearance, "render", "DailyBrief", "systemMedium", "--out",
+                       out.string()})
+                      .exitCode,
+                  0);
+        std::ifstream in(out, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    EXPECT_TRUE(png("light") != png("dark")) << "the light drawing has the dark one's pixels";
+}
+
 // Each mistake exits 2 with one line that names the option or argument and what it wants, and
 // changes nothing.
 TEST(CommandLine, UsageErrorsExitTwoWithOneLineNamingTheOption) {
@@ -176,6 +217,8 @@ TEST(CommandLine, UsageErrorsExitTwoWithOneLineNamingTheOption) {
             {{"--locale", "xx_YY", "list"},
              "--locale: expected an ICU locale such as en_US or de_DE, got \"xx_YY\""},
             {{"--time-zone", "Mars/Olympus", "list"}, "--time-zone: expected an IANA time zone"},
+            {{"render", "DailyBrief", "systemLarge", "--appearance", "sepia"},
+             "--appearance: expected light or dark, got \"sepia\""},
             {{"render", "DailyBrief", "systemLarge", "--scale", "NaN"},
              "--scale: expected a number from 1 to 3, got \"NaN\""},
             {{"render", "DailyBrief", "systemLarge", "--scale", "3.5"},
