@@ -17,6 +17,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -40,16 +42,38 @@ struct HostOptions {
     std::string placementsFile;
     std::string until;
     bool simulate = false;
+    std::optional<int> budget;  // reloads a day, each placement's
 };
 
-// "2025-11-16T06:30:00Z timeline DailyBrief systemLarge -> reload after 2025-11-17T06:30:00Z"
+// "2025-11-16 1h05m": a wait in whole minutes.
+std::string minutes(std::chrono::microseconds wait) {
+    const auto total = std::chrono::ceil<std::chrono::minutes>(wait).count();
+    return total >= 60 ? std::to_string(total / 60) + "h" + (total % 60 < 10 ? "0" : "") +
+                             std::to_string(total % 60) + "m"
+                       : std::to_string(total) + "m";
+}
+
+// "2025-11-16T06:30:00Z timeline DailyBrief systemLarge -> reload after 2025-11-17T06:30:00Z",
+// and when a budget held the request back, " (late: asked for 2025-11-16T06:15:00Z, 21m)".
 void printRequests(const std::vector<TimelineRequestRecord>& records) {
-    for (const auto& record : records)
-        std::printf("%s timeline %s %s -> reload after %s\n",
+    for (const auto& record : records) {
+        std::string late;
+        if (const auto wait = record.lateBy(); wait.count() > 0)
+            late = " (late: asked for " + platform::formatDate(*record.askedFor) + ", " +
+                   minutes(wait) + ")";
+        std::printf("%s timeline %s %s -> reload after %s%s\n",
                     platform::formatDate(record.requestedAt).c_str(), record.placement.kind.c_str(),
                     std::string(name(record.placement.family)).c_str(),
-                    platform::formatDate(record.timeline.policy.date).c_str());
+                    platform::formatDate(record.timeline.policy.date).c_str(), late.c_str());
+    }
 }
+
+// What a budget did to one placement over a simulation.
+struct BudgetTally {
+    int reloads = 0;
+    int late = 0;  // held back past the date their timeline asked for
+    std::chrono::microseconds longestWait{0};
+};
 
 // One line per request or drawing that failed in the extension: the placement, what happened,
 // and when it is asked again.
@@ -83,12 +107,15 @@ void printStopped(std::string_view signal) {
 class HostRun {
 public:
     HostRun(const WidgetHost& widgets, const std::vector<Placement>& placements,
-            std::filesystem::path out, platform::StopSignals signals)
+            std::filesystem::path out, platform::StopSignals signals,
+            std::optional<ReloadBudget> budget = std::nullopt)
         : m_extension(extensionSettings({widgets.settings().storeDirectory,
                                          widgets.settings().locale, widgets.settings().timeZone,
                                          std::string(name(widgets.settings().colorScheme))})),
           m_scale(widgets.settings().scale),
-          m_session(placements),
+          m_session(placements, budget),
+          m_budget(budget),
+          m_tallies(placements.size()),
           m_page(widgets.describe(), placements.size()),
           m_out(std::move(out)),
           m_signals(std::move(signals)) {}
@@ -137,8 +164,10 @@ public:
             return ran;
         printFailures(last.failures);
         if (auto published = publish(last); !published) return published;
-        std::printf("simulated %s to %s\n%s\n", platform::formatDate(start).c_str(),
-                    platform::formatDate(until).c_str(), pagePath(m_out).c_str());
+        std::printf("simulated %s to %s\n", platform::formatDate(start).c_str(),
+                    platform::formatDate(until).c_str());
+        if (m_budget) printBudget();
+        std::printf("%s\n", pagePath(m_out).c_str());
         return {};
     }
 
@@ -228,6 +257,14 @@ private:
             !ran)
             return ran.error();
         auto update = m_session.apply(std::move(outcomes), now);
+        for (const auto& record : update.requests) {
+            auto& tally = m_tallies[record.index];
+            ++tally.reloads;
+            if (const auto wait = record.lateBy(); wait.count() > 0) {
+                ++tally.late;
+                tally.longestWait = std::max(tally.longestWait, wait);
+            }
+        }
         printRequests(update.requests);
         std::fflush(stdout);
         printFailures(update.failures);
@@ -256,9 +293,24 @@ private:
         return {};
     }
 
+    // "budget 40 a day (one reload every 36m at most):" and a line a placement:
+    // "  WatchlistGlance systemSmall: 40 reloads, 39 late, waiting up to 21m".
+    void printBudget() const {
+        std::printf("budget %d a day (a reload every %s at most):\n", m_budget->perDay,
+                    minutes(m_budget->spacing()).c_str());
+        for (std::size_t i = 0; i < m_tallies.size(); ++i) {
+            const auto& tally = m_tallies[i];
+            std::printf("  %s: %d reloads, %d late, waiting up to %s\n",
+                        placementName(m_session.placements()[i]).c_str(), tally.reloads, tally.late,
+                        minutes(tally.longestWait).c_str());
+        }
+    }
+
     Extension m_extension;
     double m_scale;
     HostingSession m_session;
+    std::optional<ReloadBudget> m_budget;
+    std::vector<BudgetTally> m_tallies;  // per placement
     LivePage m_page;
     std::filesystem::path m_out;
     std::vector<OutputFile> m_unwritten;  // the files a failed write left, in order
@@ -271,6 +323,10 @@ CommandResult run(const HostOptions& options, const GlobalOptions& globals,
     if (!options.until.empty()) until = *parseOptionDate(options.until);
     if (options.simulate && !until)
         return CommandError::usage("--simulate needs --until TIME: the time the simulation ends");
+    if (options.budget && !options.simulate)
+        return CommandError::usage(
+            "--budget: the live host reloads when its widgets ask; add --simulate to play the "
+            "platform's budget");
     if (!options.simulate && !globals.at.empty())
         return CommandError::usage(
             "--at: the live host runs on the system clock; add --simulate to run from --at");
@@ -291,7 +347,9 @@ CommandResult run(const HostOptions& options, const GlobalOptions& globals,
     auto signals = platform::StopSignals::open();
     if (!signals) return CommandError::failure(signals.error().description);
 
-    HostRun host(widgets, placements, options.out, std::move(signals).value());
+    std::optional<ReloadBudget> budget;
+    if (options.budget) budget = ReloadBudget{*options.budget};
+    HostRun host(widgets, placements, options.out, std::move(signals).value(), budget);
     return options.simulate ? host.simulate(start, *until) : host.live(until);
 }
 
@@ -319,6 +377,19 @@ void registerHostCommand(CLI::App& app, GlobalOptions& globals) {
     command->add_flag(
         "--simulate", options->simulate,
         "Run from --at (default now) to --until on a virtual clock, without sleeping");
+    expect(command
+               ->add_option("--budget", options->budget,
+                            "With --simulate: play the platform's daily reload budget, N reloads "
+                            "a day for each widget (the platform gives 40 to 70), and say which "
+                            "reloads came late")
+               ->type_name("N"),
+           "a number of reloads a day from 1 to 1440", [](const std::string& text) {
+               int value = 0;
+               const auto end = text.data() + text.size();
+               const auto [at, error] = std::from_chars(text.data(), end, value);
+               return error == std::errc() && at == end && value >= ReloadBudget::fewestPerDay &&
+                      value <= ReloadBudget::mostPerDay;
+           });
     command->callback(
         [&globals, options] { globals.finish(run(*options, globals, globals.widgetHost())); });
 }

@@ -20,7 +20,9 @@ ReloadOutcome runReload(Extension& extension, const DueReload& due, const Drawin
     return outcome;
 }
 
-HostingSession::HostingSession(const std::vector<Placement>& placements) {
+HostingSession::HostingSession(const std::vector<Placement>& placements,
+                               std::optional<ReloadBudget> budget)
+    : m_budget(budget) {
     for (const auto& placement : placements) (void)place(placement);
 }
 
@@ -47,6 +49,7 @@ void HostingSession::reloadNow(std::string_view kind) {
     for (std::size_t i = 0; i < m_placements.size(); ++i)
         if (kind.empty() || m_placements[i].kind == kind) {
             m_state[i].reloadAfter = platform::Date::min();
+            m_state[i].askedFor.reset();
             m_state[i].generation = ++m_generations;
         }
 }
@@ -70,6 +73,7 @@ SessionUpdate HostingSession::apply(std::vector<ReloadOutcome> outcomes, platfor
             // Asked again after the back-off: the reload date it had has passed.
             state.reloadAfter = std::max(state.backoff.failed(now, std::nullopt),
                                          now + std::chrono::microseconds(1));
+            state.askedFor.reset();
             update.failures.push_back(
                 {i, m_placements[i], outcome.reload.error(), state.reloadAfter});
             if (outcome.placeholder && !state.shown) {
@@ -86,11 +90,14 @@ SessionUpdate HostingSession::apply(std::vector<ReloadOutcome> outcomes, platfor
                                      m_placements[i],
                                      outcome.due.at,
                                      std::move(reload.timeline),
-                                     std::move(reload.drawing)};
+                                     std::move(reload.drawing),
+                                     state.askedFor};
         // A reload date at or before now would make the host ask again at once, in a tight
         // loop: wait at least until the next moment after this request.
-        state.reloadAfter =
+        const platform::Date asked =
             std::max(record.timeline.policy.date, now + std::chrono::microseconds(1));
+        state.askedFor = asked;
+        state.reloadAfter = m_budget ? m_budget->granted(asked, now) : asked;
         if (!record.drawing) state.backoff.succeeded();  // timelines alone: nothing to show
         state.latest = record;
         update.requests.push_back(std::move(record));
@@ -107,6 +114,7 @@ RequestFailure HostingSession::drawingFailed(std::size_t index, platform::Error 
                                              platform::Date now) {
     auto& state = m_state[index];
     state.reloadAfter = state.backoff.failed(now, state.reloadAfter);
+    state.askedFor.reset();
     return {index, m_placements[index], std::move(error), state.reloadAfter};
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hosting/Extension.h"
+#include "hosting/ReloadBudget.h"
 #include "hosting/RetryBackoff.h"
 #include "ipc/ExtensionProtocol.h"
 #include "platform/Date.h"
@@ -55,6 +56,17 @@ struct TimelineRequestRecord {
     platform::Date requestedAt;
     ipc::TimelineDates timeline;
     std::optional<ExtensionDrawing> drawing;  // its first entry, unless none was asked
+    // The reload date the placement's previous timeline named, when this request answered it
+    // (not a first request, a retry or a reload the host app asked for); later than requestedAt
+    // only when a budget held the reload back.
+    std::optional<platform::Date> askedFor;
+
+    // How long after the date its previous timeline named this request came, when a budget
+    // held it back; zero otherwise.
+    [[nodiscard]] std::chrono::microseconds lateBy() const {
+        return askedFor && requestedAt > *askedFor ? requestedAt - *askedFor
+                                                   : std::chrono::microseconds(0);
+    }
 };
 
 // A placement whose reload or drawing failed, and when it is asked again.
@@ -87,7 +99,11 @@ struct SessionUpdate {
 // made (runReload, on any thread), applies their outcomes, and sleeps until the next reload.
 class HostingSession {
 public:
-    explicit HostingSession(const std::vector<timeline::Placement>& placements = {});
+    // With a budget, the session plays the platform: each placement's reloads keep the budget's
+    // spacing, later than its timelines ask when they ask for more (a host of its own reloads
+    // when its widgets ask).
+    explicit HostingSession(const std::vector<timeline::Placement>& placements = {},
+                            std::optional<ReloadBudget> budget = std::nullopt);
 
     [[nodiscard]] const std::vector<timeline::Placement>& placements() const {
         return m_placements;
@@ -130,6 +146,7 @@ public:
 private:
     struct PlacementState {
         platform::Date reloadAfter = platform::Date::min();
+        std::optional<platform::Date> askedFor;  // the reload date its timeline named
         RetryBackoff backoff;
         std::optional<TimelineRequestRecord> latest;
         bool shown = false;  // a drawing or its placeholder has been shown
@@ -139,6 +156,7 @@ private:
 
     std::vector<timeline::Placement> m_placements;
     std::vector<PlacementState> m_state;  // per placement
+    std::optional<ReloadBudget> m_budget;
     std::uint64_t m_generations = 0;
 };
 

@@ -207,6 +207,35 @@ TEST(HostCommand, ASimulatedDayPrintsEveryRequestAndDrawsTheLastState) {
                 HasSubstr("<dd>2025-11-16T23:45:00Z</dd>"));
 }
 
+// With the platform's budget, a simulated day says which reloads came late and sums each
+// placement up; the same run prints the same lines.
+TEST(HostCommand, ABudgetedDaySaysWhichReloadsCameLateTheSameEachRun) {
+    Cli cli;
+    seed(cli);
+    const auto file = cli.file("placements.json",
+                               R"([{"kind": "DailyBrief", "family": "systemLarge"},
+                                   {"kind": "WatchlistGlance", "family": "systemSmall"}])");
+    const auto simulate = [&] {
+        return cli({"--at", "2025-11-16T00:00:00Z", "host", "--simulate", "--budget", "40",
+                    "--until", "2025-11-17T00:00:00Z", "--placements", file.string(), "--out",
+                    (cli.temp.folder() / "host").string()});
+    };
+    const auto result = simulate();
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const auto printed = lines(result.out);
+    ASSERT_EQ(printed.size(), 2u + 40u + 5u) << result.out;
+    EXPECT_EQ(printed[2],
+              "2025-11-16T00:36:00Z timeline WatchlistGlance systemSmall -> reload after "
+              "2025-11-16T00:51:00Z (late: asked for 2025-11-16T00:15:00Z, 21m)");
+    EXPECT_EQ(std::vector<std::string>(printed.end() - 4, printed.end() - 1),
+              (std::vector<std::string>{
+                  "budget 40 a day (a reload every 36m at most):",
+                  "  DailyBrief systemLarge: 2 reloads, 0 late, waiting up to 0m",
+                  "  WatchlistGlance systemSmall: 40 reloads, 39 late, waiting up to 21m",
+              }));
+    EXPECT_EQ(simulate().out, result.out);
+}
+
 // Through the extension of the tests, misbehaving as `fault` says (and, for
 // VELMORA_FAULT_REQUEST, `request`) in the requests of `kind`.
 childprocess::Options faulty(const char* fault, const char* kind, const char* request = "") {

@@ -116,6 +116,51 @@ TEST(HostingSession, AsksEachPlacementAtOnceThenAtTheReloadDatesItWasGiven) {
     }
 }
 
+// A budget spreads each placement's reloads a day divided by the budget apart: a timeline that
+// asks for more waits, and the request says how late it came; one that asks for less is never
+// held back. Each case is a day from midnight.
+TEST(HostingSession, ABudgetSpreadsReloadsAndEachRequestSaysHowLateItCame) {
+    using std::chrono::minutes;
+    struct Case {
+        int perDay;
+        std::size_t watchlistRequests;
+        std::chrono::microseconds watchlistSpacing;
+        std::size_t watchlistLate;  // all but the first, each late by the spacing less 15 min
+    };
+    const std::vector<Case> cases{
+        {40, 40, minutes(36), 39},
+        {70, 70, minutes(20) + std::chrono::microseconds(34'285'715), 69},  // rounded up
+        {96, 96, minutes(15), 0},  // the spacing the watchlist asks for
+        {1, 1, minutes(0), 0},
+    };
+    const auto widgets = hostOf(VelmoraWidgetsBundle().body());
+    const auto from = at("2025-11-16T00:00:00Z");
+    const auto until = at("2025-11-17T00:00:00Z");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.perDay);
+        hosting::HostingSession session(widgets.allPlacements(), hosting::ReloadBudget{c.perDay});
+        std::map<std::string, std::vector<hosting::TimelineRequestRecord>> requests;
+        for (platform::Date now = from; now < until; now = *session.nextReload())
+            for (auto& r : runDue(session, widgets, now).requests)
+                requests[r.placement.kind].push_back(std::move(r));
+        const auto& watchlist = requests["WatchlistGlance"];  // three families in turn
+        ASSERT_EQ(watchlist.size(), 3 * c.watchlistRequests);
+        EXPECT_EQ(watchlist.front().lateBy().count(), 0);
+        std::size_t late = 0;
+        for (std::size_t i = 3; i < watchlist.size(); ++i) {
+            EXPECT_EQ(watchlist[i].requestedAt - watchlist[i - 3].requestedAt, c.watchlistSpacing);
+            if (watchlist[i].lateBy().count() == 0) continue;
+            ++late;
+            EXPECT_EQ(watchlist[i].lateBy(), c.watchlistSpacing - minutes(15));
+            EXPECT_EQ(watchlist[i].requestedAt - *watchlist[i].askedFor, watchlist[i].lateBy());
+        }
+        EXPECT_EQ(late, 3 * c.watchlistLate);
+        // The brief asks once a day, at 06:30: within any budget but the smallest.
+        for (const auto& brief : requests["DailyBrief"]) EXPECT_EQ(brief.lateBy().count(), 0);
+        EXPECT_EQ(requests["DailyBrief"].size(), c.perDay > 1 ? 4u : 2u);
+    }
+}
+
 TEST(HostingSession, AReloadDateInThePastWaitsForTheNextMomentNotATightLoop) {
     const auto widgets =
         hostOf({StaticConfiguration(
