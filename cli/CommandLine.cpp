@@ -243,6 +243,7 @@ int runCommandLine(int argc, char** argv, std::vector<StaticConfiguration> widge
     registerGalleryCommand(app, globals);
     registerHostCommand(app, globals);
     registerDesktopCommand(app, globals);
+    registerStudioCommand(app, globals);
     registerReloadCommand(app, globals);
     registerExtensionCommand(app, globals);
 

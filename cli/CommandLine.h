@@ -6,6 +6,7 @@
 #include "widgets/StaticConfiguration.h"
 
 #include <cstddef>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -111,6 +112,12 @@ void registerGalleryCommand(CLI::App& app, GlobalOptions& globals);
 void registerHostCommand(CLI::App& app, GlobalOptions& globals);
 // `desktop [--placements FILE] [--autostart on|off]`: the widget board on the desktop.
 void registerDesktopCommand(CLI::App& app, GlobalOptions& globals);
+// `studio`: the preview studio, the records edited and every widget redrawn as they are typed.
+void registerStudioCommand(CLI::App& app, GlobalOptions& globals);
+// A toolkit program of ours (the board, the studio): the toolkit's libraries are linked into it
+// alone, so that the short commands do not load them. It sits beside this program in the build
+// tree, and in the library folder for programs once installed.
+[[nodiscard]] std::filesystem::path toolkitProgram(std::string_view name);
 // `reload [KIND]`: asks the running hosts for new timelines now.
 void registerReloadCommand(CLI::App& app, GlobalOptions& globals);
 // `extension`: the confined process that answers a host's requests and drawings.

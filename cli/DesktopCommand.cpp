@@ -27,19 +27,6 @@ struct DesktopCommandOptions {
     bool noDesktopLayer = false;
 };
 
-// The board program: the toolkit's libraries are linked into it alone, so that the short
-// commands do not load them. It sits beside this program in the build tree, and in the library
-// folder for programs once installed.
-std::filesystem::path boardProgram() {
-    std::error_code error;
-    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
-    const auto folder = self.parent_path();
-    auto sibling = folder / VELMORA_DESKTOP_BOARD_NAME;
-    if (std::filesystem::exists(sibling, error)) return sibling;
-    return (folder / VELMORA_DESKTOP_BOARD_FROM_BINDIR / VELMORA_DESKTOP_BOARD_NAME)
-        .lexically_normal();
-}
-
 // An argument as a desktop entry's Exec key needs it: quoted when it holds anything but plain
 // characters, the four that quoting does not protect escaped by a backslash, itself escaped
 // once more as every backslash of a desktop entry's value is.
@@ -119,7 +106,7 @@ CommandResult run(const DesktopCommandOptions& options, const GlobalOptions& glo
     if (!options.autostart.empty())
         return setAutostart(options.autostart == "on", globals, options);
 
-    const auto program = boardProgram();
+    const auto program = toolkitProgram(VELMORA_DESKTOP_BOARD_NAME);
     const auto arguments = boardArguments(program.string(), globals, options);
     std::vector<char*> argv;
     argv.reserve(arguments.size() + 1);
@@ -132,6 +119,15 @@ CommandResult run(const DesktopCommandOptions& options, const GlobalOptions& glo
 }
 
 }  // namespace
+
+std::filesystem::path toolkitProgram(std::string_view name) {
+    std::error_code error;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+    const auto folder = self.parent_path();
+    auto sibling = folder / name;
+    if (std::filesystem::exists(sibling, error)) return sibling;
+    return (folder / VELMORA_DESKTOP_BOARD_FROM_BINDIR / name).lexically_normal();
+}
 
 void registerDesktopCommand(CLI::App& app, GlobalOptions& globals) {
     auto options = std::make_shared<DesktopCommandOptions>();

@@ -47,24 +47,6 @@ constexpr const char* logDomain = "velmora-desktop";
 constexpr guint messageSeconds = 5;  // how long a message stays on the board
 const DesktopSettings boardSettings;
 
-// The board's extension: the command-line program beside it in the build tree, or in the folder
-// for programs once installed, which loads none of the toolkit's libraries; the board program
-// itself when neither is found.
-ExtensionSettings boardExtensionSettings(const ExtensionOptions& options) {
-    auto extension = extensionSettings(options);
-    if (std::getenv("VELMORA_EXTENSION") != nullptr) return extension;
-    std::error_code error;
-    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    for (const auto& program :
-         {folder / "velmora-widgets",
-          (folder / VELMORA_DESKTOP_BINDIR_FROM_BOARD / "velmora-widgets").lexically_normal()})
-        if (::access(program.c_str(), X_OK) == 0) {
-            extension.program = program;
-            break;
-        }
-    return extension;
-}
-
 // ---- The application ---------------------------------------------------------------------------
 
 constexpr const char* styleSheet = R"(
@@ -610,6 +592,21 @@ private:
 };
 
 }  // namespace
+
+ExtensionSettings boardExtensionSettings(const ExtensionOptions& options) {
+    auto extension = extensionSettings(options);
+    if (std::getenv("VELMORA_EXTENSION") != nullptr) return extension;
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    for (const auto& program :
+         {folder / "velmora-widgets",
+          (folder / VELMORA_DESKTOP_BINDIR_FROM_BOARD / "velmora-widgets").lexically_normal()})
+        if (::access(program.c_str(), X_OK) == 0) {
+            extension.program = program;
+            break;
+        }
+    return extension;
+}
 
 int runDesktopBoard(const ExtensionOptions& extension, const DesktopOptions& options) {
     BoardApp app(extension, options);

@@ -20,6 +20,12 @@ struct DesktopOptions {
     bool noDesktopLayer = false;  // show the widgets in the window alone
 };
 
+// The extension of a program that sits with the board: the command-line program beside it in
+// the build tree, or in the folder for programs once installed, which loads none of the toolkit's
+// libraries; the calling program itself when neither is found.
+[[nodiscard]] hosting::ExtensionSettings boardExtensionSettings(
+    const hosting::ExtensionOptions& options);
+
 // Runs the board, its widgets drawn by an extension launched with `extension`: until its window
 // is closed when the widgets are in it, until it is stopped (SIGTERM, SIGINT) when they are on
 // the desktop. A second board started while one runs opens the running board's window and ends.

@@ -14,6 +14,7 @@ namespace desktop {
 namespace {
 
 struct ViewState {
+    timeline::WidgetFamily family = timeline::WidgetFamily::systemSmall;
     int width = 0;  // points
     int height = 0;
     GdkTexture* texture = nullptr;
@@ -161,6 +162,7 @@ WidgetView* newWidgetView(timeline::WidgetFamily family, std::function<void(Widg
                           std::function<void(WidgetView*)> remove) {
     auto* self = static_cast<WidgetView*>(g_object_new(velmora_widget_view_get_type(), nullptr));
     auto& state = *self->state;
+    state.family = family;
     const auto canvas = layout::defaults::canvasSize(family);
     state.width = int(canvas.width);
     state.height = int(canvas.height);
@@ -173,6 +175,17 @@ WidgetView* newWidgetView(timeline::WidgetFamily family, std::function<void(Widg
             remove(reinterpret_cast<WidgetView*>(view));
         };
     return self;
+}
+
+void setZoom(WidgetView* view, double zoom) {
+    auto& state = *view->state;
+    const auto canvas = layout::defaults::canvasSize(state.family);
+    const int width = int(canvas.width * zoom + 0.5);
+    const int height = int(canvas.height * zoom + 0.5);
+    if (width == state.width && height == state.height) return;
+    state.width = width;
+    state.height = height;
+    gtk_widget_queue_resize(GTK_WIDGET(view));
 }
 
 void showDrawing(WidgetView* view, const hosting::DrawnWidget& drawn) {

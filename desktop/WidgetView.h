@@ -19,6 +19,10 @@ struct WidgetView;
                                         std::function<void(WidgetView*)> activate,
                                         std::function<void(WidgetView*)> remove);
 
+// Shows the view `zoom` times its family's size in points (1 unless set): a drawing made at a
+// scale other than the window's still shows one texel to a device pixel.
+void setZoom(WidgetView* view, double zoom);
+
 // Shows `drawn` in `view`, its pixels as they are (no copy), and tells assistive technologies
 // what it shows.
 void showDrawing(WidgetView* view, const hosting::DrawnWidget& drawn);

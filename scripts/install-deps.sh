@@ -6,7 +6,8 @@
 # real clicks, screenshots and the accessibility bus; desktop-file-utils and appstream: the checks
 # of its data files; the Wayland and X11 client libraries, wayland-scanner and the protocols
 # Debian ships: the widgets on the desktop layer; sway, swaybg and grim: its test on a headless
-# Wayland compositor; openbox and the X utilities: its test under an EWMH window manager).
+# Wayland compositor; openbox and the X utilities: its test under an EWMH window manager;
+# GtkSourceView 5: the record editors of the preview studio).
 set -euo pipefail
 packages=(cmake ninja-build g++ clang libclang-rt-dev clang-format clang-tidy pkg-config
   libicu-dev libsqlite3-dev nlohmann-json3-dev libcairo2-dev libpango1.0-dev libfontconfig-dev libpng-dev zlib1g-dev libisal-dev
@@ -17,7 +18,8 @@ packages=(cmake ninja-build g++ clang libclang-rt-dev clang-format clang-tidy pk
   at-spi2-core python3 python3-dbus
   libwayland-dev libwayland-bin wayland-protocols libx11-dev libxext-dev
   sway swaybg grim
-  openbox x11-utils "$@")
+  openbox x11-utils
+  libgtksourceview-5-dev "$@")
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
