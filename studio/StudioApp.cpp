@@ -5,6 +5,7 @@
 #include "desktop/WidgetView.h"
 #include "hosting/DrawnWidget.h"
 #include "hosting/ReloadBudget.h"
+#include "layout/PlatformDefaults.h"
 #include "platform/Date.h"
 #include "platform/Deployment.h"
 #include "store/StoreLocation.h"
@@ -111,6 +112,7 @@ struct StudioWidget {
     Placement placement;
     std::string label;
     desktop::WidgetView* view = nullptr;
+    GtkWidget* caption = nullptr;  // its name, and the timeline it shows
 };
 
 class Studio {
@@ -386,6 +388,8 @@ private:
     void shortcuts() {
         GtkEventController* keys = gtk_shortcut_controller_new();
         gtk_shortcut_controller_set_scope(GTK_SHORTCUT_CONTROLLER(keys), GTK_SHORTCUT_SCOPE_GLOBAL);
+        // Before the focused widget: an editor's own Alt+arrow bindings give way to the scrubber.
+        gtk_event_controller_set_propagation_phase(keys, GTK_PHASE_CAPTURE);
         const auto add = [&](const char* trigger, void (*act)(Studio*)) {
             auto* action = gtk_callback_action_new(
                 +[](GtkWidget*, GVariant*, gpointer data) -> gboolean {
@@ -584,10 +588,16 @@ private:
                                    widget.displayName + " · " + familyTitle(family)};
                 shown.view = desktop::newWidgetView(family, nullptr, nullptr);
                 GtkWidget* cell = gtk_box_new(GTK_ORIENTATION_VERTICAL, 4);
-                GtkWidget* caption = gtk_label_new(shown.label.c_str());
-                gtk_label_set_xalign(GTK_LABEL(caption), 0);
-                gtk_widget_add_css_class(caption, "studio-caption");
-                gtk_box_append(GTK_BOX(cell), caption);
+                shown.caption = gtk_label_new(shown.label.c_str());
+                gtk_label_set_xalign(GTK_LABEL(shown.caption), 0);
+                // As wide as the widget, wrapped: the row keeps the widgets' own spacing.
+                gtk_label_set_wrap(GTK_LABEL(shown.caption), TRUE);
+                gtk_label_set_wrap_mode(GTK_LABEL(shown.caption), PANGO_WRAP_WORD_CHAR);
+                gtk_label_set_max_width_chars(GTK_LABEL(shown.caption), 10);
+                gtk_widget_set_size_request(shown.caption,
+                                            int(layout::defaults::canvasSize(family).width), -1);
+                gtk_widget_add_css_class(shown.caption, "studio-caption");
+                gtk_box_append(GTK_BOX(cell), shown.caption);
                 gtk_widget_set_halign(GTK_WIDGET(shown.view), GTK_ALIGN_START);
                 gtk_box_append(GTK_BOX(cell), GTK_WIDGET(shown.view));
                 gtk_widget_set_valign(cell, GTK_ALIGN_START);
@@ -599,14 +609,30 @@ private:
 
     platform::Date now() const { return m_day + std::chrono::minutes(m_minute); }
 
-    // When the host last asked for the placement's timeline at or before `now`, by the day's
-    // plan: the entry it shows then. Now itself before the plan is known.
-    platform::Date drawnAt(const Placement& placement, platform::Date at) const {
-        std::optional<platform::Date> last;
+    // The placement's last request at or before `at` by the day's plan: the timeline it shows
+    // then. None before the plan is known.
+    const hosting::TimelineRequestRecord* lastRequest(const Placement& placement,
+                                                      platform::Date at) const {
+        const hosting::TimelineRequestRecord* last = nullptr;
         for (const auto& request : m_plan.requests)
-            if (request.placement == placement && request.requestedAt <= at)
-                last = request.requestedAt;
-        return last.value_or(at);
+            if (request.placement == placement && request.requestedAt <= at) last = &request;
+        return last;
+    }
+    // When the host last asked for the placement's timeline: the moment its entry is drawn at.
+    platform::Date drawnAt(const Placement& placement, platform::Date at) const {
+        const auto* last = lastRequest(placement, at);
+        return last != nullptr ? last->requestedAt : at;
+    }
+    // "Daily Brief · medium · timeline of 06:30, next reload 2025-11-17 06:30"
+    std::string caption(const StudioWidget& widget) const {
+        const auto* last = lastRequest(widget.placement, now());
+        if (last == nullptr) return widget.label;
+        const auto next = last->timeline.policy.date;
+        const bool sameDay = dayOf(next) == m_day;
+        return widget.label + " · timeline of " + clockTime(last->requestedAt) + ", next reload " +
+               (sameDay ? "" : platform::formatDate(next).substr(0, 10) + " ") + clockTime(next) +
+               (last->lateBy().count() > 0 ? " (late: asked for " + clockTime(*last->askedFor) + ")"
+                                           : "");
     }
 
     // Draws every widget again, unless a drawing is in flight: then the newest state is drawn
@@ -673,6 +699,7 @@ private:
         std::string errors;
         for (std::size_t i = 0; i < drawn.size() && i < m_widgets.size(); ++i) {
             desktop::setZoom(m_widgets[i].view, zoom);
+            gtk_label_set_text(GTK_LABEL(m_widgets[i].caption), caption(m_widgets[i]).c_str());
             if (drawn[i])
                 desktop::showDrawing(m_widgets[i].view, drawn[i].value());
             else
