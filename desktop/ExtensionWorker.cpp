@@ -56,13 +56,16 @@ void ExtensionWorker::work() {
             }
             auto then = job(m_extension);
             if (m_stopping) break;  // the board is going: nothing of it is left to call
-            g_idle_add_once(
+            // At the default priority, ahead of the toolkit's next frame: new pixels go into
+            // that frame rather than the one after it.
+            g_idle_add_full(
+                G_PRIORITY_DEFAULT,
                 [](gpointer done) {
-                    std::unique_ptr<std::function<void()>> call(
-                        static_cast<std::function<void()>*>(done));
-                    (*call)();
+                    (*static_cast<std::function<void()>*>(done))();
+                    return G_SOURCE_REMOVE;
                 },
-                new std::function<void()>(std::move(then)));
+                new std::function<void()>(std::move(then)),
+                [](gpointer done) { delete static_cast<std::function<void()>*>(done); });
         }
     }
 }

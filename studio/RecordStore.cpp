@@ -25,10 +25,20 @@ platform::Result<RecordTexts> readRecords(const std::filesystem::path& folder) {
 }
 
 platform::Result<void> writeRecords(const std::filesystem::path& folder, const RecordTexts& texts) {
+    RecordTexts differs;  // none is stored for all, so every text differs
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        if (!texts[i]) differs[i] = "";
+    return updateRecords(folder, texts, differs);
+}
+
+platform::Result<void> updateRecords(const std::filesystem::path& folder, const RecordTexts& texts,
+                                     const RecordTexts& stored) {
+    if (texts == stored) return {};
     auto opened = store::DefaultsStore::openForWriting(platform::appGroupIdentifier(), folder);
     if (!opened) return opened.error();
     auto& store = opened.value();
     for (std::size_t i = 0; i < texts.size(); ++i) {
+        if (texts[i] == stored[i]) continue;
         const auto key = studioRecords()[i].key;
         const auto& text = texts[i];
         auto written =

@@ -22,5 +22,10 @@ using RecordTexts = std::array<std::optional<std::string>, 3>;
 // none.
 [[nodiscard]] platform::Result<void> writeRecords(const std::filesystem::path& folder,
                                                   const RecordTexts& texts);
+// The same for the records whose text differs from `stored`, what the store holds already: a
+// keystroke in one editor is one transaction.
+[[nodiscard]] platform::Result<void> updateRecords(const std::filesystem::path& folder,
+                                                   const RecordTexts& texts,
+                                                   const RecordTexts& stored);
 
 }  // namespace studio

@@ -16,12 +16,16 @@
 
 #include <gtk/gtk.h>
 #include <gtksourceview/gtksource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -196,18 +200,25 @@ private:
 
     // The widgets read a private copy of the records, so that nothing reaches the chosen store
     // until it is written there.
+    // It lives in memory (the user's runtime folder, or the shared-memory file system), so that
+    // a keystroke's write waits for no disk.
     bool makeScratchStore() {
-        GError* error = nullptr;
-        char* folder = g_dir_make_tmp("velmora-studio-XXXXXX", &error);
-        if (folder == nullptr) {
-            std::fprintf(stderr, "velmora-widgets-studio: error: no private store: %s\n",
-                         error->message);
-            g_error_free(error);
+        std::filesystem::path base = g_get_tmp_dir();
+        std::error_code ignored;
+        if (const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+            runtime != nullptr && std::filesystem::is_directory(runtime, ignored))
+            base = runtime;
+        else if (std::filesystem::is_directory("/dev/shm", ignored) &&
+                 ::access("/dev/shm", W_OK) == 0)
+            base = "/dev/shm";
+        std::string pattern = (base / "velmora-studio-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr) {
+            std::fprintf(stderr, "velmora-widgets-studio: error: no private store in %s: %s\n",
+                         base.c_str(), std::strerror(errno));
             g_application_quit(G_APPLICATION(m_app));
             return false;
         }
-        m_scratch = folder;
-        g_free(folder);
+        m_scratch = pattern;
         return true;
     }
 
@@ -665,9 +676,15 @@ private:
         m_worker->post([this, job = std::move(job), generation, workerGeneration,
                         started](hosting::Extension& extension) -> std::function<void()> {
             std::optional<platform::Error> failure;
-            if (job.records)
-                if (auto written = writeRecords(m_scratch, *job.records); !written)
+            if (job.records) {
+                if (auto written = updateRecords(m_scratch, *job.records, m_scratchHolds);
+                    !written) {
                     failure = written.error();
+                    m_scratchHolds = {};  // unknown: written whole next time
+                } else {
+                    m_scratchHolds = *job.records;
+                }
+            }
             std::vector<platform::Result<hosting::DrawnWidget>> drawn;
             for (std::size_t i = 0; i < job.placements.size(); ++i) {
                 auto reload =
@@ -1024,6 +1041,8 @@ private:
     bool m_recordsChanged = false;
     gint64 m_editStarted = 0;  // the first edit a drawing has not shown yet
     DayPlan m_plan;
+    // What the private store holds: read and written on the worker's thread alone.
+    RecordTexts m_scratchHolds{std::string(), std::string(), std::string()};
     guint m_replayTimer = 0;
 };
 
