@@ -4,6 +4,7 @@
 
 #include <gtk/gtk.h>
 
+#include <cmath>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -180,8 +181,8 @@ WidgetView* newWidgetView(timeline::WidgetFamily family, std::function<void(Widg
 void setZoom(WidgetView* view, double zoom) {
     auto& state = *view->state;
     const auto canvas = layout::defaults::canvasSize(state.family);
-    const int width = int(canvas.width * zoom + 0.5);
-    const int height = int(canvas.height * zoom + 0.5);
+    const int width = int(std::lround(canvas.width * zoom));
+    const int height = int(std::lround(canvas.height * zoom));
     if (width == state.width && height == state.height) return;
     state.width = width;
     state.height = height;

@@ -976,6 +976,7 @@ private:
                 "--out",
                 file.string()};
             std::vector<char*> argv;
+            argv.reserve(arguments.size() + 1);
             for (const auto& argument : arguments)
                 argv.push_back(const_cast<char*>(argument.c_str()));
             argv.push_back(nullptr);
