@@ -118,6 +118,10 @@ void registerStudioCommand(CLI::App& app, GlobalOptions& globals);
 // alone, so that the short commands do not load them. It sits beside this program in the build
 // tree, and in the library folder for programs once installed.
 [[nodiscard]] std::filesystem::path toolkitProgram(std::string_view name);
+// Replaces this process by `program` with `arguments` (the first its name); returns only when it
+// could not, saying why.
+[[nodiscard]] CommandResult startToolkitProgram(const std::filesystem::path& program,
+                                                const std::vector<std::string>& arguments);
 // `reload [KIND]`: asks the running hosts for new timelines now.
 void registerReloadCommand(CLI::App& app, GlobalOptions& globals);
 // `extension`: the confined process that answers a host's requests and drawings.

@@ -107,18 +107,22 @@ CommandResult run(const DesktopCommandOptions& options, const GlobalOptions& glo
         return setAutostart(options.autostart == "on", globals, options);
 
     const auto program = toolkitProgram(VELMORA_DESKTOP_BOARD_NAME);
-    const auto arguments = boardArguments(program.string(), globals, options);
+    return startToolkitProgram(program, boardArguments(program.string(), globals, options));
+}
+
+}  // namespace
+
+CommandResult startToolkitProgram(const std::filesystem::path& program,
+                                  const std::vector<std::string>& arguments) {
     std::vector<char*> argv;
     argv.reserve(arguments.size() + 1);
     for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
     std::fflush(stdout);
     ::execv(program.c_str(), argv.data());
-    return CommandError::failure("cannot start the board program \"" + program.string() +
+    return CommandError::failure("cannot start \"" + program.string() +
                                  "\": " + std::strerror(errno));
 }
-
-}  // namespace
 
 std::filesystem::path toolkitProgram(std::string_view name) {
     std::error_code error;

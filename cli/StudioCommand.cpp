@@ -2,11 +2,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,14 +28,7 @@ CommandResult run(const StudioCommandOptions& options, const GlobalOptions& glob
     option("--time-zone", globals.timeZone);
     option("--appearance", globals.appearance);
     if (options.timing) arguments.emplace_back("--timing");
-    std::vector<char*> argv;
-    argv.reserve(arguments.size() + 1);
-    for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    std::fflush(stdout);
-    ::execv(program.c_str(), argv.data());
-    return CommandError::failure("cannot start the studio program \"" + program.string() +
-                                 "\": " + std::strerror(errno));
+    return startToolkitProgram(program, arguments);
 }
 
 }  // namespace
