@@ -60,6 +60,10 @@ Store opened(const tempstore::TempStore& temp) {
     return std::move(store).value();
 }
 
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+    return text.replace(text.find(from), from.size(), to);
+}
+
 std::string fileBytes(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
@@ -138,6 +142,12 @@ TEST(Library, RefusedRecordsLeaveTheStoreUnchanged) {
         {"vmPortfolioSnapshot", R"({"totalValue":1})", VELMORA_APPGROUP_INVALID_RECORD,
          "vmPortfolioSnapshot: missing key"},
         {"vmPortfolioSnapshot", "", VELMORA_APPGROUP_INVALID_RECORD, "vmPortfolioSnapshot: "},
+        {"vmPortfolioSnapshot", replaced(portfolio, "\"holdingCount\":3", "\"holdingCount\":3.5"),
+         VELMORA_APPGROUP_INVALID_RECORD, "vmPortfolioSnapshot: holdingCount: "},
+        {"vmDailyBrief", replaced(brief, "04:00:00Z", "04:00:00.5Z"),
+         VELMORA_APPGROUP_INVALID_RECORD, "vmDailyBrief: generatedAt: "},
+        {"vmWatchlistTickers", std::string(100, '[') + std::string(100, ']'),
+         VELMORA_APPGROUP_INVALID_RECORD, "vmWatchlistTickers: "},
         {"vmWatchlist", rows, VELMORA_APPGROUP_INVALID_ARGUMENT, "holds no record"},
         {"vmWatchlistTickers", tooLarge, VELMORA_APPGROUP_TOO_LARGE, "exceeds the 1 MiB limit"},
     };

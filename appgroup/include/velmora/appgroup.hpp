@@ -56,7 +56,7 @@ Status call(Call&& c) {
 
 }  // namespace detail
 
-// The app group's store, open for the host app; closed when it goes.
+// The app group's store, open for the host app; closed when it goes. Threads may share one.
 class Store {
 public:
     // The store in `directory`, or where the widgets look when it is empty.
@@ -73,7 +73,7 @@ public:
         return velmora_appgroup_store_directory(m_store.get());
     }
 
-    [[nodiscard]] Status writeData(const std::string& key, std::string_view bytes) {
+    [[nodiscard]] Status writeData(const std::string& key, std::string_view bytes) const {
         return detail::call([&](velmora_appgroup_error** error) {
             return velmora_appgroup_write_data(m_store.get(), key.c_str(), bytes.data(),
                                                bytes.size(), error);
@@ -81,7 +81,7 @@ public:
     }
 
     // One of the three records, checked with the widgets' decoder before it is written.
-    [[nodiscard]] Status writeRecord(const std::string& key, std::string_view json) {
+    [[nodiscard]] Status writeRecord(const std::string& key, std::string_view json) const {
         return detail::call([&](velmora_appgroup_error** error) {
             return velmora_appgroup_write_record(m_store.get(), key.c_str(), json.data(),
                                                  json.size(), error);
@@ -89,7 +89,7 @@ public:
     }
 
     // The data value's bytes; VELMORA_APPGROUP_NOT_FOUND when the key holds none.
-    [[nodiscard]] Result<std::string> readData(const std::string& key) {
+    [[nodiscard]] Result<std::string> readData(const std::string& key) const {
         void* bytes = nullptr;
         size_t size = 0;
         Status status = detail::call([&](velmora_appgroup_error** error) {
@@ -101,7 +101,7 @@ public:
         return value;
     }
 
-    [[nodiscard]] Status remove(const std::string& key) {
+    [[nodiscard]] Status remove(const std::string& key) const {
         return detail::call([&](velmora_appgroup_error** error) {
             return velmora_appgroup_delete(m_store.get(), key.c_str(), error);
         });
