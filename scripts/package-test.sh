@@ -46,7 +46,7 @@ installed=()
 for deb in "${debs[@]}"; do installed+=("/tmp/$(basename "$deb")"); done
 # With a C compiler and pkg-config, for the example host app.
 mmdebstrap --quiet --variant=apt --mode=root \
-  --customize-hook="copy-in ${debs[*]} examples/host_app.c /tmp" \
+  --customize-hook="copy-in ${debs[*]} /tmp" \
   --customize-hook="chroot \"\$1\" apt-get install -y -qq ${installed[*]} gcc libc6-dev pkg-config >/dev/null" \
   "$suite" "$root"
 echo "== installed into a fresh $suite root"
@@ -68,6 +68,7 @@ cp "$root/tmp/brief.png" "$build/package-brief.png"
 echo "== installed program ran: $build/package-brief.png, $(du -k "$root/usr/bin/velmora-widgets" | cut -f1) KiB program"
 
 # A host app built against the installed library: its records land where the program reads them.
+cp examples/host_app.c "$root/tmp/"
 chroot "$root" sh -c 'cc /tmp/host_app.c $(pkg-config --cflags --libs velmora-appgroup) -o /tmp/host_app'
 chroot "$root" /tmp/host_app /tmp/app-store
 chroot "$root" velmora-widgets --store-dir /tmp/app-store defaults read vmDailyBrief | grep -q '"ticker":"NVDA"'
