@@ -166,7 +166,7 @@ TEST(Library, RefusedRecordsLeaveTheStoreUnchanged) {
 
 // Threads of the library and processes of the command line write the same key at once, large
 // values spanning many pages; every read, by either, gives one value whole.
-TEST(Concurrency, LibraryAndDefaultsWritersNeverTearARead) {
+TEST(Library, ConcurrentWritersNeverTearARead) {
     tempstore::TempStore temp;
     Defaults defaults{temp};
     Store store = opened(temp);
