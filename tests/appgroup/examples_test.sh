@@ -2,11 +2,15 @@
 # The examples in C and in Python, built and run as a host app would: against the library installed
 # into a prefix of their own (cmake --install), found through pkg-config. What they write is read
 # back by the program's `defaults read`. No widget host runs, so their reloads find none.
-#   examples_test.sh BUILD_DIR SOURCE_DIR PROGRAM
+#   examples_test.sh BUILD_DIR SOURCE_DIR PROGRAM [SANITIZERS]
 set -euo pipefail
-build=${1:?usage: examples_test.sh BUILD_DIR SOURCE_DIR PROGRAM}
-source=${2:?usage: examples_test.sh BUILD_DIR SOURCE_DIR PROGRAM}
-program=${3:?usage: examples_test.sh BUILD_DIR SOURCE_DIR PROGRAM}
+build=${1:?usage: examples_test.sh BUILD_DIR SOURCE_DIR PROGRAM [SANITIZERS]}
+source=${2:?usage: examples_test.sh BUILD_DIR SOURCE_DIR PROGRAM [SANITIZERS]}
+program=${3:?usage: examples_test.sh BUILD_DIR SOURCE_DIR PROGRAM [SANITIZERS]}
+if [ -n "${4:-}" ]; then
+  echo "SKIP: the library of a $4 build needs the sanitizer's runtime in the program that loads it"
+  exit 77
+fi
 for tool in cc c++ pkg-config /usr/bin/python3; do
   command -v "$tool" >/dev/null || { echo "SKIP: $tool is not installed"; exit 77; }
 done
