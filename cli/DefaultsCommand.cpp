@@ -2,7 +2,7 @@
 #include "platform/Deployment.h"
 #include "platform/InputFile.h"
 #include "platform/PrintableText.h"
-#include "store/DefaultsStore.h"
+#include "store/DefaultsDomain.h"
 #include "store/StoreLocation.h"
 
 #include <CLI/CLI.hpp>
@@ -34,6 +34,11 @@ std::string_view domain(const DefaultsOptions& options) {
     return options.standard ? platform::bundleIdentifier() : platform::appGroupIdentifier();
 }
 
+// The domain as the host app writes it: the same code its library runs.
+store::DefaultsDomain defaultsDomain(const GlobalOptions& globals, const DefaultsOptions& options) {
+    return {std::string(domain(options)), store::storeDirectory(globals.storeDirectory)};
+}
+
 // The most a --data-file may hold: the largest value the store takes.
 constexpr std::size_t dataFileLimit = 1 << 20;
 
@@ -58,15 +63,9 @@ int write(const GlobalOptions& globals, const DefaultsOptions& options) {
         bytes.assign(options.data->begin(), options.data->end());
     }
 
-    auto opened = store::DefaultsStore::openForWriting(
-        domain(options), store::storeDirectory(globals.storeDirectory));
-    if (!opened) {
-        printError(opened.error().description);
-        return exitFailure;
-    }
-    auto& store = opened.value();
-    const auto written = options.string ? store.setString(options.key, *options.string)
-                                        : store.setData(options.key, bytes);
+    const auto target = defaultsDomain(globals, options);
+    const auto written = options.string ? target.writeString(options.key, *options.string)
+                                        : target.writeData(options.key, bytes);
     if (!written) {
         printError(written.error().description);
         return exitFailure;
@@ -131,23 +130,8 @@ void printValue(const store::DefaultsValue& value) {
     printBytes({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
-// The value under the key, nothing when the store or the key is missing, or the store's fault.
-platform::Result<std::optional<store::DefaultsValue>> readValue(const GlobalOptions& globals,
-                                                                const DefaultsOptions& options) {
-    const auto folder = store::storeDirectory(globals.storeDirectory);
-    if (options.standard) {
-        const auto store = store::DefaultsStore::standard(folder);
-        if (!store) return store.error();
-        return store->valueForKey(options.key);
-    }
-    const auto store = store::DefaultsStore::openSuite(domain(options), folder);
-    if (!store) return store.error();
-    if (!store.value()) return std::optional<store::DefaultsValue>();
-    return store.value()->valueForKey(options.key);
-}
-
 int read(const GlobalOptions& globals, const DefaultsOptions& options) {
-    const auto value = readValue(globals, options);
+    const auto value = defaultsDomain(globals, options).read(options.key);
     if (!value) {
         printError(value.error().description);
         return exitFailure;
@@ -162,25 +146,14 @@ int read(const GlobalOptions& globals, const DefaultsOptions& options) {
 }
 
 int remove(const GlobalOptions& globals, const DefaultsOptions& options) {
-    // The reader keeps its snapshot until it is released, so it must be gone before the write.
-    const auto present = readValue(globals, options);
-    if (!present) {
-        printError(present.error().description);
+    const auto removed = defaultsDomain(globals, options).remove(options.key);
+    if (!removed) {
+        printError(removed.error().description);
         return exitFailure;
     }
-    if (!present.value()) {
+    if (!removed.value()) {
         printError("no value for key " + platform::quotedInput(options.key) + " in " +
                    std::string(domain(options)));
-        return exitFailure;
-    }
-    auto opened = store::DefaultsStore::openForWriting(
-        domain(options), store::storeDirectory(globals.storeDirectory));
-    if (!opened) {
-        printError(opened.error().description);
-        return exitFailure;
-    }
-    if (const auto removed = opened.value().removeObject(options.key); !removed) {
-        printError(removed.error().description);
         return exitFailure;
     }
     return exitSuccess;

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 build=${1:-build}
 [ -f "$build/compile_commands.json" ] || cmake --preset regular >/dev/null
 mapfile -t sources < <(git ls-files '*.cpp' |
-  grep -E '^(platform|records|store|timeline|ui|style|layout|render|dailybrief|watchlist|widgets|ipc|extension|hosting|gallery|desktop|studio|cli)/')
+  grep -E '^(platform|records|store|appgroup|timeline|ui|style|layout|render|dailybrief|watchlist|widgets|ipc|extension|hosting|gallery|desktop|studio|cli)/')
 # The build's g++ knows warning options clang does not; they mean nothing to the checks.
 run-clang-tidy -quiet -p "$build" -j "$(nproc)" -extra-arg=-Wno-unknown-warning-option \
   "${sources[@]}" >"$build/tidy.log" 2>&1 || {

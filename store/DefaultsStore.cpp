@@ -439,13 +439,31 @@ platform::Result<DefaultsStore> DefaultsStore::openForWriting(std::string_view d
     if (error)
         return platform::Error{"cannot create the store folder " + folder.string() + ": " +
                                error.message()};
+    return openWriter(store::domainFile(folder, domain), true);
+}
 
+platform::Result<std::optional<DefaultsStore>> DefaultsStore::openExisting(
+    std::string_view domain, const std::filesystem::path& folder) {
     const auto file = store::domainFile(folder, domain);
+    std::error_code error;
+    if (!std::filesystem::exists(file, error)) {
+        if (error && error != std::errc::no_such_file_or_directory &&
+            error != std::errc::not_a_directory)
+            return storeFault(file, error.message());
+        return std::optional<DefaultsStore>();
+    }
+    auto opened = openWriter(file, false);
+    if (!opened) return opened.error();
+    return std::optional<DefaultsStore>(std::move(opened).value());
+}
+
+platform::Result<DefaultsStore> DefaultsStore::openWriter(const std::filesystem::path& file,
+                                                          bool create) {
     configureSqliteOnce();
     sqlite3* db = nullptr;
-    const int opened =
-        sqlite3_open_v2(file.c_str(), &db,
-                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int opened = sqlite3_open_v2(
+        file.c_str(), &db,
+        SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0) | SQLITE_OPEN_NOMUTEX, nullptr);
     auto connection = std::make_unique<Connection>(db, true, file);
     if (opened != SQLITE_OK) return errorOf(db, "cannot open " + file.string());
     sqlite3_busy_timeout(db, static_cast<int>(busyTimeout.count()));
@@ -526,8 +544,10 @@ namespace {
 
 // Runs one statement on the key inside its own immediate transaction, so that a reader sees
 // either the old value or the new one.
+// `changed`, when given, learns whether the statement changed a row.
 template <typename Bind>
-platform::Result<void> writeKey(sqlite3* db, std::string_view sql, Bind bind) {
+platform::Result<void> writeKey(sqlite3* db, std::string_view sql, Bind bind,
+                                bool* changed = nullptr) {
     if (!execute(db, "BEGIN IMMEDIATE")) return errorOf(db, "cannot begin a transaction");
     {
         Statement statement(db, sql);
@@ -536,6 +556,7 @@ platform::Result<void> writeKey(sqlite3* db, std::string_view sql, Bind bind) {
             execute(db, "ROLLBACK");
             return error;
         }
+        if (changed != nullptr) *changed = sqlite3_changes(db) > 0;
     }
     if (!execute(db, "COMMIT")) {
         auto error = errorOf(db, "cannot commit");
@@ -571,9 +592,19 @@ platform::Result<void> DefaultsStore::setString(std::string_view key, std::strin
 }
 
 platform::Result<void> DefaultsStore::removeObject(std::string_view key) {
+    const auto removed = removeKey(key);
+    if (!removed) return removed.error();
+    return {};
+}
+
+platform::Result<bool> DefaultsStore::removeKey(std::string_view key) {
     VELMORA_ASSERT(m_connection && m_connection->writable);
-    return writeKey(m_connection->db, "DELETE FROM defaults WHERE key = ?1",
-                    [&](Statement& statement) { return statement.bindText(1, key); });
+    bool changed = false;
+    const auto removed = writeKey(
+        m_connection->db, "DELETE FROM defaults WHERE key = ?1",
+        [&](Statement& statement) { return statement.bindText(1, key); }, &changed);
+    if (!removed) return removed.error();
+    return changed;
 }
 
 }  // namespace store

@@ -66,6 +66,12 @@ public:
     [[nodiscard]] static platform::Result<DefaultsStore> openForWriting(
         std::string_view domain, const std::filesystem::path& folder);
 
+    // The writer side's connection to the domain's database when it exists, creating nothing:
+    // no store without a database. Its reads take SQLite's locks and wait for other writers,
+    // so that a process that writes can read too (store/DefaultsDomain.h).
+    [[nodiscard]] static platform::Result<std::optional<DefaultsStore>> openExisting(
+        std::string_view domain, const std::filesystem::path& folder);
+
     DefaultsStore(DefaultsStore&&) noexcept;
     DefaultsStore& operator=(DefaultsStore&&) noexcept;
     DefaultsStore(const DefaultsStore&) = delete;
@@ -84,12 +90,16 @@ public:
                                                  std::span<const std::uint8_t> bytes);
     [[nodiscard]] platform::Result<void> setString(std::string_view key, std::string_view text);
     [[nodiscard]] platform::Result<void> removeObject(std::string_view key);
+    // The same, telling whether the key held a value to remove.
+    [[nodiscard]] platform::Result<bool> removeKey(std::string_view key);
 
 private:
     struct Connection;
     explicit DefaultsStore(std::unique_ptr<Connection> connection);
     [[nodiscard]] static platform::Result<std::optional<DefaultsStore>> openReadOnly(
         const std::filesystem::path& file);
+    [[nodiscard]] static platform::Result<DefaultsStore> openWriter(
+        const std::filesystem::path& file, bool create);
     [[nodiscard]] platform::Result<std::optional<DefaultsValue>> lookup(std::string_view key,
                                                                         bool textToo) const;
 

@@ -1,25 +1,33 @@
 #include "studio/RecordStore.h"
 
 #include "platform/Deployment.h"
-#include "store/DefaultsStore.h"
+#include "store/DefaultsDomain.h"
 #include "studio/RecordDraft.h"
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <variant>
 
 namespace studio {
 
+namespace {
+
+store::DefaultsDomain appGroup(const std::filesystem::path& folder) {
+    return {std::string(platform::appGroupIdentifier()), folder};
+}
+
+}  // namespace
+
 platform::Result<RecordTexts> readRecords(const std::filesystem::path& folder) {
     RecordTexts texts;
-    auto opened = store::DefaultsStore::openSuite(platform::appGroupIdentifier(), folder);
-    if (!opened) return opened.error();
-    if (!opened.value()) return texts;
-    const auto& store = *opened.value();
+    const auto domain = appGroup(folder);
     for (std::size_t i = 0; i < texts.size(); ++i) {
-        auto data = store.dataForKey(studioRecords()[i].key);
-        if (!data) return data.error();
-        if (const auto& bytes = data.value()) texts[i] = std::string(bytes->begin(), bytes->end());
+        auto value = domain.read(studioRecords()[i].key);
+        if (!value) return value.error();
+        if (!value.value()) continue;
+        if (const auto* bytes = std::get_if<store::Data>(&*value.value()))
+            texts[i] = std::string(bytes->begin(), bytes->end());
     }
     return texts;
 }
@@ -33,19 +41,18 @@ platform::Result<void> writeRecords(const std::filesystem::path& folder, const R
 
 platform::Result<void> updateRecords(const std::filesystem::path& folder, const RecordTexts& texts,
                                      const RecordTexts& stored) {
-    if (texts == stored) return {};
-    auto opened = store::DefaultsStore::openForWriting(platform::appGroupIdentifier(), folder);
-    if (!opened) return opened.error();
-    auto& store = opened.value();
+    const auto domain = appGroup(folder);
     for (std::size_t i = 0; i < texts.size(); ++i) {
         if (texts[i] == stored[i]) continue;
         const auto key = studioRecords()[i].key;
         const auto& text = texts[i];
-        auto written =
-            text ? store.setData(key, std::span(reinterpret_cast<const std::uint8_t*>(text->data()),
-                                                text->size()))
-                 : store.removeObject(key);
-        if (!written) return written.error();
+        if (text) {
+            const std::span bytes(reinterpret_cast<const std::uint8_t*>(text->data()),
+                                  text->size());
+            if (auto written = domain.writeData(key, bytes); !written) return written.error();
+        } else if (auto removed = domain.remove(key); !removed) {
+            return removed.error();
+        }
     }
     return {};
 }

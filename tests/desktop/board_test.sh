@@ -147,6 +147,22 @@ locate reloaded >/dev/null
 [ "$(grep -c "timeline DailyBrief" "$work/board.log")" = "$briefs" ] || fail "reload asked the brief too"
 echo "reload WatchlistGlance: new rows drawn, the brief not asked"
 
+# --- The host app's library: the Python example's records, its reload taken by the board ----------
+# (A sanitizer's build of the library needs the sanitizer's runtime in Python: left out there.)
+library=$build_dir/appgroup/libvelmora-appgroup.so.0
+if nm -D --undefined-only "$library" | grep -qE ' __(asan|tsan|ubsan)_'; then
+  echo "the host app's library: left out, a sanitizer's build"
+else
+  VELMORA_APPGROUP_LIBRARY=$library \
+    /usr/bin/python3 "$(dirname "$0")/../../examples/host_app.py" "$store" >"$work/host_app.out" ||
+    fail "the Python example failed: $(cat "$work/host_app.out")"
+  grep -q '^reload: taken$' "$work/host_app.out" ||
+    fail "the library's reload did not reach the board: $(cat "$work/host_app.out")"
+  expect library-rows WatchlistGlance systemMedium
+  locate library-rows >/dev/null
+  echo "the host app's library: records written, its reload taken, the new rows drawn"
+fi
+
 # --- A corrupt store: the board stays up with what the providers fall back to ----------------------
 printf 'not a database' >"$store/group.app.velmora.shared.sqlite"
 expect corrupt-watchlist WatchlistGlance systemMedium

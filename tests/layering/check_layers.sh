@@ -2,22 +2,26 @@
 # Every folder includes only from itself and the folders below it; the order, lowest first:
 set -euo pipefail
 cd "${1:-$(dirname "$0")/../..}"
-layers=(platform records store timeline ui style layout render dailybrief watchlist widgets
+layers=(platform records store appgroup timeline ui style layout render dailybrief watchlist widgets
         ipc extension hosting gallery desktop studio cli)
 # Folders that stand side by side and never include each other.
 siblings=(dailybrief:watchlist gallery:desktop gallery:studio)
 # What a folder never includes although it sits above it: the channel, what the hosts share, the
 # pages and the board know the widgets only as the extension describes and draws them, so they
-# never include the records, the store, the painter, a widget or the extension itself.
+# never include the records, the store, the painter, a widget or the extension itself; nor the
+# host app's library, which only the command line shares.
 forbidden=()
+for folder in timeline ui style layout render dailybrief watchlist widgets extension; do
+  forbidden+=("$folder:appgroup")
+done
 for host in ipc hosting gallery desktop; do
-  for part in records store render dailybrief watchlist widgets extension; do
+  for part in records store appgroup render dailybrief watchlist widgets extension; do
     forbidden+=("$host:$part")
   done
 done
 # The studio reads and writes the records and checks them with the widgets' decoder, and draws
 # them only through the extension.
-for part in render dailybrief watchlist widgets extension; do
+for part in appgroup render dailybrief watchlist widgets extension; do
   forbidden+=("studio:$part")
 done
 declare -A rank
