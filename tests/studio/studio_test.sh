@@ -18,12 +18,15 @@ done
   { echo "SKIP: python3-dbus is not installed (scripts/install-deps.sh installs it)"; exit 77; }
 if [ -z "${VELMORA_IN_XVFB:-}" ]; then
   export VELMORA_IN_XVFB=1
+  # A runtime folder of its own: the session's accessibility bus puts its socket there, so that
+  # tests running side by side each talk to their own.
+  VELMORA_TEST_RUNTIME=$(mktemp -d) && export VELMORA_TEST_RUNTIME XDG_RUNTIME_DIR=$VELMORA_TEST_RUNTIME
   exec dbus-run-session -- xvfb-run -a -s "-screen 0 1600x1050x24" bash "$0" "$@"
 fi
 
 work=$(mktemp -d)
 studio=
-trap 'status=$?; [ -n "$studio" ] && kill "$studio" 2>/dev/null; ((status)) || rm -rf "$work"' EXIT
+trap 'status=$?; [ -n "$studio" ] && kill "$studio" 2>/dev/null; ((status)) || rm -rf "$work" "$VELMORA_TEST_RUNTIME"' EXIT
 export HOME=$work/home XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 screen_width=1600 program_log=studio.log
 store=$work/store    # the store the studio opens and writes
