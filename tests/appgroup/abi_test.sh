@@ -19,5 +19,5 @@ diff -u "$source/symbols.txt" - <<<"$exported" ||
 declared=$(grep -o 'velmora_appgroup_[a-z_]*(' "$source/include/velmora/appgroup.h" | tr -d '(' | sort -u)
 missing=$(comm -23 <(echo "$declared") <(sed 's/@.*//' <<<"$exported" | sort -u))
 [ -z "$missing" ] || fail "declared in appgroup.h but not exported: $missing"
-readelf -d "$library" | grep -q 'SONAME.*\[libvelmora-appgroup\.so\.0\]' || fail "the soname is not libvelmora-appgroup.so.0"
+readelf -d "$library" | grep 'SONAME.*\[libvelmora-appgroup\.so\.0\]' >/dev/null || fail "the soname is not libvelmora-appgroup.so.0"
 echo "$(wc -l <<<"$exported") symbols as listed, soname libvelmora-appgroup.so.0"

@@ -44,7 +44,7 @@ brief='{"ticker":"NVDA","companyName":"NVIDIA","summary":"Momentum continues wit
 [ "$(read_back "$work/c-store" vmDailyBrief)" = "data (${#brief} bytes)
 $brief" ] || fail "defaults read does not show the C example's brief: $(read_back "$work/c-store" vmDailyBrief)"
 for key in vmWatchlistTickers vmPortfolioSnapshot; do
-  read_back "$work/c-store" "$key" | grep -q '^data (' || fail "the C example wrote no $key"
+  read_back "$work/c-store" "$key" | grep '^data (' >/dev/null || fail "the C example wrote no $key"
 done
 echo "C example: 3 records written and read back, reload: none running"
 
@@ -67,6 +67,6 @@ VELMORA_APPGROUP_LIBRARY=$libdir/libvelmora-appgroup.so.0 \
 grep -q '^refused: vmDailyBrief: score: expected a number, found a string$' "$work/py.out" ||
   fail "Python example: $(cat "$work/py.out")"
 grep -q '^reload: none running' "$work/py.out" || fail "Python example's reload: $(cat "$work/py.out")"
-read_back "$work/py-store" vmDailyBrief | grep -q '"score":84,' || fail "the refused brief replaced the stored one"
-read_back "$work/py-store" vmWatchlistTickers | grep -q '^\[{"ticker":"AAPL"' || fail "the Python example wrote no rows"
+read_back "$work/py-store" vmDailyBrief | grep '"score":84,' >/dev/null || fail "the refused brief replaced the stored one"
+read_back "$work/py-store" vmWatchlistTickers | grep '^\[{"ticker":"AAPL"' >/dev/null || fail "the Python example wrote no rows"
 echo "Python example: 3 records written, a bad brief refused, reload: none running"

@@ -153,7 +153,7 @@ echo "reload WatchlistGlance: new rows drawn, the brief not asked"
 # --- The host app's library: the Python example's records, its reload taken by the board ----------
 # (A sanitizer's build of the library needs the sanitizer's runtime in Python: left out there.)
 library=$build_dir/appgroup/libvelmora-appgroup.so.0
-if nm -D --undefined-only "$library" | grep -qE ' __(asan|tsan|ubsan)_'; then
+if nm -D --undefined-only "$library" | grep -E ' __(asan|tsan|ubsan)_' >/dev/null; then
   echo "the host app's library: left out, a sanitizer's build"
 else
   VELMORA_APPGROUP_LIBRARY=$library \
