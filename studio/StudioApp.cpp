@@ -50,6 +50,7 @@ const std::array<const char*, 5> timeZones{"UTC", "Europe/Berlin", "America/New_
                                            "Australia/Sydney"};
 const std::array<const char*, 2> appearances{"dark", "light"};
 const std::array<const char*, 3> exportFormats{"png", "svg", "pdf"};
+const std::array<const char*, 2> spans{"day", "week"};
 
 constexpr const char* styleSheet = R"(
 velmora-widget { border-radius: 22px; }
@@ -265,7 +266,7 @@ private:
         GtkWidget* spacer = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
         gtk_widget_set_hexpand(spacer, TRUE);
         gtk_box_append(GTK_BOX(bar), spacer);
-        m_replay = gtk_toggle_button_new_with_mnemonic("Re_play day");
+        m_replay = gtk_toggle_button_new_with_mnemonic("Repla_y");
         gtk_widget_set_tooltip_text(m_replay, "Ctrl+R");
         g_signal_connect(m_replay, "toggled", G_CALLBACK(+[](GtkToggleButton*, gpointer self) {
                              static_cast<Studio*>(self)->replayToggled();
@@ -354,6 +355,12 @@ private:
         gtk_editable_set_width_chars(GTK_EDITABLE(m_dayEntry), 11);
         g_signal_connect(m_dayEntry, "activate", G_CALLBACK(+[](GtkEntry*, gpointer self) {
                              static_cast<Studio*>(self)->dayChosen();
+                         }),
+                         this);
+        m_span = labelled(dayRow, "Spa_n", dropDown(spans, 0));
+        g_signal_connect(m_span, "notify::selected",
+                         G_CALLBACK(+[](GObject*, GParamSpec*, gpointer self) {
+                             static_cast<Studio*>(self)->spanChosen();
                          }),
                          this);
         m_clock = gtk_label_new("");
@@ -639,7 +646,7 @@ private:
         const auto* last = lastRequest(widget.placement, now());
         if (last == nullptr) return widget.label;
         const auto next = last->timeline.policy.date;
-        const bool sameDay = dayOf(next) == m_day;
+        const bool sameDay = dayOf(next) == dayOf(now());
         return widget.label + " · timeline of " + clockTime(last->requestedAt) + ", next reload " +
                (sameDay ? "" : platform::formatDate(next).substr(0, 10) + " ") + clockTime(next) +
                (last->lateBy().count() > 0 ? " (late: asked for " + clockTime(*last->askedFor) + ")"
@@ -746,12 +753,27 @@ private:
 
     void step(int minutes) {
         gtk_range_set_value(GTK_RANGE(m_scrubber),
-                            std::clamp(m_minute + minutes, 0, minutesADay - 1));
+                            std::clamp(m_minute + minutes, 0, m_days * minutesADay - 1));
     }
 
     void updateClock() {
-        const std::string text = clockTime(now()) + " UTC";
+        // The date as well once the stretch is longer than a day.
+        const std::string text =
+            (m_days > 1 ? platform::formatDate(now()).substr(0, 10) + " " : "") + clockTime(now()) +
+            " UTC";
         gtk_label_set_text(GTK_LABEL(m_clock), text.c_str());
+    }
+
+    // The scrubber's stretch: a day, or a week from the chosen day.
+    [[nodiscard]] std::chrono::hours span() const { return std::chrono::hours(24 * m_days); }
+
+    void spanChosen() {
+        m_days = gtk_drop_down_get_selected(GTK_DROP_DOWN(m_span)) == 1 ? 7 : 1;
+        const int last = m_days * minutesADay - 1;
+        gtk_range_set_range(GTK_RANGE(m_scrubber), 0, last);
+        gtk_range_set_value(GTK_RANGE(m_scrubber), std::min(m_minute, last));
+        planChanged();
+        scrubbed();
     }
 
     void dayChosen() {
@@ -780,10 +802,10 @@ private:
         const auto workerGeneration = m_workerGeneration;
         std::vector<Placement> placements;
         for (const auto& widget : m_widgets) placements.push_back(widget.placement);
-        m_worker->post([this, placements, day = m_day, budget = budget(), generation,
+        m_worker->post([this, placements, day = m_day, span = span(), budget = budget(), generation,
                         workerGeneration](hosting::Extension& extension) -> std::function<void()> {
-            auto plan = std::make_shared<DayPlan>(
-                planDay(extension, placements, day, day + std::chrono::hours(24), budget));
+            auto plan =
+                std::make_shared<DayPlan>(planDay(extension, placements, day, day + span, budget));
             return [this, plan, generation, workerGeneration] {
                 if (generation != m_planGeneration || workerGeneration != m_workerGeneration)
                     return;
@@ -811,7 +833,10 @@ private:
                 const double minute = double(
                     std::chrono::duration_cast<std::chrono::minutes>(request.requestedAt - m_day)
                         .count());
-                const std::string label = clockTime(request.requestedAt);
+                const std::string label =
+                    (m_days > 1 ? platform::formatDate(request.requestedAt).substr(5, 5) + " "
+                                : "") +
+                    clockTime(request.requestedAt);
                 gtk_scale_add_mark(GTK_SCALE(m_scrubber), minute, GTK_POS_BOTTOM, label.c_str());
             }
         }
@@ -850,7 +875,7 @@ private:
     void drawTrack(cairo_t* cr, int width, int height) {
         const auto x = [&](platform::Date date) {
             return double(std::chrono::duration_cast<std::chrono::seconds>(date - m_day).count()) /
-                   (24.0 * 3600.0) * width;
+                   double(std::chrono::duration_cast<std::chrono::seconds>(span()).count()) * width;
         };
         const std::array<const char*, 2> kinds{"DailyBrief", "WatchlistGlance"};
         const double rowHeight = height / 2.0;
@@ -912,7 +937,7 @@ private:
         for (const auto& request : m_plan.requests)
             if (request.requestedAt > now() && (!next || request.requestedAt < *next))
                 next = request.requestedAt;
-        if (!next || *next >= m_day + std::chrono::hours(24)) {
+        if (!next || *next >= m_day + span()) {
             m_replayTimer = 0;
             gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(m_replay), FALSE);
             return false;
@@ -1011,7 +1036,8 @@ private:
     ExtensionOptions m_drawing;
     hosting::ExtensionSettings m_extensionSettings;
     platform::Date m_day;
-    int m_minute = 0;
+    int m_minute = 0;  // now, from the start of m_day
+    int m_days = 1;    // the scrubber's stretch
 
     GtkApplication* m_app = nullptr;
     GtkWidget* m_window = nullptr;
@@ -1025,6 +1051,7 @@ private:
     GtkWidget* m_format = nullptr;
     GtkWidget* m_notebook = nullptr;
     GtkWidget* m_dayEntry = nullptr;
+    GtkWidget* m_span = nullptr;
     GtkWidget* m_clock = nullptr;
     GtkWidget* m_scrubber = nullptr;
     GtkWidget* m_track = nullptr;
