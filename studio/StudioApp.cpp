@@ -378,6 +378,7 @@ private:
                          }),
                          this);
         gtk_box_append(GTK_BOX(box), m_scrubber);
+        updateClock();
 
         m_track = gtk_drawing_area_new();
         gtk_drawing_area_set_content_height(GTK_DRAWING_AREA(m_track), 64);
