@@ -50,9 +50,6 @@ const DesktopSettings boardSettings;
 // ---- The application ---------------------------------------------------------------------------
 
 constexpr const char* styleSheet = R"(
-velmora-widget { border-radius: 22px; }
-velmora-widget:focus-visible { outline: 2px solid @theme_selected_bg_color; outline-offset: 3px; }
-velmora-widget:disabled { opacity: 0.35; }
 .velmora-message { margin: 12px; }
 )";
 
@@ -98,12 +95,7 @@ private:
         // The board's own texts in the widgets' system font, and its frame as dark as they are.
         g_object_set(gtk_settings_get_default(), "gtk-font-name", "Inter 11",
                      "gtk-application-prefer-dark-theme", TRUE, nullptr);
-        GtkCssProvider* css = gtk_css_provider_new();
-        gtk_css_provider_load_from_data(css, styleSheet, -1);
-        gtk_style_context_add_provider_for_display(gdk_display_get_default(),
-                                                   GTK_STYLE_PROVIDER(css),
-                                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-        g_object_unref(css);
+        addStyle(styleSheet);
         const char* addAccels[] = {"<Control>n", nullptr};
         gtk_application_set_accels_for_action(m_app, "win.add-widget", addAccels);
         for (int signal : {SIGINT, SIGTERM})

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace desktop {
@@ -176,6 +177,21 @@ WidgetView* newWidgetView(timeline::WidgetFamily family, std::function<void(Widg
             remove(reinterpret_cast<WidgetView*>(view));
         };
     return self;
+}
+
+void addStyle(const char* extra) {
+    static constexpr const char* own = R"(
+velmora-widget { border-radius: 22px; }
+velmora-widget:focus-visible { outline: 2px solid @theme_selected_bg_color; outline-offset: 3px; }
+velmora-widget:disabled { opacity: 0.35; }
+)";
+    const std::string css = std::string(own) + extra;
+    GtkCssProvider* provider = gtk_css_provider_new();
+    gtk_css_provider_load_from_data(provider, css.c_str(), -1);
+    gtk_style_context_add_provider_for_display(gdk_display_get_default(),
+                                               GTK_STYLE_PROVIDER(provider),
+                                               GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    g_object_unref(provider);
 }
 
 void setZoom(WidgetView* view, double zoom) {

@@ -19,6 +19,10 @@ struct WidgetView;
                                         std::function<void(WidgetView*)> activate,
                                         std::function<void(WidgetView*)> remove);
 
+// Adds to the display the views' own style (their continuous corners, their focus ring, the
+// look of a disabled one) and `extra`, the program's own rules, at the application's priority.
+void addStyle(const char* extra);
+
 // Shows the view `zoom` times its family's size in points (1 unless set): a drawing made at a
 // scale other than the window's still shows one texel to a device pixel.
 void setZoom(WidgetView* view, double zoom);

@@ -22,7 +22,6 @@ v() { "$program" --store-dir "$store" --locale en_US --time-zone UTC "$@"; }
 
 # The bare window: the studio's window size, a notebook of three source views with JSON
 # highlighting holding the same records, nothing drawn beside them.
-for key in vmDailyBrief vmWatchlistTickers vmPortfolioSnapshot; do :; done
 cat >"$work/bare.cpp" <<'CPP'
 #include <gtk/gtk.h>
 #include <gtksourceview/gtksource.h>
@@ -88,19 +87,15 @@ done
 studio_after=$(rss "$studio")
 extension_rss=$( [ -n "$extension" ] && [ -e "/proc/$extension" ] && rss "$extension" || echo 0)
 
-for i in 0 1 2; do
-  "$program" --store-dir "$work/none" defaults read vmDailyBrief >/dev/null 2>&1 || true
-done
+# The samples as the studio shows them: what it writes to the store when asked.
 keys=(vmDailyBrief vmWatchlistTickers vmPortfolioSnapshot)
 files=()
-for key in "${keys[@]}"; do
-  v defaults read "$key" >/dev/null 2>&1 || true
-  files+=("$work/$key.json")
-done
-# The samples as the studio shows them: what it writes to the store when asked.
 xdotool key --clearmodifiers ctrl+s
 sleep 1
-for key in "${keys[@]}"; do v defaults read "$key" | tail -n +2 >"$work/$key.json"; done
+for key in "${keys[@]}"; do
+  v defaults read "$key" | tail -n +2 >"$work/$key.json"
+  files+=("$work/$key.json")
+done
 "$work/bare" "${files[@]}" &
 pids+=($!)
 sleep 4

@@ -53,8 +53,6 @@ const std::array<const char*, 3> exportFormats{"png", "svg", "pdf"};
 const std::array<const char*, 2> spans{"day", "week"};
 
 constexpr const char* styleSheet = R"(
-velmora-widget { border-radius: 22px; }
-velmora-widget:focus-visible { outline: 2px solid @theme_selected_bg_color; outline-offset: 3px; }
 .studio-fault { color: #ff6b6b; }
 .studio-caption { font-size: smaller; opacity: 0.7; }
 )";
@@ -164,12 +162,7 @@ private:
     void activate() {
         gtk_source_init();
         if (!makeScratchStore()) return;
-        GtkCssProvider* css = gtk_css_provider_new();
-        gtk_css_provider_load_from_data(css, styleSheet, -1);
-        gtk_style_context_add_provider_for_display(gdk_display_get_default(),
-                                                   GTK_STYLE_PROVIDER(css),
-                                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-        g_object_unref(css);
+        desktop::addStyle(styleSheet);
 
         m_window = gtk_application_window_new(m_app);
         gtk_window_set_title(GTK_WINDOW(m_window), "Velmora Widgets Studio");

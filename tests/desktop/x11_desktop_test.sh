@@ -33,13 +33,8 @@ fail() {
   echo "FAIL: $*" >&2
   exit 1
 }
-wait_for() {  # SECONDS DESCRIPTION COMMAND...
-  local tries=$(($1 * 4)) what=$2
-  shift 2
-  for _ in $(seq "$tries"); do "$@" && return; sleep 0.25; done
-  fail "$what"
-}
 v() { "$program" --store-dir "$store" --locale en_US --time-zone UTC "$@"; }
+source "$(dirname "$0")/../support/on_screen.sh"
 write() { v defaults write "$1" --data "$2" >/dev/null; }
 write vmDailyBrief '{"ticker":"NVDA","companyName":"NVIDIA","summary":"Momentum continues with options flow signalling continuation through earnings.","signal":"Strong Buy","score":84,"generatedAt":"2025-11-16T06:30:00Z"}'
 write vmWatchlistTickers '[{"ticker":"AMD","companyName":"Advanced Micro Devices","price":151.2,"changePct":2.4,"signal":"Buy"}]'
@@ -53,42 +48,15 @@ stream_rgb() { stream -map rgb -storage-type char "$1" "$2"; }
 convert -size 1280x1024 "xc:#$background" "$work/background.png"
 display -window root "$work/background.png" || true  # paints the root, then says it failed
 
-# The widget as `render --scale 1` draws it, its size and its link.
-size() { case $1 in systemSmall) echo "170 170" ;; systemMedium) echo "364 170" ;; *) echo "364 382" ;; esac; }
-expect() {  # NAME KIND FAMILY
-  v render "$2" "$3" --scale 1 --out "$work/$1.png" | sed 's/^link: //' >"$work/$1.link"
-  stream_rgb "$work/$1.png" "$work/$1.rgb"
-  size "$3" >"$work/$1.size"
-}
 expect brief DailyBrief systemMedium
 expect watchlist WatchlistGlance systemSmall
 
-# Where a widget drawn by `render --scale 1` stands on the screen, pixel for pixel inside its
-# rounded corners (the 35 x 35 squares where the corner curves run are left out); given the
-# background's colour, also whether the pixels just outside its four corners are the background.
-cat >"$work/find.py" <<'PY'
-import sys
-shot, sw, widget, w, h = open(sys.argv[1], "rb").read(), int(sys.argv[2]), open(sys.argv[3], "rb").read(), int(sys.argv[4]), int(sys.argv[5])
-background = bytes.fromhex(sys.argv[6]) if len(sys.argv) > 6 else None
-c = 35
-row = lambda data, width, y, a, b: data[(y * width + a) * 3:(y * width + b) * 3]
-start = 0
-while (i := shot.find(row(widget, w, h // 2, 0, w), start)) >= 0:
-    start, x, y = i + 1, i // 3 % sw, i // 3 // sw - h // 2
-    if i % 3 == 0 and all(row(shot, sw, y + r, x + a, x + b) == row(widget, w, r, a, b) for r in range(h)
-                          for a, b in [(c, w - c) if r < c or r >= h - c else (0, w)]):
-        outside = [(x + dx, y + dy) for dx in (0, 1, w - 2, w - 1) for dy in (0, 1, h - 2, h - 1)]
-        if background and any(row(shot, sw, b, a, a + 1) != background for a, b in outside):
-            sys.exit(print("corners", x, y))
-        sys.exit(print(x, y))
-sys.exit(1)
-PY
 screenshot() {
   import -window root "$work/shot.png"
   stream_rgb "$work/shot.png" "$work/shot.rgb"
 }
 # locate NAME: "x y" of the widget's top-left corner on the screen, waiting up to 15 s; fails
-# when the desktop does not show outside its corners.
+# when the desktop does not show outside its corners (on_screen.sh's, with the background).
 locate() {
   local at
   for _ in $(seq 30); do

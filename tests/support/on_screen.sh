@@ -4,10 +4,12 @@
 # `program_log` (default board.log, in `work`) as its screen and log are.
 
 # Where a widget drawn by `render --scale 1` stands on the screen, pixel for pixel inside its
-# rounded corners (the 35 x 35 squares where the corner curves run are left out).
+# rounded corners (the 35 x 35 squares where the corner curves run are left out); given the
+# background's colour, also whether the pixels just outside its four corners are the background.
 cat >"$work/find.py" <<'PY'
 import sys
 shot, sw, widget, w, h = open(sys.argv[1], "rb").read(), int(sys.argv[2]), open(sys.argv[3], "rb").read(), int(sys.argv[4]), int(sys.argv[5])
+background = bytes.fromhex(sys.argv[6]) if len(sys.argv) > 6 else None
 c = 35
 row = lambda data, width, y, a, b: data[(y * width + a) * 3:(y * width + b) * 3]
 start = 0
@@ -15,6 +17,9 @@ while (i := shot.find(row(widget, w, h // 2, 0, w), start)) >= 0:
     start, x, y = i + 1, i // 3 % sw, i // 3 // sw - h // 2
     if i % 3 == 0 and all(row(shot, sw, y + r, x + a, x + b) == row(widget, w, r, a, b) for r in range(h)
                           for a, b in [(c, w - c) if r < c or r >= h - c else (0, w)]):
+        outside = [(x + dx, y + dy) for dx in (0, 1, w - 2, w - 1) for dy in (0, 1, h - 2, h - 1)]
+        if background and any(row(shot, sw, b, a, a + 1) != background for a, b in outside):
+            sys.exit(print("corners", x, y))
         sys.exit(print(x, y))
 sys.exit(1)
 PY
