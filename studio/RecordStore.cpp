@@ -17,6 +17,18 @@ store::DefaultsDomain appGroup(const std::filesystem::path& folder) {
     return {std::string(platform::appGroupIdentifier()), folder};
 }
 
+// The record at `index` as a data value under its key, or its key removed when it is none.
+platform::Result<void> writeRecord(const store::DefaultsDomain& domain, std::size_t index,
+                                   const std::optional<std::string>& text) {
+    const auto key = studioRecords()[index].key;
+    if (!text) {
+        if (auto removed = domain.remove(key); !removed) return removed.error();
+        return {};
+    }
+    return domain.writeData(
+        key, std::span(reinterpret_cast<const std::uint8_t*>(text->data()), text->size()));
+}
+
 }  // namespace
 
 platform::Result<RecordTexts> readRecords(const std::filesystem::path& folder) {
@@ -33,27 +45,16 @@ platform::Result<RecordTexts> readRecords(const std::filesystem::path& folder) {
 }
 
 platform::Result<void> writeRecords(const std::filesystem::path& folder, const RecordTexts& texts) {
-    RecordTexts differs;  // none is stored for all, so every text differs
     for (std::size_t i = 0; i < texts.size(); ++i)
-        if (!texts[i]) differs[i] = "";
-    return updateRecords(folder, texts, differs);
+        if (auto written = writeRecord(appGroup(folder), i, texts[i]); !written) return written;
+    return {};
 }
 
 platform::Result<void> updateRecords(const std::filesystem::path& folder, const RecordTexts& texts,
                                      const RecordTexts& stored) {
-    const auto domain = appGroup(folder);
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        if (texts[i] == stored[i]) continue;
-        const auto key = studioRecords()[i].key;
-        const auto& text = texts[i];
-        if (text) {
-            const std::span bytes(reinterpret_cast<const std::uint8_t*>(text->data()),
-                                  text->size());
-            if (auto written = domain.writeData(key, bytes); !written) return written.error();
-        } else if (auto removed = domain.remove(key); !removed) {
-            return removed.error();
-        }
-    }
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        if (texts[i] != stored[i])
+            if (auto written = writeRecord(appGroup(folder), i, texts[i]); !written) return written;
     return {};
 }
 
