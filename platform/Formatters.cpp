@@ -10,6 +10,7 @@
 #include <unicode/reldatefmt.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
+#include <unicode/uloc.h>
 #include <unicode/unistr.h>
 
 #include <array>
@@ -190,11 +191,14 @@ bool isKnownLocale(std::string_view locale) {
     // for the language, and knows the country when one is named.
     const std::string_view language = parsed.getLanguage();
     const std::string_view country = parsed.getCountry();
+    // The installed ids as ICU lists them ("en", "en_150", "zh_Hant_TW"): their strings, not
+    // Locale objects, which would each be parsed and canonicalised again.
     bool languageKnown = false;
-    int32_t count = 0;
-    const icu::Locale* available = icu::Locale::getAvailableLocales(count);
-    for (int32_t i = 0; i < count && !languageKnown; ++i)
-        languageKnown = language == available[i].getLanguage();
+    const int32_t count = uloc_countAvailable();
+    for (int32_t i = 0; i < count && !languageKnown; ++i) {
+        const std::string_view id = uloc_getAvailable(i);
+        languageKnown = id.substr(0, id.find('_')) == language;
+    }
     if (!languageKnown) return false;
     if (country.empty()) return true;
     for (const char* const* known = icu::Locale::getISOCountries(); *known != nullptr; ++known)
