@@ -3,6 +3,7 @@
 #include "platform/AtomicFile.h"
 #include "platform/Formatters.h"
 #include "render/Painter.h"
+#include "render/PangoTextMeasurer.h"
 #include "style/Palette.h"
 #include "ui/TreeDump.h"
 #include "widgets/WidgetHost.h"
@@ -53,6 +54,7 @@ Request requestNamed(std::string_view name) {
 
 CommandResult run(const RenderOptions& options, const GlobalOptions& globals,
                   const WidgetHost& widgets) {
+    render::prepareTextMeasurer();
     const auto resolved = widgets.placement(options.kind, options.family);
     if (!resolved) return CommandError::usage(resolved.error().description);
     const Placement& placement = *resolved;

@@ -72,7 +72,13 @@ public:
     // fonts apply: a character that the widgets' families lack is drawn from whichever font
     // the configuration offers for its script.
     ThreadPango() : m_fontMap(pango_cairo_font_map_new()) {
+        // Pango asks the font configuration once per font it looks up, and looks fonts up on
+        // its own too: at the font map's resolution for a font's metrics, and in the context's
+        // named language for a font without fallback (the "…" of a cut line). Both are ours, so
+        // that those lookups find the fonts already found.
+        pango_cairo_font_map_set_resolution(PANGO_CAIRO_FONT_MAP(m_fontMap), 72);
         m_context = pango_font_map_create_context(m_fontMap);
+        pango_context_set_language(m_context, pango_language_get_default());
         // Texts are shown verbatim: a word broken across lines gains no hyphen.
         m_attributes = pango_attr_list_new();
         pango_attr_list_insert(m_attributes, pango_attr_insert_hyphens_new(FALSE));
@@ -235,6 +241,10 @@ void setFurther(SetText& out, std::string_view text, const Font& font, std::size
 
 void PangoTextRelease::operator()(PangoText* text) const {
     g_object_unref(pangoLayout(text));
+}
+
+void preparePango() {
+    threadPango();
 }
 
 ShapedText shapeText(std::string_view text, const TextStyle& style, std::optional<double> width) {

@@ -30,6 +30,9 @@ struct ShapedText {
     bool cutByHand = false;  // several paragraphs, cut after the line limit and marked "…"
 };
 
+// Makes this thread's Pango context now (see prepareTextMeasurer()).
+void preparePango();
+
 // `text` set in `style` with this thread's Pango context: the system font is Inter, the
 // monospaced design JetBrains Mono, 1 pt to the unit, unhinted. Wrapped at `width` on word
 // boundaries (absent or infinite: one line per paragraph); with a line limit, the last allowed

@@ -73,4 +73,8 @@ const TextMeasurer& pangoTextMeasurer() {
     return measurer;
 }
 
+void prepareTextMeasurer() {
+    detail::preparePango();
+}
+
 }  // namespace render

@@ -29,4 +29,9 @@ public:
 // its own Pango context).
 [[nodiscard]] const layout::TextMeasurer& pangoTextMeasurer();
 
+// Starts Pango on this thread now. Pango reads the system's font configuration on a thread of
+// its own and the first text waits for it: a caller that readies its first drawing meanwhile
+// (reads the store, formats the dates) has it done sooner. Measuring needs no call.
+void prepareTextMeasurer();
+
 }  // namespace render
