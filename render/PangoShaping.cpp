@@ -74,15 +74,14 @@ public:
     ThreadPango() : m_fontMap(pango_cairo_font_map_new()) {
         // Pango asks the font configuration once per font it looks up, and looks fonts up on
         // its own too: at the font map's resolution for a font's metrics, and in the context's
-        // named language for a font without fallback (the "…" of a cut line). Both are ours, so
-        // that those lookups find the fonts already found.
-        pango_cairo_font_map_set_resolution(PANGO_CAIRO_FONT_MAP(m_fontMap), 72);
+        // named language for a font without fallback (the "…" of a cut line). Both are left as
+        // the context has them, so that those lookups find the fonts already found. (Sizes are
+        // absolute, in units: the resolution changes no size.)
         m_context = pango_font_map_create_context(m_fontMap);
         pango_context_set_language(m_context, pango_language_get_default());
         // Texts are shown verbatim: a word broken across lines gains no hyphen.
         m_attributes = pango_attr_list_new();
         pango_attr_list_insert(m_attributes, pango_attr_insert_hyphens_new(FALSE));
-        pango_cairo_context_set_resolution(m_context, 72);  // 1 pt = 1 unit, for any relative size
         // Unhinted metrics and unrounded positions: the same layout in points at every scale.
         cairo_font_options_t* options = cairo_font_options_create();
         cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
