@@ -173,13 +173,13 @@ const cairo_user_data_key_t pixelsKey{};
 // A transparent ARGB image surface on memory of our own, made resident at once. A render
 // process draws one or a few widgets on fresh memory: touched page by page, the 2 MB of a
 // large widget at 2x took several hundred page faults, a sizeable part of a whole render
-// process, where one request to the kernel maps them together. Memory that the allocator
-// hands out again (a warm process) is resident already and costs only the clearing, as with
+// process, where one request to the kernel maps them together. Fresh pages come cleared, and
+// calloc() clears only memory that the allocator hands out again (a warm process), as with
 // Cairo's own allocation, which remains the fallback.
 SurfacePtr newImageSurface(int width, int height) {
     const int stride = cairo_format_stride_for_width(CAIRO_FORMAT_ARGB32, width);
     const std::size_t size = std::size_t(stride) * std::size_t(height);
-    void* pixels = stride > 0 && size > 0 ? std::malloc(size) : nullptr;
+    void* pixels = stride > 0 && size > 0 ? std::calloc(size, 1) : nullptr;
     if (pixels == nullptr)
         return SurfacePtr(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
     // The whole pages inside the block; their address is an offset from `pixels`, not an integer
@@ -190,7 +190,6 @@ SurfacePtr newImageSurface(int width, int height) {
     const auto last = (start + size) & ~(page - 1);
     if (last > first)
         madvise(static_cast<char*>(pixels) + (first - start), last - first, MADV_POPULATE_WRITE);
-    std::memset(pixels, 0, size);
     SurfacePtr surface(cairo_image_surface_create_for_data(
         static_cast<unsigned char*>(pixels), CAIRO_FORMAT_ARGB32, width, height, stride));
     if (cairo_surface_set_user_data(surface.get(), &pixelsKey, pixels, std::free) !=
