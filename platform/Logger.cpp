@@ -1,5 +1,6 @@
 #include "platform/Logger.h"
 
+#include <dlfcn.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <systemd/sd-journal.h>
@@ -42,6 +43,19 @@ char journalPriority(LogLevel level) {
     return '3';
 }
 
+// The journal's writer, from libsystemd, loaded on the first message the journal gets: most
+// runs write none, and the library and the five it needs would be loaded and bound at every
+// start. None when it cannot be loaded.
+decltype(&sd_journal_sendv) journalSend() {
+    static const auto send = [] {
+        void* library = ::dlopen("libsystemd.so.0", RTLD_NOW | RTLD_LOCAL);
+        return library == nullptr ? nullptr
+                                  : reinterpret_cast<decltype(&sd_journal_sendv)>(
+                                        ::dlsym(library, "sd_journal_sendv"));
+    }();
+    return send;
+}
+
 const StreamLogSink& standardErrorSink() {
     static const StreamLogSink sink(stderr);
     return sink;
@@ -65,7 +79,8 @@ public:
         iovec vectors[std::size(fields)];
         for (std::size_t i = 0; i < std::size(fields); ++i)
             vectors[i] = {const_cast<char*>(fields[i].data()), fields[i].size()};
-        if (sd_journal_sendv(vectors, static_cast<int>(std::size(vectors))) < 0)
+        const auto send = journalSend();
+        if (send == nullptr || send(vectors, static_cast<int>(std::size(vectors))) < 0)
             standardErrorSink().write(level, subsystem, category, message);
     }
 };
