@@ -5,6 +5,7 @@
 #include "platform/Confinement.h"
 #include "platform/Deployment.h"
 #include "platform/UserFolders.h"
+#include "render/PangoTextMeasurer.h"
 #include "store/StoreLocation.h"
 
 #include <fontconfig/fontconfig.h>
@@ -356,6 +357,9 @@ platform::Result<void, ProcessFailure> runExtensionProcess(widgets::WidgetHost w
     const auto store = store::storeDirectory(widgets.settings().storeDirectory);
     if (auto confined = confine(store); !confined) return confined;
     if (options.probe) return probe(widgets, clock, store);
+    // Pango reads the font configuration on a thread of its own; the first request is read and
+    // its entry made meanwhile.
+    render::prepareTextMeasurer();
 
     struct stat input {};
     if (::fstat(STDIN_FILENO, &input) != 0 || !S_ISSOCK(input.st_mode))
