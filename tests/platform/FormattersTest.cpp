@@ -239,3 +239,22 @@ TEST(Environment, ReadsTheUserTimeZone) {
         EXPECT_TRUE(icuKnowsZone(system)) << system;
     }
 }
+
+TEST(Locale, IsKnownWhenIcuHasItsLanguageAndKnowsItsCountry) {
+    for (const auto& [locale, known] : std::vector<std::pair<const char*, bool>>{
+             {"en_US", true},
+             {"de_DE", true},
+             {"fr", true},          // a language alone
+             {"sr_Latn_RS", true},  // with a script
+             {"zh_Hant_TW", true},
+             {"ja_JP", true},
+             {"haw_US", true},  // a three-letter language
+             {"xx_US", false},  // no such language
+             {"e_US", false},   // a prefix of "en" is no language
+             {"en_XX", false},  // no such country
+             {"", false},
+             {"_US", false},
+         }) {
+        EXPECT_EQ(platform::isKnownLocale(locale), known) << locale;
+    }
+}
