@@ -10,21 +10,15 @@
 set -euo pipefail
 program=${1:?usage: x11_desktop_test.sh PROGRAM BUILD_DIR}
 build_dir=${2:?usage: x11_desktop_test.sh PROGRAM BUILD_DIR}
-for tool in xvfb-run openbox xdotool xprop xwininfo xmessage xkill dbus-run-session import stream \
-  display update-desktop-database; do
-  command -v "$tool" >/dev/null ||
-    { echo "SKIP: $tool is not installed (scripts/install-deps.sh installs it)"; exit 77; }
-done
-if [ -z "${VELMORA_IN_XVFB:-}" ]; then
-  export VELMORA_IN_XVFB=1
-  exec dbus-run-session -- xvfb-run -a -s "-screen 0 1280x1024x24" bash "$0" "$@"
-fi
+tools=(openbox xdotool xprop xwininfo xmessage xkill import stream display update-desktop-database)
+screen=1280x1024
+source "$(dirname "$0")/../support/in_xvfb.sh"
 unset WAYLAND_DISPLAY GDK_SCALE GDK_BACKEND  # the toolkit on the X server, drawings at scale 1
 
 work=$(mktemp -d)
 pids=()
 # The scratch folder stays when the test fails, for its screenshots and the board's log.
-trap 'status=$?; ((${#pids[@]})) && kill "${pids[@]}" 2>/dev/null; ((status)) || rm -rf "$work"' EXIT
+trap 'status=$?; ((${#pids[@]})) && kill "${pids[@]}" 2>/dev/null; ((status)) || rm -rf "$work" "$VELMORA_TEST_RUNTIME"' EXIT
 export HOME=$work/home XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 export XDG_CACHE_HOME=$work/cache G_MESSAGES_DEBUG=velmora-desktop
 mkdir -p "$HOME" "$XDG_CONFIG_HOME" "$XDG_DATA_HOME/applications" "$XDG_CACHE_HOME"

@@ -10,19 +10,10 @@
 set -euo pipefail
 program=${1:?usage: studio_test.sh PROGRAM BUILD_DIR}
 build_dir=${2:?usage: studio_test.sh PROGRAM BUILD_DIR}
-for tool in xvfb-run xdotool dbus-run-session import stream; do
-  command -v "$tool" >/dev/null ||
-    { echo "SKIP: $tool is not installed (scripts/install-deps.sh installs it)"; exit 77; }
-done
 /usr/bin/python3 -c "import dbus" 2>/dev/null ||
   { echo "SKIP: python3-dbus is not installed (scripts/install-deps.sh installs it)"; exit 77; }
-if [ -z "${VELMORA_IN_XVFB:-}" ]; then
-  export VELMORA_IN_XVFB=1
-  # A runtime folder of its own: the session's accessibility bus puts its socket there, so that
-  # tests running side by side each talk to their own.
-  VELMORA_TEST_RUNTIME=$(mktemp -d) && export VELMORA_TEST_RUNTIME XDG_RUNTIME_DIR=$VELMORA_TEST_RUNTIME
-  exec dbus-run-session -- xvfb-run -a -s "-screen 0 1600x1050x24" bash "$0" "$@"
-fi
+tools=(xdotool import stream) screen=1600x1050
+source "$(dirname "$0")/../support/in_xvfb.sh"
 
 work=$(mktemp -d)
 studio=
