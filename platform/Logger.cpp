@@ -44,7 +44,7 @@ char journalPriority(LogLevel level) {
 }
 
 // The journal's writer, from libsystemd, loaded on the first message the journal gets: most
-// runs write none, and the library and the five it needs would be loaded and bound at every
+// runs write none, and the library and the six it needs would be loaded and bound at every
 // start. None when it cannot be loaded.
 decltype(&sd_journal_sendv) journalSend() {
     static const auto send = [] {

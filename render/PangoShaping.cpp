@@ -74,9 +74,10 @@ public:
     ThreadPango() : m_fontMap(pango_cairo_font_map_new()) {
         // Pango asks the font configuration once per font it looks up, and looks fonts up on
         // its own too: at the font map's resolution for a font's metrics, and in the context's
-        // named language for a font without fallback (the "…" of a cut line). Both are left as
-        // the context has them, so that those lookups find the fonts already found. (Sizes are
-        // absolute, in units: the resolution changes no size.)
+        // named language for a font without fallback (the "…" of a cut line). So the context
+        // keeps the font map's resolution (sizes are absolute, in units: the resolution changes
+        // no size) and names the language it sets texts in, and those lookups find the fonts
+        // already found.
         m_context = pango_font_map_create_context(m_fontMap);
         pango_context_set_language(m_context, pango_language_get_default());
         // Texts are shown verbatim: a word broken across lines gains no hyphen.
