@@ -11,13 +11,11 @@
 set -euo pipefail
 program=$(realpath "${1:?usage: desktop-figures.sh PROGRAM [IDLE_SECONDS]}")
 idle=${2:-60}
-if [ -z "${VELMORA_IN_XVFB:-}" ]; then
-  export VELMORA_IN_XVFB=1
-  exec dbus-run-session -- xvfb-run -a -s "-screen 0 1280x1024x24" bash "$0" "$@"
-fi
+tools=(xdotool) screen=1280x1024
+source "$(dirname "$0")/../tests/support/in_xvfb.sh"
 work=$(mktemp -d)
 pids=()
-trap 'kill "${pids[@]}" 2>/dev/null; rm -rf "$work"' EXIT
+trap 'kill "${pids[@]}" 2>/dev/null; rm -rf "$work" "$VELMORA_TEST_RUNTIME"' EXIT
 export HOME=$work/home XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 store=$work/store
 v() { "$program" --store-dir "$store" --locale en_US --time-zone UTC "$@"; }

@@ -9,13 +9,11 @@
 set -euo pipefail
 program=$(realpath "${1:?usage: studio-figures.sh PROGRAM [EDITS]}")
 edits=${2:-20}
-if [ -z "${VELMORA_IN_XVFB:-}" ]; then
-  export VELMORA_IN_XVFB=1
-  exec dbus-run-session -- xvfb-run -a -s "-screen 0 1600x1050x24" bash "$0" "$@"
-fi
+tools=(xdotool) screen=1600x1050
+source "$(dirname "$0")/../tests/support/in_xvfb.sh"
 work=$(mktemp -d)
 pids=()
-trap 'kill "${pids[@]}" 2>/dev/null; rm -rf "$work"' EXIT
+trap 'kill "${pids[@]}" 2>/dev/null; rm -rf "$work" "$VELMORA_TEST_RUNTIME"' EXIT
 export HOME=$work/home XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 store=$work/store
 v() { "$program" --store-dir "$store" --locale en_US --time-zone UTC "$@"; }
